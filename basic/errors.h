@@ -1,0 +1,55 @@
+// The tree of all failures that are thrown as objects. An object carries nothing but its class (one
+// exception at the end); what happened in detail is in the log, written just before the throw.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+/// Root of the tree. Exactly three virtual operations, in this order of slots: the two destructors
+/// and the message.
+class ERROR_EXCEPTION {
+ public:
+  ERROR_EXCEPTION() = default;
+  ERROR_EXCEPTION(const ERROR_EXCEPTION&) = default;
+  ERROR_EXCEPTION& operator=(const ERROR_EXCEPTION&) = default;
+  virtual ~ERROR_EXCEPTION();
+
+  /// The class's fixed text; the text is held once for the class and never freed.
+  [[nodiscard]] virtual const char* Message() const;
+};
+
+#define QM_ERROR(name, base, text)                         \
+  class name : public base {                               \
+   public:                                                 \
+    [[nodiscard]] const char* Message() const override;    \
+  };
+
+#include "basic/error_table.inc"
+
+namespace BASIC::TYPES {
+
+#include "basic/enum_error_table.inc"
+
+/// A text that is no value of an enumeration; the one class that carries data.
+class ERROR_ENUM_BASE_INVALID_VALUE : public ERROR_ENUM_BASE {
+ public:
+  /// `value` is the refused text, `class_name` the name of the enumeration class.
+  ERROR_ENUM_BASE_INVALID_VALUE(std::string_view class_name, std::string_view value)
+      : class_name_(class_name), value_(value) {}
+
+  /// "enumeration data type - invalid value of class C: V", built on request. Unlike the other
+  /// messages the text is allocated with array new and is the caller's to free: deliberate, the
+  /// catchers of this class rely on it.
+  [[nodiscard]] const char* Message() const override;
+
+  [[nodiscard]] const std::string& Value() const { return value_; }
+  [[nodiscard]] const std::string& ClassName() const { return class_name_; }
+
+ private:
+  std::string class_name_;
+  std::string value_;
+};
+
+}  // namespace BASIC::TYPES
+
+#undef QM_ERROR

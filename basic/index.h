@@ -1,0 +1,36 @@
+#pragma once
+
+/// A polymorphic pair of values.
+template <class T, class U>
+class INDEX {
+ public:
+  INDEX() = default;
+  INDEX(T first, U second) : first_(first), second_(second) {}
+  INDEX(const INDEX&) = default;
+  INDEX& operator=(const INDEX&) = default;
+  virtual ~INDEX() = default;
+
+  [[nodiscard]] const T& First() const { return first_; }
+  [[nodiscard]] const U& Second() const { return second_; }
+
+  friend bool operator==(const INDEX& a, const INDEX& b) {
+    return a.first_ == b.first_ && a.second_ == b.second_;
+  }
+
+ protected:
+  T first_{};
+  U second_{};
+};
+
+/// A pair read as (start, length); RANGE<int> is the index range of every array, and a negative
+/// length is invalid there.
+template <class T>
+class RANGE : public INDEX<T, T> {
+ public:
+  using INDEX<T, T>::INDEX;
+
+  [[nodiscard]] T Start() const { return this->first_; }
+  [[nodiscard]] T Length() const { return this->second_; }
+  /// Start + length - 1: one before the start when the range is empty.
+  [[nodiscard]] T Last() const { return static_cast<T>(this->first_ + this->second_ - 1); }
+};

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <compare>
+#include <cstddef>
+#include <ostream>
+#include <string>
+#include <string_view>
+
+/// The text type of all interfaces: any bytes but NUL-terminated when handed out.
+class STRING {
+ public:
+  STRING() = default;
+  STRING(const char* text) : text_(text) {}       // NOLINT(google-explicit-constructor)
+  STRING(std::string_view text) : text_(text) {}  // NOLINT(google-explicit-constructor)
+  STRING(std::string text) : text_(std::move(text)) {}  // NOLINT(google-explicit-constructor)
+
+  [[nodiscard]] std::size_t Length() const { return text_.size(); }
+  [[nodiscard]] bool IsEmpty() const { return text_.empty(); }
+  /// The bytes as a view; never throws. Not to be stored beyond the STRING's life.
+  [[nodiscard]] std::string_view View() const { return text_; }
+
+  /// The text, NUL-terminated. An empty STRING has none to hand out and throws std::out_of_range
+  /// "subscript greater than string length": deliberate, the driver's failure path relies on it.
+  [[nodiscard]] const char* Text() const;
+
+  /// The character at `index` (from 0); beyond the length throws std::out_of_range as Text() does.
+  [[nodiscard]] char operator[](std::size_t index) const;
+
+  STRING& operator+=(std::string_view tail) {
+    text_ += tail;
+    return *this;
+  }
+
+  friend bool operator==(const STRING&, const STRING&) = default;
+  friend auto operator<=>(const STRING&, const STRING&) = default;
+  friend bool operator==(const STRING& a, std::string_view b) { return a.text_ == b; }
+  friend bool operator==(const STRING& a, const char* b) { return a.text_ == b; }
+  friend std::ostream& operator<<(std::ostream& out, const STRING& s) { return out << s.text_; }
+
+ private:
+  std::string text_;
+};

@@ -1,0 +1,32 @@
+#pragma once
+
+#include <utility>
+
+namespace quellmark::basic {
+
+/// Owns a file descriptor; -1 is none.
+class UniqueFd {
+ public:
+  UniqueFd() = default;
+  explicit UniqueFd(int fd) noexcept : fd_(fd) {}
+  UniqueFd(UniqueFd&& other) noexcept : fd_(std::exchange(other.fd_, -1)) {}
+  UniqueFd& operator=(UniqueFd&& other) noexcept {
+    if (this != &other) Reset(std::exchange(other.fd_, -1));
+    return *this;
+  }
+  ~UniqueFd() { Reset(); }
+
+  [[nodiscard]] int Get() const noexcept { return fd_; }
+  [[nodiscard]] bool IsOpen() const noexcept { return fd_ >= 0; }
+  /// Hands the descriptor over to the caller.
+  [[nodiscard]] int Release() noexcept { return std::exchange(fd_, -1); }
+  /// Closes what is held and takes `fd`; what close() reports is lost, see Close().
+  void Reset(int fd = -1) noexcept;
+  /// Closes and gives what close() gave: 0, or -1 with errno set (a late write error).
+  [[nodiscard]] int Close() noexcept;
+
+ private:
+  int fd_ = -1;
+};
+
+}  // namespace quellmark::basic

@@ -1,0 +1,31 @@
+# qm_add_library(<name> SOURCES <file>... [DEPENDS <target>...])
+#   A static library of this project; DEPENDS names the direct dependencies and nothing more.
+function(qm_add_library name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;DEPENDS" ${ARGN})
+  add_library(${name} STATIC ${ARG_SOURCES})
+  target_link_libraries(${name} PUBLIC ${ARG_DEPENDS} PRIVATE $<BUILD_INTERFACE:qm_flags>)
+endfunction()
+
+# qm_add_test(<name> SOURCES <file>... [DEPENDS <target>...] [LABELS <label>...] [TIMEOUT <seconds>])
+#   A GoogleTest program whose cases are registered with CTest one by one.
+function(qm_add_test name)
+  cmake_parse_arguments(ARG "" "TIMEOUT" "SOURCES;DEPENDS;LABELS" ${ARGN})
+  if(NOT ARG_TIMEOUT)
+    set(ARG_TIMEOUT 120)
+  endif()
+  add_executable(${name} ${ARG_SOURCES})
+  target_link_libraries(${name} PRIVATE
+    ${ARG_DEPENDS} qm_test_support GTest::gmock GTest::gtest GTest::gtest_main qm_flags)
+  gtest_discover_tests(${name}
+    TEST_PREFIX "${name}." DISCOVERY_TIMEOUT 60
+    PROPERTIES TIMEOUT ${ARG_TIMEOUT} LABELS "${ARG_LABELS}")
+endfunction()
+
+# qm_add_bench(<name> SOURCES <file>... [DEPENDS <target>...])
+#   A Google Benchmark program.
+function(qm_add_bench name)
+  cmake_parse_arguments(ARG "" "" "SOURCES;DEPENDS" ${ARGN})
+  add_executable(${name} ${ARG_SOURCES})
+  target_link_libraries(${name} PRIVATE
+    ${ARG_DEPENDS} benchmark::benchmark benchmark::benchmark_main qm_flags)
+endfunction()
