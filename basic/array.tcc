@@ -2,9 +2,32 @@
 #pragma once
 
 #include <algorithm>
-#include <memory>
+#include <cstdint>
 #include <new>
+#include <type_traits>
 #include <utility>
+
+namespace quellmark::basic {
+
+template <class T>
+std::unique_ptr<T[]> TryAllocate(std::size_t count) {
+  if (count == 0) return nullptr;
+  try {
+    return std::unique_ptr<T[]>(new (std::nothrow) T[count]());
+  } catch (const std::bad_alloc&) {  // an element could not get its own storage
+    return nullptr;
+  }
+}
+
+template <class T>
+T* ShiftedTo(std::ptrdiff_t base, T* storage) {
+  if (storage == nullptr) return nullptr;
+  // As an integer, since a pointer must not leave its storage.
+  const auto shift = static_cast<std::uintptr_t>(base) * sizeof(T);
+  return reinterpret_cast<T*>(reinterpret_cast<std::uintptr_t>(storage) - shift);
+}
+
+}  // namespace quellmark::basic
 
 template <class T>
 ARRAY<T>::ARRAY(const RANGE<int>& range) {
@@ -14,7 +37,7 @@ ARRAY<T>::ARRAY(const RANGE<int>& range) {
 template <class T>
 ARRAY<T>::ARRAY(int start, std::initializer_list<T> values)
     : ARRAY(RANGE<int>(start, static_cast<int>(values.size()))) {
-  std::copy(values.begin(), values.end(), storage_);
+  std::copy(values.begin(), values.end(), storage_.get());
 }
 
 template <class T>
@@ -25,33 +48,37 @@ ARRAY<T>::ARRAY(const ARRAY& other) {
 template <class T>
 ARRAY<T>::ARRAY(ARRAY&& other) noexcept
     : range_(std::exchange(other.range_, RANGE<int>(0, 0))),
-      storage_(std::exchange(other.storage_, nullptr)),
+      storage_(std::move(other.storage_)),
       created_(std::exchange(other.created_, false)) {}
 
 template <class T>
 ARRAY<T>& ARRAY<T>::operator=(const ARRAY& other) {
   if (this == &other) return *this;
-  if (ARRAY::Resize(other.range_) != kArrayOk) throw "ARRAY : can not copy array";
-  std::copy_n(other.storage_, range_.Length(), storage_);
-  return *this;
+  if (range_ == other.range_) {
+    std::copy_n(other.storage_.get(), Size(), storage_.get());
+    return *this;
+  }
+  ARRAY copy;
+  if (copy.ARRAY::Allocate(other.range_) != kArrayOk) throw "ARRAY : can not copy array";
+  std::copy_n(other.storage_.get(), copy.Size(), copy.storage_.get());
+  return *this = std::move(copy);
 }
 
 template <class T>
 ARRAY<T>& ARRAY<T>::operator=(ARRAY&& other) noexcept {
-  std::swap(range_, other.range_);
-  std::swap(storage_, other.storage_);
-  std::swap(created_, other.created_);
+  ARRAY moved(std::move(other));
+  std::swap(range_, moved.range_);
+  std::swap(storage_, moved.storage_);
+  std::swap(created_, moved.created_);
   return *this;
 }
 
 template <class T>
-ARRAY<T>::~ARRAY() {
-  delete[] storage_;
-}
+ARRAY<T>::~ARRAY() = default;
 
 template <class T>
 void ARRAY<T>::Reset() {
-  storage_ = nullptr;
+  static_cast<void>(storage_.release());
   created_ = false;
   range_ = RANGE<int>(0, 0);
 }
@@ -59,13 +86,10 @@ void ARRAY<T>::Reset() {
 template <class T>
 int ARRAY<T>::Allocate(const RANGE<int>& range) {
   if (range.Length() < 0) return kArrayInvalidRange;
-  T* storage = nullptr;
-  if (range.Length() > 0) {
-    storage = new (std::nothrow) T[static_cast<std::size_t>(range.Length())]();
-    if (storage == nullptr) return kArrayNoMemory;
-  }
+  auto storage = quellmark::basic::TryAllocate<T>(static_cast<std::size_t>(range.Length()));
+  if (storage == nullptr && range.Length() != 0) return kArrayNoMemory;
+  storage_ = std::move(storage);
   range_ = range;
-  storage_ = storage;
   return kArrayOk;
 }
 
@@ -78,7 +102,7 @@ int ARRAY<T>::Create(const RANGE<int>& range) {
 
 template <class T>
 void ARRAY<T>::Free() {
-  delete[] storage_;
+  storage_.reset();
   Reset();
 }
 
@@ -104,11 +128,7 @@ RANGE<int> ARRAY<T>::Range() const {
 
 template <class T>
 T* ARRAY<T>::Data(int base) const {
-  if (storage_ == nullptr) return nullptr;
-  // The one place where an address outside the storage is formed, by contract; as an integer, since
-  // a pointer must not leave its storage.
-  const auto offset = static_cast<std::intptr_t>(base) * static_cast<std::intptr_t>(sizeof(T));
-  return reinterpret_cast<T*>(reinterpret_cast<std::intptr_t>(storage_) - offset);
+  return quellmark::basic::ShiftedTo(base, storage_.get());
 }
 
 template <class T>
@@ -120,9 +140,15 @@ template <class T>
 int ARRAY<T>::Resize(const RANGE<int>& range) {
   if (range == range_) return kArrayOk;
   ARRAY resized;
-  const int status = resized.Allocate(range);
+  const int status = resized.ARRAY::Allocate(range);
   if (status != kArrayOk) return status;
-  std::move(storage_, storage_ + std::min(range_.Length(), range.Length()), resized.storage_);
+  const std::size_t kept = std::min(Size(), resized.Size());
+  T* const from = storage_.get();
+  if constexpr (std::is_nothrow_move_assignable_v<T> || !std::is_copy_assignable_v<T>) {
+    std::move(from, from + kept, resized.storage_.get());
+  } else {  // a move that throws half way would have damaged what is still held
+    std::copy_n(from, kept, resized.storage_.get());
+  }
   *this = std::move(resized);
   return kArrayOk;
 }

@@ -18,10 +18,10 @@ class ERROR_EXCEPTION {
   [[nodiscard]] virtual const char* Message() const;
 };
 
-#define QM_ERROR(name, base, text)                         \
-  class name : public base {                               \
-   public:                                                 \
-    [[nodiscard]] const char* Message() const override;    \
+#define QM_ERROR(name, base, text)                      \
+  class name : public base {                            \
+   public:                                              \
+    [[nodiscard]] const char* Message() const override; \
   };
 
 #include "basic/error_table.inc"

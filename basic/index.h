@@ -1,13 +1,18 @@
 #pragma once
 
+#include <type_traits>
+#include <utility>
+
 /// A polymorphic pair of values.
 template <class T, class U>
 class INDEX {
  public:
   INDEX() = default;
-  INDEX(T first, U second) : first_(first), second_(second) {}
+  INDEX(T first, U second) : first_(std::move(first)), second_(std::move(second)) {}
   INDEX(const INDEX&) = default;
+  INDEX(INDEX&&) = default;
   INDEX& operator=(const INDEX&) = default;
+  INDEX& operator=(INDEX&&) = default;
   virtual ~INDEX() = default;
 
   [[nodiscard]] const T& First() const { return first_; }
@@ -31,6 +36,14 @@ class RANGE : public INDEX<T, T> {
 
   [[nodiscard]] T Start() const { return this->first_; }
   [[nodiscard]] T Length() const { return this->second_; }
-  /// Start + length - 1: one before the start when the range is empty.
-  [[nodiscard]] T Last() const { return static_cast<T>(this->first_ + this->second_ - 1); }
+  /// Start + length - 1: one before the start when the range is empty. What does not fit wraps.
+  [[nodiscard]] T Last() const {
+    if constexpr (std::is_integral_v<T>) {
+      using Unsigned = std::make_unsigned_t<T>;
+      return static_cast<T>(static_cast<Unsigned>(this->first_) +
+                            static_cast<Unsigned>(this->second_) - 1U);
+    } else {
+      return this->first_ + this->second_ - 1;
+    }
+  }
 };

@@ -10,8 +10,8 @@
 class STRING {
  public:
   STRING() = default;
-  STRING(const char* text) : text_(text) {}       // NOLINT(google-explicit-constructor)
-  STRING(std::string_view text) : text_(text) {}  // NOLINT(google-explicit-constructor)
+  STRING(const char* text) : text_(text) {}             // NOLINT(google-explicit-constructor)
+  STRING(std::string_view text) : text_(text) {}        // NOLINT(google-explicit-constructor)
   STRING(std::string text) : text_(std::move(text)) {}  // NOLINT(google-explicit-constructor)
 
   [[nodiscard]] std::size_t Length() const { return text_.size(); }

@@ -1,0 +1,75 @@
+// Two-dimensional array with index ranges of its own for rows and columns.
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <span>
+
+#include "basic/array.h"
+#include "basic/complex.h"
+
+/// Owns its elements, which lie in one block row by row. Copying is deep and throws the character
+/// string "MATRIX : can not copy matrix" when the target can not be sized. What fails leaves the
+/// matrix as it was, as with ARRAY.
+template <class T>
+class MATRIX {
+ public:
+  /// Leads to one row: `row[column]` with the matrix's own column indices. A matrix without
+  /// elements has no links.
+  struct POINTER_VECTOR_LINK_T {
+    T* row = nullptr;
+  };
+
+  MATRIX() = default;
+  /// Creates the ranges; throws the character string "MATRIX : can not copy matrix" if it can not.
+  MATRIX(const RANGE<int>& rows, const RANGE<int>& columns);
+  MATRIX(const MATRIX& other);
+  MATRIX(MATRIX&& other) noexcept;
+  MATRIX& operator=(const MATRIX& other);
+  MATRIX& operator=(MATRIX&& other) noexcept;
+
+  virtual ~MATRIX();
+  /// Releases everything and zeroes both ranges and the created flag.
+  virtual void Reset();
+
+  /// Takes the ranges with value-initialised elements; what was held before is released. Gives an
+  /// ArrayStatus.
+  [[nodiscard]] int Create(const RANGE<int>& rows, const RANGE<int>& columns);
+  [[nodiscard]] RANGE<int> Rows() const { return rows_; }
+  [[nodiscard]] RANGE<int> Columns() const { return columns_; }
+
+  /// Element at indices of the ranges; unchecked.
+  [[nodiscard]] T& operator()(int row, int column) { return Row(row)[column]; }
+  [[nodiscard]] const T& operator()(int row, int column) const { return Row(row)[column]; }
+  /// A row, shifted so that the matrix's own column indices address its elements; unchecked.
+  [[nodiscard]] T* Row(int row) { return (*links_)[row].row; }
+  [[nodiscard]] const T* Row(int row) const { return (*links_)[row].row; }
+  /// All elements, row by row.
+  [[nodiscard]] std::span<T> Elements() { return {elements_.get(), Size()}; }
+  [[nodiscard]] std::span<const T> Elements() const { return {elements_.get(), Size()}; }
+  [[nodiscard]] bool IsCreated() const { return created_; }
+
+ private:
+  [[nodiscard]] std::size_t Size() const {
+    return static_cast<std::size_t>(rows_.Length()) * static_cast<std::size_t>(columns_.Length());
+  }
+  void Swap(MATRIX& other) noexcept;
+
+  RANGE<int> rows_{0, 0};
+  RANGE<int> columns_{0, 0};
+  std::unique_ptr<ARRAY<POINTER_VECTOR_LINK_T>> links_;
+  bool created_ = false;
+  std::unique_ptr<T[]> elements_;
+};
+
+#include "basic/matrix.tcc"  // IWYU pragma: keep
+
+extern template class MATRIX<char>;
+extern template class MATRIX<unsigned char>;
+extern template class MATRIX<short>;
+extern template class MATRIX<int>;
+extern template class MATRIX<float>;
+extern template class MATRIX<double>;
+extern template class MATRIX<STRING>;
+extern template class MATRIX<COMPLEX<float>>;
+extern template class MATRIX<COMPLEX<double>>;

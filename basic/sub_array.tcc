@@ -1,0 +1,29 @@
+// Bodies of sub_array.h; not to be included by itself.
+#pragma once
+
+#include <algorithm>
+#include <functional>
+
+#include "basic/alarm.h"
+#include "basic/errors.h"
+
+template <class T>
+SUB_ARRAY<T>& SUB_ARRAY<T>::operator=(const SUB_ARRAY& other) {
+  const std::size_t common = std::min(Elements().size(), other.Elements().size());
+  if (std::less<>()(elements_, other.elements_)) {  // the two may overlap
+    std::copy_n(other.elements_, common, elements_);
+  } else if (elements_ != other.elements_) {
+    std::copy_backward(other.elements_, other.elements_ + common, elements_ + common);
+  }
+  quellmark::basic::Alarm("never call: SUB_ARRAY<T>::operator=( const SUB_ARRAY< T >& )\n");
+  throw ERROR_NOT_IMPLEMENTED();
+}
+
+template <class T>
+void SUB_ARRAY<T>::Show(ARRAY<T>& of, int first, int last) {
+  const auto length = static_cast<long long>(last) - first + 1;
+  const auto skipped = static_cast<long long>(first) - of.First();
+  if (length < 0 || skipped < 0 || skipped + length > of.Length()) throw ERROR_ARGUMENT();
+  range_ = RANGE<int>(first, static_cast<int>(length));
+  elements_ = of.Elements().data() + skipped;
+}
