@@ -1,0 +1,17 @@
+#!/bin/sh
+# Counts lines of code (no blank lines, no lines that are a comment alone) per folder, and the share
+# of the test code; a quarter to a third is wanted.
+set -eu
+cd "$(dirname "$0")/.."
+
+count() {
+  git ls-files -z -co --exclude-standard -- "$@" | xargs -0 -r cat | grep -cvE '^[[:space:]]*((//|#[^a-z]).*)?$' || true
+}
+code_of() { count "$1*.cpp" "$1*.h" "$1*.tcc" "$1*.inc" "$1*.py" "$1*.sh"; }
+
+all=$(code_of '')
+tests=$(code_of 'tests/')
+for folder in basic runtime time pool dem orbit geolocation app bench scripts cmake tests; do
+  printf '%-12s %6d\n' "$folder" "$(code_of "$folder/")"
+done
+printf '%-12s %6d\ntest code: %d %%\n' all "$all" $((100 * tests / all))

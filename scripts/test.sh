@@ -1,0 +1,12 @@
+#!/bin/sh
+# Builds everything and passes all tests; installs what is missing.
+# usage: scripts/test.sh [PRESET]   (release, debug, asan, clang; default release)
+set -eu
+cd "$(dirname "$0")/.."
+preset=${1:-release}
+
+scripts/install_packages.sh g++ make cmake libgtest-dev libgmock-dev
+[ "$preset" != clang ] || scripts/install_packages.sh clang
+cmake --preset "$preset" >/dev/null
+cmake --build --preset "$preset" --parallel "$(nproc)"
+ctest --preset "$preset" --parallel "$(nproc)"
