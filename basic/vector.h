@@ -37,5 +37,4 @@ requires std::is_arithmetic_v<T>
 extern template class VECTOR<int>;
 extern template class VECTOR<float>;
 extern template class VECTOR<double>;
-extern template class VECTOR<STRING>;
 extern template double DotProduct(const VECTOR<double>& a, const VECTOR<double>& b);
