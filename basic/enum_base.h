@@ -1,0 +1,137 @@
+// Closed sets of named values that convert to and from their texts.
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "basic/errors.h"
+
+namespace BASIC::TYPES {
+
+/// One value of an enumeration.
+struct EnumValue {
+  std::string_view text;
+  int id = 0;                         ///< 0: the place in the table, counted from 1
+  std::string_view second_text = {};  ///< accepted on input, never printed
+};
+
+/// One more name of the value whose text is `text`.
+struct EnumAlias {
+  std::string_view name;
+  std::string_view text;
+};
+
+/// Everything that tells one enumeration from another: declared once for each of them.
+struct EnumTable {
+  static constexpr std::size_t kMaxValues = 28;
+  static constexpr std::size_t kMaxAliases = 9;
+
+  std::string_view class_name;
+  std::string_view parameter_name;      ///< its name in pools and messages
+  EnumValue values[kMaxValues];         // NOLINT(modernize-avoid-c-arrays): filled in place
+  EnumAlias aliases[kMaxAliases] = {};  // NOLINT(modernize-avoid-c-arrays)
+  bool case_sensitive = false;
+
+  /// What is listed; the rest of the room has no texts.
+  [[nodiscard]] constexpr std::span<const EnumValue> Values() const {
+    return {values, std::ranges::find(values, std::string_view(), &EnumValue::text)};
+  }
+  [[nodiscard]] constexpr std::span<const EnumAlias> Aliases() const {
+    return {aliases, std::ranges::find(aliases, std::string_view(), &EnumAlias::name)};
+  }
+  /// The ids are 1..Size(); 0 and Size() + 1 are sentinels with the text "-".
+  [[nodiscard]] constexpr int Size() const { return static_cast<int>(Values().size()); }
+  [[nodiscard]] constexpr int IdOf(const EnumValue& value) const {
+    return value.id != 0 ? value.id : static_cast<int>(&value - values) + 1;
+  }
+  /// The value with that id; null for a sentinel and beyond.
+  [[nodiscard]] constexpr const EnumValue* Find(int id) const {
+    for (const EnumValue& value : Values()) {
+      if (IdOf(value) == id) return &value;
+    }
+    return nullptr;
+  }
+  [[nodiscard]] constexpr const EnumValue* Find(std::string_view text) const {
+    for (const EnumValue& value : Values()) {
+      if (value.text == text) return &value;
+    }
+    return nullptr;
+  }
+  /// Whether each id has one value, and each alias too.
+  [[nodiscard]] constexpr bool IsComplete() const {
+    const auto id_of = [this](const EnumValue& value) { return IdOf(value); };
+    for (int id = 1; id <= Size(); ++id) {
+      if (std::ranges::count(Values(), id, id_of) != 1) return false;
+    }
+    return std::ranges::all_of(Aliases(), [this](const EnumAlias& alias) {
+      return std::ranges::count(Values(), alias.text, &EnumValue::text) == 1;
+    });
+  }
+};
+
+/// The text that was refused last, by any enumeration of the process.
+struct RefusedText {
+  std::string text;
+  std::string class_name;
+  std::string valid_values;  ///< "Valid values are: 'A' 'B' ", a blank after each
+};
+
+/// A value of an enumeration; which one, the derived class tells with its table. A new value is not
+/// set: id 0, text "-".
+class ENUM_BASE {
+ public:
+  virtual ~ENUM_BASE() = default;
+  [[nodiscard]] virtual const EnumTable& Table() const = 0;
+
+  /// Takes the value that bears `text`: its own text, in the order of the ids, or else any of its
+  /// further names. Small and capital letters are the same unless `strict` or the table says
+  /// otherwise. Throws ERROR_ENUM_BASE_INVALID_VALUE, then keeps its value.
+  void Set(std::string_view text, bool strict = false);
+  /// Throws ERROR_ENUM_BASE_INVALID_ID for an id that has no value.
+  void SetId(int id);
+  /// Steps to the next id; throws ERROR_ENUM_BASE_LIMIT_OF_ENUMERATION_EXPIRED after the last.
+  ENUM_BASE& operator++();
+
+  [[nodiscard]] int Id() const { return id_; }
+  [[nodiscard]] bool IsSet() const { return id_ != 0; }
+  /// The views stay valid to the end of the program and end in NUL.
+  [[nodiscard]] std::string_view Text() const { return text_; }
+  /// The n-th alias of the value, counted from 1; the text itself if there are fewer.
+  [[nodiscard]] std::string_view AliasText(int n) const;
+  [[nodiscard]] std::string_view ClassName() const { return Table().class_name; }
+  [[nodiscard]] std::string_view ParameterName() const { return Table().parameter_name; }
+
+  /// Whether the ids are equal; throws ERROR_ENUM_BASE_TYPE_MISMATCH for values of two classes.
+  friend bool operator==(const ENUM_BASE& a, const ENUM_BASE& b) { return a.Equals(b); }
+
+  [[nodiscard]] static RefusedText LastRefused();
+
+ protected:
+  ENUM_BASE() = default;
+  ENUM_BASE(const ENUM_BASE&) = default;
+  ENUM_BASE& operator=(const ENUM_BASE&) = default;
+
+ private:
+  [[nodiscard]] bool Equals(const ENUM_BASE& other) const;
+  void Take(const EnumValue& value);
+
+  int id_ = 0;
+  std::string_view text_ = "-";
+};
+
+/// The base of a concrete enumeration: `class Edge : public ENUMERATION<kEdge> {...}`.
+template <const EnumTable& kTable, class Base = ENUM_BASE>
+class ENUMERATION : public Base {
+ public:
+  static_assert(kTable.IsComplete());
+
+  ENUMERATION() = default;
+  explicit ENUMERATION(std::string_view text, bool strict = false) { this->Set(text, strict); }
+
+  [[nodiscard]] const EnumTable& Table() const override { return kTable; }
+};
+
+}  // namespace BASIC::TYPES
