@@ -44,7 +44,7 @@ std::string LogOfThrownText(const std::string& text, Statement&& statement) {
 }  // namespace quellmark::test
 
 /// The statement throws exactly `Error` and the log then ends in the line "ALARM : " + `line`.
-#define EXPECT_FAILS(statement, Error, line)                                              \
+#define EXPECT_FAILS(statement, Error, line)                                                   \
   EXPECT_THAT((::quellmark::test::LogOfFailure<Error>([&] { static_cast<void>(statement); })), \
               ::testing::EndsWith(std::string("ALARM : ") + (line)))
 

@@ -5,13 +5,14 @@
 
 namespace quellmark::test {
 
-ScopedLog::ScopedLog(LOG::Level threshold)
-    : memory_(::memfd_create("scoped_log", MFD_CLOEXEC)) {
-  saved_ = runtime::Log().SwapState(
-      LOG::State{.file_fd = basic::UniqueFd(::dup(memory_.Get())),
-                 .screen_threshold = LOG::Level::kSilent,
-                 .file_threshold = threshold,
-                 .prefix = ""});
+ScopedLog::ScopedLog(LOG::Level threshold) : memory_(::memfd_create("scoped_log", MFD_CLOEXEC)) {
+  saved_ = runtime::Log().SwapState(LOG::State{.file_fd = basic::UniqueFd(::dup(memory_.Get())),
+                                               .screen_threshold = LOG::Level::kSilent,
+                                               .file_threshold = threshold,
+                                               .prefix = "",
+                                               .name = "scoped",
+                                               .file_path = "/dev/null",
+                                               .initialisations = 1});
 }
 
 ScopedLog::~ScopedLog() { static_cast<void>(runtime::Log().SwapState(std::move(saved_))); }

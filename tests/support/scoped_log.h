@@ -8,7 +8,8 @@
 namespace quellmark::test {
 
 /// Sends all levels of the log to memory and none to the screen until it goes out of scope. Lines
-/// read "TAG   : text": the process name is left out. Scopes may be nested.
+/// read "TAG   : text": the process name is left out. Scopes may be nested. The log counts as
+/// initialised: a controller made meanwhile leaves no temporary file behind.
 class ScopedLog {
  public:
   explicit ScopedLog(LOG::Level threshold = LOG::Level::kTrace);

@@ -1,0 +1,392 @@
+#include "runtime/controller_ifc.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <charconv>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <limits>
+
+#include "basic/errors.h"
+#include "basic/unique_fd.h"
+#include "runtime/log.h"
+#include "runtime/signal_hold.h"
+#include "runtime/streams.h"
+
+using quellmark::runtime::Fail;
+using quellmark::runtime::Log;
+using quellmark::runtime::LogLevel;
+using quellmark::runtime::LogLine;
+using quellmark::runtime::SignalHold;
+
+namespace {
+
+constexpr int kExitStop = 2;
+constexpr unsigned kDefaultInputSeconds = 120;
+
+// From signal 1 on. Read by people and programs: kept exactly.
+constexpr std::array<std::string_view, 31> kSignalNames = {
+    "hangup",
+    "interrupt (rubout)",
+    "quit (ASCII FS)",
+    "illegal instruction (not reset when caught)",
+    "trace trap (not reset when caught)",
+    "IOT instruction",
+    "bus error",
+    "floating point exception",
+    "kill (cannot be caught or ignored)",
+    "user defined signal 1",
+    "segmentation violation",
+    "user defined signal 2",
+    "write on a pipe with no one to read it",
+    "alarm clock",
+    "software termination signal from kill",
+    "stack fault",
+    "child status change",
+    "stopped process has been continued",
+    "stop (cannot be caught or ignored)",
+    "user stop requested from tty",
+    "background tty read attempted",
+    "background tty write attempted",
+    "urgent socket condition",
+    "exceeded cpu limit",
+    "exceeded file size limit",
+    "virtual timer expired",
+    "profiling timer expired",
+    "window size change",
+    "pollable event occurred",
+    "power-fail restart",
+    "bad argument to system call",
+};
+
+// The controller that the signal handler speaks for.
+std::atomic<CONTROLLER_IFC*>& Registered() {
+  static std::atomic<CONTROLLER_IFC*> registered = nullptr;
+  return registered;
+}
+
+// What the handler needs when the stack itself is exhausted.
+void InstallSignalStack() {
+  static std::array<char, 65536> stack;
+  stack_t present{};
+  if (::sigaltstack(nullptr, &present) != 0 || (present.ss_flags & SS_DISABLE) == 0) return;
+  stack_t own{};
+  own.ss_sp = stack.data();
+  own.ss_size = stack.size();
+  static_cast<void>(::sigaltstack(&own, nullptr));
+}
+
+// Replaces the content of a status file by one digit, written by `write`. The file is not emptied
+// first: who reads it meanwhile, or after the disk was full, finds a digit.
+bool WriteStatusFile(const char* path, char digit, bool (*write)(int, std::string_view)) {
+  const int fd = ::open(path, O_WRONLY | O_CREAT | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, 0666);
+  if (fd < 0) return false;
+  const bool whole = write(fd, {&digit, 1}) && ::ftruncate(fd, 1) == 0;
+  return ::close(fd) == 0 && whole;
+}
+
+// Removes one status file and leaves the digit in the other.
+void ExchangeStatusFiles(const char* gone, const char* left, char digit) {
+  static_cast<void>(::unlink(gone));
+  if (!WriteStatusFile(left, digit, quellmark::runtime::WriteQuietly)) {
+    LogLine(LogLevel::kWarning, "Can not create file ", left);
+  }
+}
+
+[[noreturn]] void FailTooLong(std::string_view parameter) {
+  Fail<ERROR_PARAMETER>("value of ", parameter, " is too long for a path of 255 characters");
+}
+
+unsigned InputSeconds() {
+  const char* const text = std::getenv("SECONDS_ON_PARAMETER_INPUT");
+  if (text == nullptr) return kDefaultInputSeconds;
+  const std::string_view digits(text);
+  unsigned seconds = 0;
+  const auto [stop, error] = std::from_chars(digits.data(), digits.data() + digits.size(), seconds);
+  const bool valid = error == std::errc() && stop == digits.data() + digits.size() && seconds > 0;
+  return valid ? seconds : kDefaultInputSeconds;
+}
+
+// SIGALRM ends the process whatever disposition and mask were inherited.
+void LetAlarmEndTheProcess() {
+  static_cast<void>(std::signal(SIGALRM, SIG_DFL));
+  sigset_t alarm;
+  sigemptyset(&alarm);
+  sigaddset(&alarm, SIGALRM);
+  static_cast<void>(::pthread_sigmask(SIG_UNBLOCK, &alarm, nullptr));
+}
+
+bool IsBlank(int c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
+
+// The next word of the standard input; false at its end.
+bool ReadWord(std::string& word) {
+  word.clear();
+  int c = ::getc_unlocked(stdin);
+  while (c != EOF && IsBlank(c)) c = ::getc_unlocked(stdin);
+  for (; c != EOF && !IsBlank(c); c = ::getc_unlocked(stdin)) word += static_cast<char>(c);
+  return !word.empty();
+}
+
+std::string_view LastComponent(std::string_view path) { return path.substr(path.rfind('/') + 1); }
+
+}  // namespace
+
+namespace quellmark::runtime {
+
+bool PathBuffer::Assign(std::initializer_list<std::string_view> pieces) {
+  std::size_t length = 0;
+  for (const std::string_view piece : pieces) length += piece.size();
+  if (length >= text_.size()) return false;
+  char* end = text_.data();
+  for (const std::string_view piece : pieces) end += piece.copy(end, piece.size());
+  *end = '\0';
+  return true;
+}
+
+std::string_view SignalName(int number) {
+  const auto index = static_cast<std::size_t>(number) - 1;
+  return index < kSignalNames.size() ? kSignalNames[index] : std::string_view();
+}
+
+}  // namespace quellmark::runtime
+
+CONTROLLER_IFC::CONTROLLER_IFC() { Log().Initialise(); }
+
+CONTROLLER_IFC::~CONTROLLER_IFC() {
+  CONTROLLER_IFC* self = this;
+  Registered().compare_exchange_strong(self, nullptr);
+  Log().Release();
+}
+
+void CONTROLLER_IFC::init(int argc, char** argv, int message_mode) {
+  argc_ = argc;
+  argv_ = argv;
+  message_mode_ = message_mode != 0;
+  Registered() = this;
+  InstallSignalHandler();
+  FindProcessName();
+  FindStatusFiles();
+  OpenConfigurationFile();
+  MoveLog();
+  SetThresholds();
+  ObeyStopFile();
+  ExchangeStatusFiles(ok_file_.Text(), error_file_.Text(), '1');
+}
+
+std::string CONTROLLER_IFC::get_binary_name() {
+  if (!named_) {
+    LogLine(LogLevel::kWarning,
+            "CONTROLLER_IFC::get_binary_name: Controller interface not initialized!\n");
+    LogLine(LogLevel::kWarning,
+            "Function CONTROLLER_IFC::init must be called before accessing a controller object!");
+    static_cast<void>(process_name_.Assign({"unknown"}));
+    named_ = true;
+  }
+  return std::string(process_name_.View());
+}
+
+void CONTROLLER_IFC::InstallSignalHandler() {
+  InstallSignalStack();
+  struct sigaction action {};
+  action.sa_handler = &HandleSignal;
+  // Not held back while the handler runs, so that a second one ends it; but what the handler's own
+  // writing may raise must not.
+  action.sa_flags = SA_NODEFER | SA_ONSTACK;
+  sigemptyset(&action.sa_mask);
+  sigaddset(&action.sa_mask, SIGPIPE);
+  sigaddset(&action.sa_mask, SIGXFSZ);
+  for (const int number : quellmark::runtime::kFatalSignals) {
+    static_cast<void>(::sigaction(number, &action, nullptr));
+  }
+}
+
+// Calls only what is safe in a signal handler; its texts stand in fixed buffers.
+void CONTROLLER_IFC::HandleSignal(int number) {
+  static std::atomic_flag entered;
+  if (entered.test_and_set()) ::_exit(EXIT_FAILURE);
+
+  std::array<char, 12> buffer;
+  const auto end = std::to_chars(buffer.data(), buffer.data() + buffer.size(), number).ptr;
+  const std::string_view digits(buffer.data(), static_cast<std::size_t>(end - buffer.data()));
+  Log().WriteFromSignal(LogLevel::kAlarm, {"got fatal signal ", digits, ": ",
+                                           quellmark::runtime::SignalName(number)});
+  const CONTROLLER_IFC* const controller = Registered();
+  if (controller == nullptr) ::_exit(-1);
+  if (controller->message_mode_) {
+    Log().WriteFromSignal(LogLevel::kAlarm, {"KVT_MSG|ERROR|", controller->process_name_.View(),
+                                             " got fatal signal ", digits});
+  }
+  if (controller->status_files_known_) {
+    static_cast<void>(::unlink(controller->ok_file_.Text()));
+    const char* const error_file = controller->error_file_.Text();
+    if (!WriteStatusFile(error_file, '1', quellmark::runtime::WriteAll)) {
+      Log().WriteFromSignal(LogLevel::kWarning, {"Can not create file ", error_file});
+    }
+  }
+  ::_exit(EXIT_FAILURE);
+}
+
+void CONTROLLER_IFC::SetProcessName(std::string_view name, std::string_view parameter) {
+  {
+    const SignalHold hold;
+    if (!process_name_.Assign({name})) FailTooLong(parameter);
+    named_ = true;
+  }
+  Log().SetProcessName(name);
+}
+
+void CONTROLLER_IFC::FindProcessName() {
+  SetProcessName(argc_ > 0 ? LastComponent(argv_[0]) : "unknown", "argument 0");
+  std::string name;
+  pid_given_ = GetOptionalParameter("pid", name);
+  if (pid_given_) SetProcessName(name, "parameter pid");
+  LogLine(LogLevel::kTrace, "binary name is ", process_name_.View());
+}
+
+void CONTROLLER_IFC::FindStatusFiles() {
+  std::string directory;
+  const bool status_given = GetOptionalParameter("status", directory);
+  if (!directory.empty() && directory.back() != '/') directory += '/';
+  LogLine(LogLevel::kTrace, "status path is [", directory, "]\n");
+
+  const std::string_view name = process_name_.View();
+  // "ERROR." is the longest of the three.
+  if (!error_file_.Assign({directory, "ERROR.", name})) {
+    if (status_given && directory.size() > name.size()) FailTooLong("parameter status");
+    FailTooLong(NameSource());
+  }
+  static_cast<void>(ok_file_.Assign({directory, "OK.", name}));
+  static_cast<void>(stop_file_.Assign({directory, "STOP.", name}));
+  status_files_known_ = true;
+}
+
+void CONTROLLER_IFC::OpenConfigurationFile() {
+  std::string path;
+  if (GetOptionalParameter("pcf", path)) {
+    if (!configuration_.Assign({path})) FailTooLong("parameter pcf");
+  } else {
+    if (!configuration_.Assign({"pcf.", process_name_.View()})) FailTooLong(NameSource());
+  }
+  static_cast<void>(configuration_file_.Open(configuration_.Text()));
+}
+
+void CONTROLLER_IFC::MoveLog() {
+  std::string path;
+  PathBuffer log_file;
+  if (GetOptionalParameter("lfn", path)) {
+    if (!log_file.Assign({path})) FailTooLong("parameter lfn");
+  } else if (pid_given_ || Log().FilePath().empty()) {
+    if (!log_file.Assign({"log.", process_name_.View()})) FailTooLong(NameSource());
+  } else {
+    path = Log().FilePath();
+    static_cast<void>(log_file.Assign({path}));
+  }
+  Log().Open(std::string(log_file.View()));
+  if (!configuration_file_.IsOpen()) {
+    LogLine(LogLevel::kWarning, "Configuration file ", configuration_.View(), " does not exist!\n");
+  }
+}
+
+void CONTROLLER_IFC::SetThresholds() {
+  std::string level;
+  if (GetOptionalParameter("lfl", level)) {
+    Log().SetFileThreshold(quellmark::runtime::ParseLogLevel(level));
+  }
+  if (GetOptionalParameter("lsl", level)) {
+    Log().SetScreenThreshold(quellmark::runtime::ParseLogLevel(level));
+  }
+}
+
+void CONTROLLER_IFC::ObeyStopFile() const {
+  if (::access(stop_file_.Text(), F_OK) != 0) return;
+  const std::string line(52, '=');
+  LogLine(LogLevel::kInfo, line);
+  LogLine(LogLevel::kInfo, "Program execution interrupted - STOP file was found!\n");
+  LogLine(LogLevel::kInfo, line);
+  LogLine(LogLevel::kInfo, "found file: ", stop_file_.View());
+  std::exit(kExitStop);
+}
+
+void CONTROLLER_IFC::GetParameter(std::string_view name, std::string& value) {
+  if (!GetOptionalParameter(name, value)) AskKeyboard(name, value);
+}
+
+bool CONTROLLER_IFC::GetOptionalParameter(std::string_view name, std::string& value) {
+  return FindArgument(name, value) || FindInConfigurationFile(name, value) ||
+         FindInEnvironment(name, value);
+}
+
+bool CONTROLLER_IFC::HasParameter(std::string_view name) {
+  std::string value;
+  return GetOptionalParameter(name, value);
+}
+
+bool CONTROLLER_IFC::FindArgument(std::string_view name, std::string& value) const {
+  // Backwards, so that the last one wins; one in the last place has no value and is not seen.
+  for (int i = argc_ - 2; i >= 1; --i) {
+    const std::string_view argument = argv_[i];
+    if (!argument.starts_with('-') || argument.substr(1) != name) continue;
+    value = argv_[i + 1];
+    LogLine(LogLevel::kDebug, "Found parameter in argument list ", name, " = ", value);
+    return true;
+  }
+  LogLine(LogLevel::kTrace, "Parameter ", name, " not found in argument list!\n");
+  return false;
+}
+
+bool CONTROLLER_IFC::FindInConfigurationFile(std::string_view name, std::string& value) {
+  if (!configuration_file_.Find(name, value)) return false;
+  LogLine(LogLevel::kDebug, "Found parameter ", name, " = ", value);
+  return true;
+}
+
+bool CONTROLLER_IFC::FindInEnvironment(std::string_view name, std::string& value) {
+  const char* const found = std::getenv(std::string(name).c_str());
+  if (found == nullptr) {
+    LogLine(LogLevel::kTrace, "parameter ", name, " not found in UNIX environment\n");
+    return false;
+  }
+  value = found;
+  LogLine(LogLevel::kDebug, "Found parameter in UNIX environment ", name, " = ", value);
+  return true;
+}
+
+void CONTROLLER_IFC::AskKeyboard(std::string_view name, std::string& value) {
+  LogLine(LogLevel::kWarning, "No configuration file or parameter not found!\n");
+  LogLine(LogLevel::kWarning, "\t  Please input value of parameter : <", name, ">\n");
+  const unsigned seconds = InputSeconds();
+  LogLine(LogLevel::kDebug, "waiting ", seconds, " seconds for input\n");
+  LetAlarmEndTheProcess();
+  ::alarm(seconds);
+  quellmark::runtime::WriteQuietly(STDOUT_FILENO, std::string(name) + " := ");
+  const bool found = ReadWord(value);
+  ::alarm(0);
+  if (!found) {
+    Fail<ERROR_PARAMETER>("no value for parameter ", name, ": the input has ended");
+  }
+  LogLine(LogLevel::kDebug, "Read from keyboard parameter ", name, " = ", value);
+}
+
+std::string_view CONTROLLER_IFC::NameSource() const {
+  return pid_given_ ? "parameter pid" : "argument 0";
+}
+
+int CONTROLLER_IFC::SuccessReturn() {
+  configuration_file_.Close();
+  if (status_files_known_) ExchangeStatusFiles(error_file_.Text(), ok_file_.Text(), '0');
+  return EXIT_SUCCESS;
+}
+
+int CONTROLLER_IFC::FailureReturn() {
+  configuration_file_.Close();
+  if (status_files_known_) ExchangeStatusFiles(ok_file_.Text(), error_file_.Text(), '1');
+  return EXIT_FAILURE;
+}
+
+void CONTROLLER_IFC::SuccessExit() { std::exit(SuccessReturn()); }
+
+void CONTROLLER_IFC::FailureExit() { std::exit(FailureReturn()); }

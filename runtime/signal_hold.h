@@ -1,0 +1,29 @@
+// The signals that end the program in an orderly way, and a scope that holds them back.
+#pragma once
+
+#include <array>
+#include <csignal>
+
+namespace quellmark::runtime {
+
+/// The signals that are fatal, in the order in which their handler is installed. SIGIOT and SIGABRT
+/// are one signal: installed twice, harmless and kept. SIGALRM is deliberately none of them: it
+/// ends an unanswered prompt without touching the status files.
+inline constexpr std::array<int, 14> kFatalSignals = {SIGHUP,  SIGINT, SIGQUIT, SIGILL,  SIGIOT,
+                                                      SIGABRT, SIGFPE, SIGBUS,  SIGSEGV, SIGSYS,
+                                                      SIGTERM, SIGURG, SIGXCPU, SIGXFSZ};
+
+/// Holds the fatal signals back while it lives; one that was sent meanwhile arrives at its end. To
+/// be put around the few lines that must not be left half done. Scopes may be nested.
+class SignalHold {
+ public:
+  SignalHold() noexcept;
+  SignalHold(const SignalHold&) = delete;
+  SignalHold& operator=(const SignalHold&) = delete;
+  ~SignalHold();
+
+ private:
+  sigset_t saved_;
+};
+
+}  // namespace quellmark::runtime
