@@ -14,6 +14,7 @@
 #include <optional>
 #include <utility>
 
+#include "basic/alarm.h"
 #include "runtime/signal_hold.h"
 #include "runtime/streams.h"
 
@@ -310,6 +311,10 @@ LogLevel ParseLogLevel(std::string_view text) {
 
 LOG& Log() {
   static LOG& log = *new LOG;
+  // From now on the layer below reports here.
+  static const auto sink_before =
+      basic::SetAlarmSink([](std::string_view line) { LogLine(LogLevel::kAlarm, line); });
+  static_cast<void>(sink_before);
   return log;
 }
 
