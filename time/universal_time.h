@@ -1,0 +1,61 @@
+#pragma once
+
+#include <compare>
+#include <cstdint>
+
+#include "basic/string.h"
+#include "time/duration.h"
+
+/// A calendar time in UTC; the default is the empty value. The fields are kept as they are given:
+/// what the scanner reads and what arithmetic returns is in the ranges below. A month outside 1..12
+/// throws std::out_of_range wherever the calendar is asked.
+struct UNIVERSAL_TIME {
+  std::int32_t year = 0;         ///< Gregorian
+  std::int32_t month = 1;        ///< 1..12
+  std::int32_t day = 1;          ///< 1..days of the month
+  std::int32_t hour = 0;         ///< 0..23
+  std::int32_t minute = 0;       ///< 0..59
+  std::int32_t second = 0;       ///< 0..59, 60 only in an inserted second
+  std::int32_t millisecond = 0;  ///< 0..999
+  std::int32_t microsecond = 0;  ///< 0..999
+
+  /// UTC of a number of seconds [s] after 06-JAN-1980/00:00:00, inserted seconds included.
+  [[nodiscard]] static UNIVERSAL_TIME FromSeconds(double seconds);
+
+  /// "dd-MON-yyyy/hh:mm:ss.mmmuuu". A month outside 1..12 throws "invalid month name".
+  [[nodiscard]] STRING LongText() const;
+  /// "yyyy-mm-ddThh:mm:ss.mmmuuu" cut after `fraction_digits` (0..6), and "Z" if `zulu`.
+  [[nodiscard]] STRING IsoText(int fraction_digits = 6, bool zulu = false) const;
+
+  /// A calendar time is no plain number: throws "can not cast from UTC to double".
+  [[noreturn]] explicit operator double() const;
+
+  /// All eight fields.
+  friend bool operator==(const UNIVERSAL_TIME&, const UNIVERSAL_TIME&) = default;
+  /// By year, day of year, time of day (TimeOfDay_ms) and microsecond.
+  friend std::weak_ordering operator<=>(const UNIVERSAL_TIME& a, const UNIVERSAL_TIME& b);
+
+  /// Elapsed time from b to a, inserted seconds included; within an inserted second the clock runs
+  /// on evenly. Throws "duration range error" for years that Elapsed_us() refuses.
+  friend DURATION operator-(const UNIVERSAL_TIME& a, const UNIVERSAL_TIME& b);
+  /// The time at which `duration` has elapsed since `time` (its inverse: (t + d) - t == d); logs
+  /// the seconds inserted in between. A duration of zero returns `time` as it is and logs nothing.
+  friend UNIVERSAL_TIME operator+(const UNIVERSAL_TIME& time, const DURATION& duration);
+  friend UNIVERSAL_TIME operator-(const UNIVERSAL_TIME& time, const DURATION& duration) {
+    return time + -duration;
+  }
+};
+
+namespace quellmark::time {
+
+/// Long text of time + duration.
+[[nodiscard]] STRING TextOfSum(const UNIVERSAL_TIME& time, const DURATION& duration);
+
+/// Long text of UNIVERSAL_TIME::FromSeconds().
+[[nodiscard]] STRING TextOfSeconds(double seconds);
+
+/// Milliseconds since midnight; see the definition for a minute of 60.
+[[nodiscard]] long long TimeOfDay_ms(long long hour, long long minute, long long second,
+                                     long long millisecond);
+
+}  // namespace quellmark::time
