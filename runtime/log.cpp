@@ -127,10 +127,10 @@ void LOG::Sink::Flush(int fd) noexcept {
   size.store(0, std::memory_order_relaxed);
 }
 
-LOG::LOG() : start_time_(std::time(nullptr)), start_(std::chrono::steady_clock::now()) {}
-
 void LOG::Initialise(std::span<const std::string_view> directories) {
   if (state_.initialisations++ > 0) return;
+  start_time_ = std::time(nullptr);
+  start_ = std::chrono::steady_clock::now();
   quellmark::runtime::EnsureStandardStreams();
   const SignalHold hold;
   state_.name = "global";
@@ -152,17 +152,16 @@ void LOG::Release() {
   state_.file_is_temporary = false;
 }
 
-LOG& LOG::Start(Level level) {
+void LOG::Begin(Level level) {
   EndLine();
   if (level == Level::kQaWarning) state_.qa_warning = true;
   screen_.active = level >= state_.screen_threshold;
   file_.active = state_.file_fd.IsOpen() && level >= state_.file_threshold;
   active_ = screen_.active || file_.active;
-  if (!active_) return *this;
+  if (!active_) return;
   Append(LevelTag(level));
   Append(" : ");
   Append(state_.prefix);
-  return *this;
 }
 
 void LOG::Append(std::string_view text) {
@@ -194,7 +193,11 @@ void LOG::EndLine() {
   if (active_ && !at_line_start_) Append("\n");
 }
 
+#if defined(__GNUC__) && !defined(__clang__)
+void LOG::PrintAlways(Level level, const char* format, ...) {
+#else
 void LOG::Print(Level level, const char* format, ...) {
+#endif
   Start(level);
   if (!active_) return;
   std::va_list arguments;
@@ -309,13 +312,11 @@ LogLevel ParseLogLevel(std::string_view text) {
   return row != kLevels.end() ? static_cast<LogLevel>(row - kLevels.begin()) : LogLevel::kSilent;
 }
 
-LOG& Log() {
-  static LOG& log = *new LOG;
+LOG& CreateLog() {
   // From now on the layer below reports here.
-  static const auto sink_before =
-      basic::SetAlarmSink([](std::string_view line) { LogLine(LogLevel::kAlarm, line); });
-  static_cast<void>(sink_before);
-  return log;
+  static_cast<void>(
+      basic::SetAlarmSink([](std::string_view line) { LogLine(LogLevel::kAlarm, line); }));
+  return *new LOG;
 }
 
 }  // namespace quellmark::runtime

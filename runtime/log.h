@@ -77,7 +77,7 @@ class LOG {
     int initialisations = 0;
   };
 
-  LOG();
+  LOG() = default;
   LOG(const LOG&) = delete;
   LOG& operator=(const LOG&) = delete;
   ~LOG() = default;
@@ -96,7 +96,10 @@ class LOG {
   }
 
   /// Starts a message; ends the line of the message before it if that was left open.
-  LOG& Start(Level level);
+  LOG& Start(Level level) {
+    if (Concerns(level)) Begin(level);
+    return *this;
+  }
   LOG& operator<<(std::string_view text) {
     if (active_) Append(text);
     return *this;
@@ -122,14 +125,23 @@ class LOG {
 
   /// Formatted message; on the screen, levels above kQaWarning are highlighted unless the
   /// environment has NO_COLOR. The code ends the line if the text has not.
-  void Print(Level level, const char* format, ...) __attribute__((format(printf, 3, 4)));
+#if defined(__GNUC__) && !defined(__clang__)
+  // Inlined where that can be done, so that a suppressed message does not spill its arguments.
+  __attribute__((always_inline, format(printf, 3, 4))) void Print(Level level, const char* format,
+                                                                  ...) {
+    if (Concerns(level)) PrintAlways(level, format, __builtin_va_arg_pack());
+  }
+  void PrintAlways(Level level, const char* format, ...);
+#else
+  __attribute__((format(printf, 3, 4))) void Print(Level level, const char* format, ...);
+#endif
 
   /// Ends the line of the message under way if its last piece has not.
   void EndLine();
 
   /// Who runs (name, version, host, start time) and with which configuration file.
   void WriteHeader(const VERSION_RECORD& version, std::string_view configuration_path);
-  /// How long it took since the log was created, and the end time.
+  /// How long it took since the first initialisation, and the end time.
   void WriteFooter();
 
   /// Moves the log to `path`: what stood there is replaced, the lines of a temporary log are
@@ -159,13 +171,18 @@ class LOG {
   // any moment: `size` counts whole bytes only and is set last.
   struct Sink {
     bool active = false;  // the message under way goes here
-    std::array<char, 4096> bytes;
+    std::array<char, 4096> bytes{};
     std::atomic<std::size_t> size = 0;
 
     void Append(std::string_view text, int fd);
     void Flush(int fd) noexcept;
   };
 
+  // Whether a message at this level changes anything: it may be written, or it ends an open line.
+  [[nodiscard]] bool Concerns(Level level) const {
+    return active_ || Passes(level) || level == Level::kQaWarning;
+  }
+  void Begin(Level level);
   void Append(std::string_view text);
   void AppendSigned(long long number);
   void AppendUnsigned(unsigned long long number);
@@ -175,16 +192,22 @@ class LOG {
   State state_;
   Sink screen_;
   Sink file_;
-  bool active_ = false;        // the message under way goes anywhere at all
-  bool at_line_start_ = true;  // the last piece ended its line
-  std::time_t start_time_;
+  bool active_ = false;         // the message under way goes anywhere at all
+  bool at_line_start_ = true;   // the last piece ended its line
+  std::time_t start_time_ = 0;  // of the first initialisation
   std::chrono::steady_clock::time_point start_;
 };
 
 namespace quellmark::runtime {
 
+/// Makes the one log; for Log() alone.
+[[nodiscard]] LOG& CreateLog();
+
 /// The process-wide log. It is never destroyed, so that everything may report until the very end.
-[[nodiscard]] LOG& Log();
+[[nodiscard]] inline LOG& Log() {
+  static LOG& log = CreateLog();
+  return log;
+}
 
 /// One message of several pieces; ends the line if the last piece has not.
 template <class... Pieces>
