@@ -1,0 +1,88 @@
+#include "pool/line_reader.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+namespace quellmark::pool {
+namespace {
+
+// Large enough to make system calls rare, small enough to stay in the second-level cache.
+constexpr std::size_t kBlock = 64 * 1024;
+
+}  // namespace
+
+std::string_view KeyOf(std::string_view line) {
+  const auto* const end =
+      std::find_if(line.begin(), line.begin() + std::min(line.size(), kKeyLimit),
+                   [](char c) { return IsBlank(c) || IsLineEnd(c); });
+  return {line.begin(), end};
+}
+
+void LineReader::Rewind(int fd) {
+  if (!buffer_) buffer_ = std::make_unique_for_overwrite<char[]>(kBlock);
+  fd_ = fd;
+  offset_ = 0;
+  error_ = 0;
+  at_end_ = false;
+  begin_ = end_ = carriage_return_ = buffer_.get();
+}
+
+void LineReader::FindCarriageReturn() {
+  const void* found = std::memchr(begin_, '\r', static_cast<std::size_t>(end_ - begin_));
+  carriage_return_ = found != nullptr ? static_cast<const char*>(found) : end_;
+}
+
+// Moves what is left to the front of the buffer and fills the rest.
+void LineReader::Refill() {
+  std::size_t held = static_cast<std::size_t>(end_ - begin_);
+  if (held != 0) std::memmove(buffer_.get(), begin_, held);
+  while (held < kLineLimit && !at_end_) {
+    const ssize_t got = ::pread(fd_, buffer_.get() + held, kBlock - held, offset_);
+    if (got < 0 && errno == EINTR) continue;
+    if (got < 0) error_ = errno;
+    at_end_ = got <= 0;
+    if (at_end_) break;
+    held += static_cast<std::size_t>(got);
+    offset_ += got;
+  }
+  begin_ = buffer_.get();
+  end_ = begin_ + held;
+  FindCarriageReturn();
+}
+
+bool LineReader::Next(std::string_view& line) {
+  if (end_ - begin_ < static_cast<std::ptrdiff_t>(kLineLimit) && !at_end_) Refill();
+  if (begin_ == end_ || error_ != 0) return false;
+  std::size_t size = std::min(kLineLimit, static_cast<std::size_t>(end_ - begin_));
+  if (carriage_return_ < begin_ + size) {
+    size = static_cast<std::size_t>(carriage_return_ - begin_) + 1;
+  }
+  if (const void* found = std::memchr(begin_, '\n', size)) {
+    size = static_cast<std::size_t>(static_cast<const char*>(found) - begin_) + 1;
+  }
+  line = {begin_, size};
+  begin_ += size;
+  if (carriage_return_ < begin_) FindCarriageReturn();
+  return true;
+}
+
+std::string_view TokenCursor::Rest() {
+  const auto* const begin =
+      std::find_if(rest_.begin(), rest_.end(), [](char c) { return !IsBlank(c) && c != '\r'; });
+  rest_.remove_prefix(static_cast<std::size_t>(begin - rest_.begin()));
+  return rest_;
+}
+
+std::string_view TokenCursor::Next() {
+  const std::string_view rest = Rest();
+  const auto* const end = std::find_if(rest.begin(), rest.end(),
+                                       [](char c) { return IsBlank(c) || IsLineEnd(c); });
+  const std::string_view token(rest.begin(), end);
+  rest_.remove_prefix(token.size());
+  return token;
+}
+
+}  // namespace quellmark::pool

@@ -1,0 +1,70 @@
+// The closed table of value types of a parameter pool, and the C++ type that each stands for.
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+#include <variant>
+
+#include "basic/array.h"
+#include "basic/complex.h"
+#include "basic/index.h"
+#include "basic/matrix.h"
+#include "basic/string.h"
+#include "basic/tuple.h"
+
+namespace quellmark::pool {
+
+/// What an entry of unknown type holds.
+struct NoValue {
+  friend bool operator==(const NoValue&, const NoValue&) = default;
+};
+
+/// The id of a type; the numbers are part of the format.
+enum class ValueType : int {
+#define QM_VALUE_TYPE(id, name, ...) id,
+#include "pool/value_types.inc"
+#undef QM_VALUE_TYPE
+};
+
+namespace detail {
+
+template <class Placeholder, class... Values>
+struct AnyValueOf {
+  using Type = std::variant<Values...>;
+};
+
+}  // namespace detail
+
+/// A value of any type; its index() is the id of its type.
+using AnyValue = detail::AnyValueOf<void
+#define QM_VALUE_TYPE(id, name, ...) , __VA_ARGS__
+#include "pool/value_types.inc"
+#undef QM_VALUE_TYPE
+                                    >::Type;
+
+inline constexpr std::size_t kValueTypeCount = std::variant_size_v<AnyValue>;
+static_assert(kValueTypeCount == 48 && static_cast<int>(ValueType::kStrM) == 47);
+
+/// The C++ type of an entry: bool for kBol, ARRAY<double> for kFlt15V and so on.
+template <ValueType kType>
+using PoolValue = std::variant_alternative_t<static_cast<std::size_t>(kType), AnyValue>;
+
+/// The other way round: the type of the entries that hold a `Value`.
+template <class Value>
+inline constexpr ValueType kTypeOf = [] {
+  constexpr bool kIsValue[] = {
+#define QM_VALUE_TYPE(id, name, ...) std::is_same_v<Value, __VA_ARGS__>,
+#include "pool/value_types.inc"
+#undef QM_VALUE_TYPE
+  };
+  std::size_t id = 0;
+  while (!kIsValue[id]) ++id;  // no value type: not a constant expression, a compile error
+  return static_cast<ValueType>(id);
+}();
+
+/// The name as it stands in a pool file.
+[[nodiscard]] std::string_view TypeName(ValueType type);
+/// By exact, case-sensitive comparison; any other name is kUnknown.
+[[nodiscard]] ValueType TypeFromName(std::string_view name);
+
+}  // namespace quellmark::pool
