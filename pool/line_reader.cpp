@@ -78,8 +78,8 @@ std::string_view TokenCursor::Rest() {
 
 std::string_view TokenCursor::Next() {
   const std::string_view rest = Rest();
-  const auto* const end = std::find_if(rest.begin(), rest.end(),
-                                       [](char c) { return IsBlank(c) || IsLineEnd(c); });
+  const auto* const end =
+      std::find_if(rest.begin(), rest.end(), [](char c) { return IsBlank(c) || IsLineEnd(c); });
   const std::string_view token(rest.begin(), end);
   rest_.remove_prefix(token.size());
   return token;

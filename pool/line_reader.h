@@ -49,7 +49,7 @@ class LineReader {
   int error_ = 0;
   bool at_end_ = true;
   std::unique_ptr<char[]> buffer_;
-  const char* begin_ = nullptr;            ///< the bytes not yet handed out
+  const char* begin_ = nullptr;  ///< the bytes not yet handed out
   const char* end_ = nullptr;
   const char* carriage_return_ = nullptr;  ///< the first one of them, or end_
 };

@@ -1,0 +1,107 @@
+#include "pool/parameter_pool.h"
+
+#include <sys/stat.h>
+
+#include <cstring>
+
+#include "basic/errors.h"
+#include "pool/pool_file.h"
+#include "pool/value_reader.h"
+
+using quellmark::pool::IsBlank;
+using quellmark::pool::IsKeyLine;
+using quellmark::pool::IsLineEnd;
+using quellmark::pool::KeyOf;
+using quellmark::pool::kKeyLimit;
+using quellmark::pool::NoValue;
+using quellmark::pool::PoolValue;
+using quellmark::pool::TokenCursor;
+using quellmark::pool::TypeName;
+using quellmark::runtime::Fail;
+using quellmark::runtime::LogLine;
+
+namespace {
+
+template <class Error, class... Pieces>
+[[noreturn]] void FailFor(std::string_view key, const Pieces&... pieces) {
+  Fail<Error>("parameter pool: parameter key >> ", key, pieces...);
+}
+
+bool IsDirectory(const std::string& path) {
+  struct stat status {};
+  return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+}  // namespace
+
+PARAMETER_POOL::PARAMETER_POOL() { LogLine(LogLevel::kTrace, "init pool\n"); }
+
+PARAMETER_POOL::~PARAMETER_POOL() = default;
+
+int PARAMETER_POOL::Open(const std::string& path) {
+  Close();
+  if (IsDirectory(path)) {
+    Fail<CAN_NOT_OPEN_POOL>("parameter file ", path, " is a directory!\n");
+  }
+  path_ = path;
+  directory_ = quellmark::pool::DirectoryOf(path);
+  fd_ = quellmark::pool::OpenPoolFile(path, writable_);
+  if (!IsOpen()) Fail<CAN_NOT_OPEN_POOL>("can not open parameter file ", path, "\n");
+  return fd_.Get();
+}
+
+void PARAMETER_POOL::Close() { fd_.Reset(); }
+
+bool PARAMETER_POOL::Find(std::string_view key, std::string_view& line) {
+  if (!IsOpen()) Fail<ERROR_ALGORITHM>("No file pointer given for parameter pool\n");
+  if (key.empty() || key.size() > kKeyLimit) return false;
+  lines_.Rewind(fd_.Get());
+  while (lines_.Next(line)) {
+    // The first characters decide for nearly all lines; only then it is worth to look for the end.
+    if (line.front() == key.front() && line.starts_with(key) && IsKeyLine(line) &&
+        KeyOf(line).size() == key.size()) {
+      return true;
+    }
+  }
+  if (lines_.Error() != 0) {
+    FailFor<ERROR_CAN_NOT_READ_FILE>(key, " << ", std::strerror(lines_.Error()), "\n");
+  }
+  return false;
+}
+
+std::string_view PARAMETER_POOL::FindType(std::string_view key, TokenCursor& cursor) {
+  std::string_view line;
+  if (!Find(key, line)) {
+    LogLine(not_found_level_, "parameter pool: parameter key >> ", key, " << not found\n");
+    throw PARAMETER_KEY_NOT_FOUND();
+  }
+  cursor = TokenCursor(line);
+  static_cast<void>(cursor.Next());  // the key, which may be longer than what counts of it
+  const std::string_view name = cursor.Next();
+  if (name.empty()) FailFor<ERROR_PARAMETER_POOL>(key, " << no type information found\n");
+  return name;
+}
+
+bool PARAMETER_POOL::Has(std::string_view key) {
+  std::string_view line;
+  return Find(key, line);
+}
+
+quellmark::pool::ValueType PARAMETER_POOL::TypeOf(std::string_view key) {
+  TokenCursor cursor{""};
+  return quellmark::pool::TypeFromName(FindType(key, cursor));
+}
+
+template <quellmark::pool::ValueType kType>
+PoolValue<kType> PARAMETER_POOL::Read(std::string_view key) {
+  TokenCursor cursor{""};
+  if (FindType(key, cursor) != TypeName(kType)) {
+    FailFor<WRONG_PARAMETER_TYPE>(key, " << type ", TypeName(kType), " expected\n");
+  }
+  return quellmark::pool::ReadValue<PoolValue<kType>>(key, cursor, lines_);
+}
+
+#define QM_VALUE_TYPE(id, name, ...) \
+  template __VA_ARGS__ PARAMETER_POOL::Read<PARAMETER_POOL::ValueType::id>(std::string_view);
+#include "pool/value_types.inc"
+#undef QM_VALUE_TYPE

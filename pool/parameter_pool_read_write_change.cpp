@@ -1,0 +1,77 @@
+#include "pool/parameter_pool_read_write_change.h"
+
+#include <utility>
+
+#include "basic/errors.h"
+#include "pool/item_writer.h"
+#include "pool/pool_update.h"
+
+using quellmark::runtime::Fail;
+using quellmark::runtime::LogLine;
+
+PARAMETER_POOL_READ_WRITE_CHANGE::PARAMETER_POOL_READ_WRITE_CHANGE(const std::string& path) {
+  Open(path);
+  if (!IsWritable()) Fail<CAN_NOT_OPEN_POOL>("can not open pool file for update ", path, "\n");
+  LogLine(LogLevel::kDebug, "construct pool_rwc: ", path, "\n");
+}
+
+PARAMETER_POOL_READ_WRITE_CHANGE::~PARAMETER_POOL_READ_WRITE_CHANGE() {
+  try {
+    PARAMETER_POOL_READ_WRITE_CHANGE::Close();
+  } catch (const ERROR_EXCEPTION&) {
+    // The log has said what happened.
+  } catch (...) {
+    LogLine(LogLevel::kAlarm, "can not update parameter pool: ", Path(), "\n");
+  }
+}
+
+void PARAMETER_POOL_READ_WRITE_CHANGE::AddItem(PARAMETER_POOL_ITEM item) {
+  if (pending_.Find(item.key) != pending_.end()) {
+    Fail<PARAMETER_KEY_EXISTS>("parameter pool: parameter key >> ", item.key,
+                               " << already exists\n");
+  }
+  quellmark::pool::CheckItem(item);
+  pending_.Append(std::move(item));
+}
+
+void PARAMETER_POOL_READ_WRITE_CHANGE::SetItem(PARAMETER_POOL_ITEM item) {
+  quellmark::pool::CheckItem(item);
+  const auto found = pending_.Find(item.key);
+  if (found != pending_.end()) {
+    *found = std::move(item);
+  } else {
+    pending_.Append(std::move(item));
+  }
+}
+
+bool PARAMETER_POOL_READ_WRITE_CHANGE::Remove(std::string_view key) {
+  const auto found = pending_.Find(key);
+  if (found == pending_.end()) return false;
+  pending_.Remove(found);
+  return true;
+}
+
+void PARAMETER_POOL_READ_WRITE_CHANGE::Update() {
+  if (!IsOpen()) return;
+  quellmark::pool::PoolUpdate update(Descriptor(), Path(), Directory());
+  try {
+    update.Run(pending_);
+  } catch (...) {
+    if (update.HasTouchedPool()) {
+      pending_.Clear();
+      PARAMETER_POOL::Close();
+    }
+    throw;
+  }
+  pending_.Clear();
+}
+
+void PARAMETER_POOL_READ_WRITE_CHANGE::Close() {
+  try {
+    if (!pending_.IsEmpty()) Update();
+  } catch (...) {
+    PARAMETER_POOL::Close();
+    throw;
+  }
+  PARAMETER_POOL::Close();
+}

@@ -1,0 +1,64 @@
+// A pool whose entries can be added and changed.
+#pragma once
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "pool/parameter_pool.h"
+#include "pool/pool_item.h"
+
+/// Reads from the pool file as PARAMETER_POOL does; what is added waits in a list, invisible to the
+/// reading operations, until an update writes it into the file.
+class PARAMETER_POOL_READ_WRITE_CHANGE : public PARAMETER_POOL {
+ public:
+  /// Opens the pool. Throws CAN_NOT_OPEN_POOL also when the file can not be opened for update.
+  explicit PARAMETER_POOL_READ_WRITE_CHANGE(const std::string& path);
+  /// Writes back as Close() does, but logs instead of throwing.
+  ~PARAMETER_POOL_READ_WRITE_CHANGE() override;
+
+  /// Puts an entry on the list: at the update it replaces the entry of the same key in the file, or
+  /// is appended. `comments` are written above it, one line each. Throws PARAMETER_KEY_EXISTS when
+  /// the key is pending already, PARAMETER_KEY_TOO_LONG for a key over 100 characters,
+  /// INVALID_PARAMETER_VALUE for what could not be read back.
+  template <ValueType kType>
+  void Add(std::string_view key, quellmark::pool::PoolValue<kType> value,
+           std::vector<std::string> comments = {}) {
+    AddItem(MakeItem<kType>(key, std::move(value), std::move(comments)));
+  }
+
+  /// As Add(), but a pending entry of the same key is replaced where it stands in the list.
+  template <ValueType kType>
+  void Set(std::string_view key, quellmark::pool::PoolValue<kType> value,
+           std::vector<std::string> comments = {}) {
+    SetItem(MakeItem<kType>(key, std::move(value), std::move(comments)));
+  }
+
+  /// Takes a pending entry off the list; the file is not touched. False if the key is not pending.
+  bool Remove(std::string_view key);
+
+  /// Writes the list into the file and empties it; does nothing without an open file. A failure
+  /// before the file is touched keeps the list; one that may leave the file incomplete closes the
+  /// pool, so that the complete copy named in the log stays the last word. Throws
+  /// NO_UPDATE_PERMISSION_FOR_POOL, CORRUPTED_PARAMETER_POOL, ERROR_I_O or ERROR_PARAMETER_POOL.
+  void Update();
+
+  /// Updates if anything is pending, and closes the file, also when the update throws.
+  void Close() override;
+
+ private:
+  using PARAMETER_POOL::Open;  // another file would get what is pending for this one
+
+  template <ValueType kType>
+  static PARAMETER_POOL_ITEM MakeItem(std::string_view key, quellmark::pool::PoolValue<kType> value,
+                                      std::vector<std::string> comments) {
+    return {std::string(key),
+            quellmark::pool::AnyValue(std::in_place_index<static_cast<std::size_t>(kType)>,
+                                      std::move(value)),
+            std::move(comments)};
+  }
+  void AddItem(PARAMETER_POOL_ITEM item);
+  void SetItem(PARAMETER_POOL_ITEM item);
+
+  PARAMETER_POOL_LIST pending_;
+};
