@@ -1,0 +1,63 @@
+#include "orbit/general_orbit.h"
+
+#include <utility>
+
+#include "basic/errors.h"
+#include "pool/parameter_pool.h"
+#include "runtime/log.h"
+
+using quellmark::pool::ValueType;
+
+template <class T, class V>
+GENERAL_ORBIT<T, V>& GENERAL_ORBIT<T, V>::operator=(const GENERAL_ORBIT& orbit) {
+  quellmark::runtime::LogLine(
+      LOG::Level::kDebug,
+      "virtual GENERAL_ORBIT<T>& operator=( const GENERAL_ORBIT<T>& agen_orbit )\n");
+  if (this == &orbit) return *this;
+  std::unique_ptr<ORBIT_BASE> core;
+  if (orbit.core_ != nullptr) {
+    core = quellmark::orbit::CreateCoreObject(orbit.orbit_type_id_, orbit.InterpolationId());
+    core->SetPolynomialFitOrder(orbit.PolynomialFitOrder());
+    core->SetSupportPointCount(orbit.SupportPointCount());
+    *core = *orbit.core_;
+  }
+  core_ = std::move(core);
+  orbit_type_id_ = orbit.orbit_type_id_;
+  choice_ = orbit.choice_;
+  return *this;
+}
+
+template <class T, class V>
+void GENERAL_ORBIT<T, V>::ReadFromParameterPool(PARAMETER_POOL& pool) {
+  using namespace quellmark::orbit;
+  const int type_id =
+      quellmark::orbit::OrbitTypeId(pool.Read<ValueType::kStr>("orbit_representation").View());
+  const InterpolationChoice choice =
+      ParseInterpolation(pool.Read<ValueType::kStr>("orbit_interpolation").View(), choice_);
+
+  std::unique_ptr<ORBIT_BASE> core = CreateCoreObject(type_id, choice.interpolation_id);
+  core->SetPolynomialFitOrder(choice.polynomial_fit_order);
+  core->SetSupportPointCount(choice.support_point_count);
+
+  OrbitKeys keys;
+  keys.time = pool.Read<ValueType::kStr>("orbit_param_key");
+  keys.values = pool.Read<ValueType::kStrV>("orbit_value_key");
+  if (choice.interpolation_id == kHermiteId || choice.interpolation_id == kLocalHermiteId) {
+    keys.velocities = pool.Read<ValueType::kStrV>("orbit_velocity_key");
+  }
+  core->SetKeys(std::move(keys));
+  core->ReadSource(pool);
+  core->SetReferenceTime(pool.Read<ValueType::kStr>("orbit_reference_time"));
+  core->ReadSamples(pool);
+
+  core_ = std::move(core);
+  orbit_type_id_ = type_id;
+  choice_ = choice;
+}
+
+template <class T, class V>
+void GENERAL_ORBIT<T, V>::FailNotRead() {
+  quellmark::runtime::Fail<ERROR_ALGORITHM>("GENERAL_ORBIT: no orbit was read\n");
+}
+
+template class GENERAL_ORBIT<double, VECTOR_3D<double>>;

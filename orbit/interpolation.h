@@ -1,0 +1,91 @@
+// Interpolation of sampled functions of one variable: the operations that every kind answers.
+#pragma once
+
+#include <span>
+
+#include "basic/array.h"
+#include "basic/errors.h"
+#include "basic/point.h"
+
+namespace quellmark::orbit {
+
+/// Value, first and second derivative of a function at one abscissa.
+template <class T>
+struct Jet {
+  T y{};
+  T dy{};
+  T d2y{};
+};
+
+}  // namespace quellmark::orbit
+
+/// T is float or double (float members compute in single precision), P is POINT<T>, or DPOINT<T>
+/// for the kinds that take the derivative at the support points. Support points may start at any
+/// index; their abscissae ascend. The virtual operations stand in the order of their slots.
+template <class T, class P>
+class INTERPOLATION {
+ public:
+  INTERPOLATION() = default;
+  INTERPOLATION(const INTERPOLATION&) = default;
+  INTERPOLATION(INTERPOLATION&&) noexcept = default;
+  INTERPOLATION& operator=(const INTERPOLATION&) = default;
+  INTERPOLATION& operator=(INTERPOLATION&&) noexcept = default;
+  virtual ~INTERPOLATION() = default;
+
+  /// As Create(), and writes what a fit is worth to the log.
+  virtual void CreateWithReport(const ARRAY<P>& points);
+  /// Takes the support points; throws INVALID_PARAMETER_VALUE after an ALARM line if they can not
+  /// be interpolated.
+  virtual void Create(const ARRAY<P>& points);
+  /// Order of the next creation; a negative one leaves the order as it was.
+  virtual void SetOrder(int order);
+  /// Support points per span of the next creation; -1 leaves the count as it was.
+  virtual void SetSupportPointCount(int count);
+  /// Value, first and second derivative at a finite x; ERROR_ARGUMENT after an ALARM line for any
+  /// other.
+  [[nodiscard]] virtual T GetY(T x) const;
+  [[nodiscard]] virtual T GetDerivedY(T x) const;
+  [[nodiscard]] virtual T GetDerived2Y(T x) const;
+  /// Coefficients in the kind's own form and index range.
+  [[nodiscard]] virtual ARRAY<T> GetCoeffs() const;
+};
+
+namespace quellmark::orbit {
+
+/// Throws INVALID_PARAMETER_VALUE after an ALARM line unless there is a point, all numbers are
+/// finite and the abscissae ascend strictly: every interpolation divides by their differences.
+template <class P>
+void CheckSupportPoints(std::span<const P> points);
+
+/// Throws ERROR_ARGUMENT after an ALARM line.
+[[noreturn]] void FailNotFinite(double x);
+
+/// The virtual operations of the kind `Self` over its statically bound ones: Fit(points) builds,
+/// Report() logs, At(x) gives the Jet at a finite x.
+template <class Self, class T, class P>
+class Evaluated : public INTERPOLATION<T, P> {
+ public:
+  void Create(const ARRAY<P>& points) override {
+    CheckSupportPoints<P>(points.Elements());
+    self().Fit(points.Elements());
+  }
+  void CreateWithReport(const ARRAY<P>& points) override {
+    self().Create(points);
+    self().Report();
+  }
+  [[nodiscard]] T GetY(T x) const override { return CheckedAt(x).y; }
+  [[nodiscard]] T GetDerivedY(T x) const override { return CheckedAt(x).dy; }
+  [[nodiscard]] T GetDerived2Y(T x) const override { return CheckedAt(x).d2y; }
+
+  void Report() const {}
+
+ private:
+  Self& self() { return static_cast<Self&>(*this); }
+  [[nodiscard]] Jet<T> CheckedAt(T x) const {
+    // x - x is 0 for a finite x and NaN for any other.
+    if (x - x != T{0}) FailNotFinite(static_cast<double>(x));
+    return static_cast<const Self&>(*this).At(x);
+  }
+};
+
+}  // namespace quellmark::orbit

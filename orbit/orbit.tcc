@@ -1,0 +1,111 @@
+// Bodies of orbit.h; included by the sources that list the members.
+#pragma once
+
+#include <algorithm>
+#include <type_traits>
+#include <utility>
+
+#include "orbit/orbit.h"
+#include "orbit/time_kind.h"
+#include "runtime/log.h"
+
+template <class T, class S, class I, class P>
+ORBIT_BASE& ORBIT<T, S, I, P>::operator=(const ORBIT_BASE& orbit) {
+  using quellmark::runtime::Fail;
+  quellmark::runtime::LogLine(
+      LOG::Level::kDebug,
+      "virtual ORBIT_BASE& ORBIT<T,S,I,P>::operator=( const ORBIT_BASE& aorbit )\n");
+  const auto* const other = dynamic_cast<const ORBIT*>(&orbit);
+  if (other == nullptr) Fail<ERROR_ARGUMENT>("ORBIT: can not assign an orbit of another class\n");
+  ORBIT_BASE::operator=(orbit);
+  reference_time_ = other->reference_time_;
+  samples_ = other->samples_;
+  interpolators_ = other->interpolators_;
+  return *this;
+}
+
+template <class T, class S, class I, class P>
+void ORBIT<T, S, I, P>::SetReferenceTime(const STRING& text) {
+  using Kind = quellmark::orbit::TimeKind<S>;
+  if (!Kind::IsKindOf(text.View())) {
+    quellmark::runtime::LogLine(LOG::Level::kAlarm,
+                                "ORBIT: reference time is of another kind than the epochs: ", text,
+                                "\n");
+    throw "not allowed time conversion";
+  }
+  reference_time_ = Kind::Scan(text.View());
+  time_stamp_ = text;
+  if constexpr (std::is_same_v<S, double>) time_origin_s_ = reference_time_;
+}
+
+template <class T, class S, class I, class P>
+template <class Time>
+double ORBIT<T, S, I, P>::AbscissaOf(const Time& time) const {
+  if constexpr (std::is_same_v<S, Time>) {
+    return quellmark::orbit::TimeKind<S>::SecondsAfter(time, reference_time_);
+  } else {
+    throw "not allowed time conversion";
+  }
+}
+
+template <class T, class S, class I, class P>
+void ORBIT<T, S, I, P>::Derive(int derivative, double abscissa_s, std::span<double> result) const {
+  const T x = static_cast<T>(abscissa_s);
+  for (std::size_t i = 0; i < result.size(); ++i) {
+    const I& interpolator = interpolators_[static_cast<int>(i)];
+    result[i] = static_cast<double>(derivative == 0   ? interpolator.GetY(x)
+                                    : derivative == 1 ? interpolator.GetDerivedY(x)
+                                                      : interpolator.GetDerived2Y(x));
+  }
+}
+
+template <class T, class S, class I, class P>
+void ORBIT<T, S, I, P>::GetState(double abscissa_s, VECTOR_3D<double>& position,
+                                 VECTOR_3D<double>& velocity,
+                                 VECTOR_3D<double>& acceleration) const {
+  const T x = static_cast<T>(abscissa_s);
+  if (x - x != T{0}) quellmark::orbit::FailNotFinite(abscissa_s);
+  if (interpolators_.Elements().size() != 3) CheckThreeCoordinates();
+  const auto jet = [this, x](int i) {
+    const quellmark::orbit::Jet<T> at = interpolators_[i].At(x);
+    return quellmark::orbit::Jet<double>{static_cast<double>(at.y), static_cast<double>(at.dy),
+                                         static_cast<double>(at.d2y)};
+  };
+  const auto x_jet = jet(0);
+  const auto y_jet = jet(1);
+  const auto z_jet = jet(2);
+  position = {x_jet.y, y_jet.y, z_jet.y};
+  velocity = {x_jet.dy, y_jet.dy, z_jet.dy};
+  acceleration = {x_jet.d2y, y_jet.d2y, z_jet.d2y};
+}
+
+template <class T, class S, class I, class P>
+void ORBIT<T, S, I, P>::CreateInterpolators(ARRAY<ARRAY<P>> samples) {
+  samples_ = std::move(samples);
+  interpolators_ = ARRAY<I>(samples_.Range());
+  for (int i = samples_.First(); i <= samples_.Last(); ++i) {
+    interpolators_[i].SetOrder(polynomial_fit_order_);
+    interpolators_[i].SetSupportPointCount(support_point_count_);
+    interpolators_[i].CreateWithReport(samples_[i]);
+  }
+}
+
+template <class T, class S, class I, class P>
+void ORBIT<T, S, I, P>::List() const {
+  using Level = LOG::Level;
+  CheckThreeCoordinates();
+  LOG& log = quellmark::runtime::Log();
+  if (!log.Passes(Level::kDebug)) return;
+  log.Start(Level::kDebug)
+      << "|t [s]|x [m]|y [m]|z [m]|ix [m]|iy [m]|iz [m]|dx [m]|dy [m]|dz [m]|\n";
+  for (int j = samples_[0].First(); j <= samples_[0].Last(); ++j) {
+    const auto t = static_cast<double>(samples_[0][j].X());
+    const auto y = [this, j](int i) { return static_cast<double>(samples_[i][j].Y()); };
+    const VECTOR_3D<double> sample{y(0), y(1), y(2)};
+    VECTOR_3D<double> at;
+    ORBIT_BASE::Derive(0, t, at);
+    const VECTOR_3D<double> d = at - sample;
+    log.Print(Level::kDebug, "| %f | %e | %e | %e | %e | %e | %e | %e | %e | %e |\n", t, sample.x,
+              sample.y, sample.z, at.x, at.y, at.z, d.x, d.y, d.z);
+  }
+}

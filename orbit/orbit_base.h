@@ -1,0 +1,104 @@
+// What every orbit answers, whatever the number type, time type and interpolation of its samples.
+#pragma once
+
+#include <span>
+
+#include "basic/array.h"
+#include "basic/string.h"
+#include "basic/vector_3d.h"
+#include "time/mission_elapsed_time.h"
+#include "time/universal_time.h"
+
+class PARAMETER_POOL;
+
+namespace quellmark::orbit {
+
+/// The pool keys under which the samples of an orbit stand.
+struct OrbitKeys {
+  STRING time;               ///< epochs, one per state vector
+  ARRAY<STRING> values;      ///< keys of the positions [m], one per coordinate
+  ARRAY<STRING> velocities;  ///< keys of the velocities [m/s]; empty unless the kind needs them
+};
+
+}  // namespace quellmark::orbit
+
+/// Positions in metres, velocities in m/s and accelerations in m/s^2 in the earth-fixed frame of
+/// the samples. A `double` time counts seconds from the reference time, or is the time itself where
+/// the samples are stamped with plain numbers. Operations that a class below must provide are not
+/// abstract: called here, they log an ALARM line and throw ERROR_ALGORITHM.
+class ORBIT_BASE {
+ public:
+  ORBIT_BASE() = default;
+  ORBIT_BASE(const ORBIT_BASE&) = delete;
+  virtual ~ORBIT_BASE() = default;
+  /// Takes over everything from an orbit of the same class; ERROR_ARGUMENT after an ALARM line for
+  /// an orbit of another one.
+  virtual ORBIT_BASE& operator=(const ORBIT_BASE& orbit);
+
+  /// Order and support point count for the interpolators; -1 leaves their defaults.
+  void SetPolynomialFitOrder(int order) { polynomial_fit_order_ = order; }
+  void SetSupportPointCount(int count) { support_point_count_ = count; }
+  void SetKeys(quellmark::orbit::OrbitKeys keys) { keys_ = std::move(keys); }
+  /// Pool file with the samples; empty for the scene pool.
+  void SetDataFile(const STRING& path) { data_file_ = path; }
+
+  /// Reads from the scene pool where the samples are to come from.
+  virtual void ReadSource(PARAMETER_POOL& pool);
+  /// Takes the text as reference time; throws "not allowed time conversion" after an ALARM line if
+  /// it is the text of another kind of time than the samples'.
+  virtual void SetReferenceTime(const STRING& text);
+  /// The reference time as it was read.
+  [[nodiscard]] const STRING& TimeStamp() const { return time_stamp_; }
+  /// Reads the samples and builds the interpolators.
+  virtual void ReadSamples(PARAMETER_POOL& scene_pool);
+
+  [[nodiscard]] virtual int NumberOfCoordinates() const;
+  /// The reference time itself if it is a plain number, else 0.0: the `double` time that lies at
+  /// abscissa 0.
+  [[nodiscard]] double TimeOrigin() const { return time_origin_s_; }
+
+  /// Seconds from the reference time to `time`: the abscissa of the interpolation. A type that the
+  /// orbit's samples are not stamped with raises "not allowed time conversion".
+  [[nodiscard]] double Abscissa(double time_s) const { return time_s - time_origin_s_; }
+  [[nodiscard]] virtual double Abscissa(const UNIVERSAL_TIME& time) const;
+  [[nodiscard]] virtual double Abscissa(const MISSION_ELAPSED_TIME& time) const;
+
+  /// Derivative 0 (value), 1 or 2 of each coordinate at an abscissa; `result` has one element per
+  /// coordinate. ERROR_ARGUMENT after an ALARM line if the abscissa is not finite.
+  virtual void Derive(int derivative, double abscissa_s, std::span<double> result) const;
+  /// All three derivatives at once, of an orbit of three coordinates (ERROR_ARGUMENT for others).
+  virtual void GetState(double abscissa_s, VECTOR_3D<double>& position, VECTOR_3D<double>& velocity,
+                        VECTOR_3D<double>& acceleration) const;
+
+  /// Position, velocity and acceleration at a time of any of the three types.
+  template <class Time, class Result>
+  void Position(const Time& time, Result& result) const {
+    Derive(0, Abscissa(time), result);
+  }
+  template <class Time, class Result>
+  void Velocity(const Time& time, Result& result) const {
+    Derive(1, Abscissa(time), result);
+  }
+  template <class Time, class Result>
+  void Acceleration(const Time& time, Result& result) const {
+    Derive(2, Abscissa(time), result);
+  }
+
+  /// Writes a table of samples, interpolated positions and their differences to the log (level 2).
+  virtual void List() const;
+  /// Writes the coefficients of the interpolation to the file `name` + ".pkt"; logs an ALARM line
+  /// if it can not be created.
+  virtual void SavePolynomial(const STRING& name) const;
+
+ protected:
+  void Derive(int derivative, double abscissa_s, ARRAY<double>& result) const;
+  void Derive(int derivative, double abscissa_s, VECTOR_3D<double>& result) const;
+  void CheckThreeCoordinates() const;
+
+  quellmark::orbit::OrbitKeys keys_;
+  STRING data_file_;
+  STRING time_stamp_;
+  double time_origin_s_ = 0.0;
+  int polynomial_fit_order_ = -1;
+  int support_point_count_ = -1;
+};

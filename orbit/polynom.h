@@ -1,0 +1,32 @@
+// The polynomials that meet all their support points.
+#pragma once
+
+#include "orbit/newton_form.h"
+
+/// The polynomial through n + 1 support points, of degree n or less.
+template <class T>
+class POLYNOM final : public quellmark::orbit::Evaluated<POLYNOM<T>, T, POINT<T>> {
+ public:
+  void Fit(std::span<const POINT<T>> points) { form_.Fit(points); }
+  [[nodiscard]] quellmark::orbit::Jet<T> At(T x) const { return form_.At(x); }
+  /// The Newton coefficients c[0..degree]; the nodes are the support points in their order. A
+  /// degree below n means that the higher coefficients are 0.
+  [[nodiscard]] ARRAY<T> GetCoeffs() const override;
+  [[nodiscard]] const quellmark::orbit::NewtonForm<T>& Form() const { return form_; }
+
+ private:
+  quellmark::orbit::NewtonForm<T> form_;
+};
+
+/// The polynomial of degree 2 n - 1 or less that meets value and derivative at n support points. It
+/// knows no order but that.
+template <class T>
+class HERMITE_POLY final : public quellmark::orbit::Evaluated<HERMITE_POLY<T>, T, DPOINT<T>> {
+ public:
+  void Fit(std::span<const DPOINT<T>> points) { form_.Fit(points); }
+  [[nodiscard]] quellmark::orbit::Jet<T> At(T x) const { return form_.At(x); }
+  [[nodiscard]] const quellmark::orbit::NewtonForm<T>& Form() const { return form_; }
+
+ private:
+  quellmark::orbit::NewtonForm<T> form_;
+};

@@ -1,0 +1,50 @@
+#include "orbit/pool_samples.h"
+
+#include <type_traits>
+
+#include "basic/errors.h"
+#include "orbit/time_kind.h"
+#include "pool/parameter_pool.h"
+#include "runtime/log.h"
+
+namespace quellmark::orbit {
+
+using pool::ValueType;
+
+template <class S>
+std::vector<double> ReadEpochs(PARAMETER_POOL& pool, std::string_view key,
+                               const S& reference_time) {
+  std::vector<double> seconds;
+  const auto append = [&](const S& time) {
+    seconds.push_back(TimeKind<S>::SecondsAfter(time, reference_time));
+  };
+  if constexpr (std::is_same_v<S, double>) {
+    if (pool.TypeOf(key) == ValueType::kFlt15V) {
+      const ARRAY<double> times = pool.Read<ValueType::kFlt15V>(key);
+      seconds.reserve(times.Elements().size());
+      for (const double time : times.Elements()) append(time);
+      return seconds;
+    }
+  }
+  const ARRAY<STRING> texts = pool.Read<ValueType::kStrV>(key);
+  seconds.reserve(texts.Elements().size());
+  for (const STRING& text : texts.Elements()) append(TimeKind<S>::Scan(text.View()));
+  return seconds;
+}
+
+template std::vector<double> ReadEpochs(PARAMETER_POOL&, std::string_view, const double&);
+template std::vector<double> ReadEpochs(PARAMETER_POOL&, std::string_view, const UNIVERSAL_TIME&);
+template std::vector<double> ReadEpochs(PARAMETER_POOL&, std::string_view,
+                                        const MISSION_ELAPSED_TIME&);
+
+ARRAY<double> ReadCoordinate(PARAMETER_POOL& pool, std::string_view key, std::string_view time_key,
+                             int epoch_count) {
+  ARRAY<double> values = pool.Read<ValueType::kFlt15V>(key);
+  if (values.Length() != epoch_count) {
+    runtime::Fail<INVALID_PARAMETER_VALUE>("POOL_ORBIT: ", key, " has ", values.Length(),
+                                           " values, but ", time_key, " has ", epoch_count, "\n");
+  }
+  return values;
+}
+
+}  // namespace quellmark::orbit

@@ -1,0 +1,105 @@
+#include "orbit/selection.h"
+
+#include <algorithm>
+#include <charconv>
+
+#include "basic/errors.h"
+#include "runtime/log.h"
+
+namespace quellmark::orbit {
+
+namespace {
+
+using runtime::Fail;
+using Table = std::array<SelectionRow, kOrbitTypes * kInterpolationKinds>;
+
+Table BuildTable() {
+  const std::array<MemberList, kOrbitTypes> members = {PoolMembers<float, double>(),
+                                                       PoolMembers<float, UNIVERSAL_TIME>(),
+                                                       PoolMembers<float, MISSION_ELAPSED_TIME>(),
+                                                       PoolMembers<double, double>(),
+                                                       PoolMembers<double, UNIVERSAL_TIME>(),
+                                                       PoolMembers<double, MISSION_ELAPSED_TIME>(),
+                                                       MdbMembers<double>(),
+                                                       MdbMembers<UNIVERSAL_TIME>(),
+                                                       MdbMembers<MISSION_ELAPSED_TIME>()};
+  Table table{};
+  for (std::size_t row = 0; row < table.size(); ++row) {
+    const std::size_t type = row / kInterpolationKinds;
+    const std::size_t kind = row % kInterpolationKinds;
+    table[row] = {static_cast<int>(type) + 1, kOrbitTypeNames[type], static_cast<int>(kind),
+                  kInterpolationNames[kind], members[type][kind]};
+  }
+  return table;
+}
+
+// The tokens of `text` are cut off one by one; an empty one says that there are no more.
+std::string_view NextToken(std::string_view& text) {
+  constexpr std::string_view kSeparators = "_,;:-()";
+  text.remove_prefix(std::min(text.find_first_not_of(kSeparators), text.size()));
+  const std::string_view token = text.substr(0, text.find_first_of(kSeparators));
+  text.remove_prefix(token.size());
+  return token;
+}
+
+int NumberOf(std::string_view token, std::string_view text) {
+  int number = 0;
+  const auto [stop, status] = std::from_chars(token.data(), token.data() + token.size(), number);
+  if (status != std::errc() || stop != token.data() + token.size()) {
+    Fail<ERROR_ARGUMENT>("ORBIT: ", token, " is no number in interpolation type: ", text, "\n");
+  }
+  return number;
+}
+
+}  // namespace
+
+const std::array<SelectionRow, kOrbitTypes * kInterpolationKinds>& SelectionTable() {
+  static const Table table = BuildTable();
+  return table;
+}
+
+std::unique_ptr<ORBIT_BASE> CreateCoreObject(int orbit_type_id, int interpolation_id) {
+  const auto& table = SelectionTable();
+  const auto row = std::ranges::find_if(table, [=](const SelectionRow& r) {
+    return r.orbit_type_id == orbit_type_id && r.interpolation_id == interpolation_id;
+  });
+  if (row == table.end() || row->create == nullptr) {
+    Fail<ERROR_ARGUMENT>("ORBIT: can not determine type of core object\n");
+  }
+  return row->create();
+}
+
+InterpolationChoice ParseInterpolation(std::string_view text, InterpolationChoice before) {
+  using runtime::LogLine;
+  using Level = runtime::LogLevel;
+  InterpolationChoice choice = before;
+  std::string_view rest = text;
+  const std::string_view name = NextToken(rest);
+  if (name.empty()) {
+    Fail<ERROR_ARGUMENT>("ORBIT: can not determine interpolation type from: ", text);
+  }
+  if (const auto order = NextToken(rest); !order.empty()) {
+    choice.polynomial_fit_order = NumberOf(order, text);
+    LogLine(Level::kParameter, "ORBIT: detected poly fit order: ", choice.polynomial_fit_order);
+  }
+  if (const auto count = NextToken(rest); !count.empty()) {
+    choice.support_point_count = NumberOf(count, text);
+    LogLine(Level::kParameter, "ORBIT: detected support point count: ", choice.support_point_count);
+  }
+  const auto known = std::ranges::find(kInterpolationNames, name);
+  if (known == kInterpolationNames.end()) {
+    Fail<ERROR_ARGUMENT>("GENERAL_ORBIT: can not convert ", name, " to interpolation_id\n");
+  }
+  choice.interpolation_id = static_cast<int>(known - kInterpolationNames.begin());
+  return choice;
+}
+
+int OrbitTypeId(std::string_view name) {
+  const auto known = std::ranges::find(kOrbitTypeNames, name);
+  if (known == kOrbitTypeNames.end()) {
+    Fail<ERROR_ARGUMENT>("GENERAL_ORBIT: can not convert ", name, " to orbit_type_id\n");
+  }
+  return static_cast<int>(known - kOrbitTypeNames.begin()) + 1;
+}
+
+}  // namespace quellmark::orbit

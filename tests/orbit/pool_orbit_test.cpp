@@ -1,0 +1,72 @@
+#include <gtest/gtest.h>
+
+#include "orbit/selection.h"
+#include "tests/orbit/orbit_pool.h"
+#include "tests/support/expect_fails.h"
+
+namespace {
+
+using namespace quellmark::test;
+using quellmark::orbit::kInterpolationNames;
+
+// How far position [m], velocity [m/s] and acceleration [m/s^2] may be from the circle.
+struct Tolerance {
+  double position;
+  double velocity;
+  double acceleration;
+};
+
+// 16 state vectors, 10 s apart: the interpolation errors of these kinds are far below the rounding,
+// which is half a metre for a float coordinate, 1 nm for a double one, and is divided by the step
+// once for the velocity and twice for the acceleration.
+constexpr Tolerance kFloatRounding = {2.0, 0.5, 0.3};
+constexpr Tolerance kDoubleRounding = {3e-9, 2e-9, 1e-9};
+
+struct KindRow {
+  std::string interpolation;
+  Tolerance tolerance;
+};
+
+const KindRow kKinds[] = {
+    {"polynom", kDoubleRounding},
+    {"localpolynom_7_8", kDoubleRounding},
+    {"hermite", kDoubleRounding},
+    {"localhermite_7_4", kDoubleRounding},
+};
+
+void ExpectNear(const Vector& a, const Vector& b, double tolerance, const char* what) {
+  EXPECT_LT(Length(a - b), tolerance) << what;
+}
+
+TEST(PoolOrbit, EveryKindFollowsACircle) {
+  for (const std::string type : {"double", "utc", "met"}) {
+    for (const std::string number : {"float", "double"}) {
+      for (const KindRow& kind : kKinds) {
+        SCOPED_TRACE(number + " " + type + " " + kind.interpolation);
+        OrbitPool pool = CircularOrbitPool("orbit_pool_" + number + "_" + type, 16);
+        pool.interpolation = kind.interpolation;
+        const Orbit orbit = pool.Read();
+        const double origin = type == "double" ? 1000.5 : 0.0;
+        EXPECT_EQ(orbit.TimeOrigin(), origin);
+        const Tolerance& allowed = number == "float" ? kFloatRounding : kind.tolerance;
+        // The middle of the orbit: a polynomial through all points is unruly towards its ends.
+        for (double t = 50.0; t <= 100.0; t += 2.5) {
+          Vector position, velocity, acceleration;
+          orbit.GetState(origin, t, position, velocity, acceleration);
+          ExpectNear(position, CircularOrbit::At(t, 0), allowed.position, "position");
+          ExpectNear(velocity, CircularOrbit::At(t, 1), allowed.velocity, "velocity");
+          ExpectNear(acceleration, CircularOrbit::At(t, 2), allowed.acceleration, "acceleration");
+          Vector single;
+          orbit.Position(origin + t, single);
+          EXPECT_EQ(single, position);
+          orbit.Velocity(origin + t, single);
+          EXPECT_EQ(single, velocity);
+          orbit.Acceleration(origin + t, single);
+          EXPECT_EQ(single, acceleration);
+        }
+      }
+    }
+  }
+}
+
+}  // namespace
