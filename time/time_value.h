@@ -38,11 +38,11 @@ template <class To>
 template <class T>
 concept Stamp = std::same_as<T, UNIVERSAL_TIME> || std::same_as<T, MISSION_ELAPSED_TIME>;
 
-/// Distance from b to a in seconds [s], for every time type.
-[[nodiscard]] constexpr double SecondsBetween(double b, double a) { return a - b; }
+/// Distance between two stamps in seconds [s], for every time type.
+[[nodiscard]] constexpr double SecondsBetween(double from, double to) { return to - from; }
 template <Stamp T>
-[[nodiscard]] double SecondsBetween(const T& b, const T& a) {
-  return (a - b).Seconds();
+[[nodiscard]] double SecondsBetween(const T& from, const T& to) {
+  return (to - from).Seconds();
 }
 
 }  // namespace quellmark::time
