@@ -3,6 +3,7 @@
 #include <variant>
 
 #include "basic/errors.h"
+#include "tests/support/allocation_counter.h"
 #include "tests/support/expect_fails.h"
 #include "time/met_scanner.h"
 #include "time/time_value.h"
@@ -44,6 +45,14 @@ TEST(UtcScanner, ReadsBothPrintedForms) {
     const std::string name = kMonths[static_cast<std::size_t>(month - 1)];
     EXPECT_EQ(ScanUtc("01-" + name + "-2000/00:00:00"), (UNIVERSAL_TIME{2000, month}));
   }
+}
+
+TEST(UtcScanner, AllocatesNothing) {
+  const std::size_t before = quellmark::test::AllocationCount();
+  const UNIVERSAL_TIME iso = ScanUtc("2022-04-14T10:21:03.012034Z");
+  const DURATION elapsed = ScanUtc("15-APR-2022/10:21:03.012035") - iso;
+  EXPECT_EQ(quellmark::test::AllocationCount(), before);
+  EXPECT_EQ(elapsed, DURATION(1, 0, 1));
 }
 
 TEST(UtcScanner, RefusesFieldsOutOfRange) {
