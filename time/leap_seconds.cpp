@@ -72,6 +72,7 @@ void LeapSecondTable::Build(const LEAP_SECOND_ITEM* list) {
   ARRAY<LEAP_SECOND_ITEM> items(RANGE<int>(0, count));
   std::copy_n(list, count, items.Elements().begin());
   std::vector<long long> day_numbers;
+  day_numbers.reserve(static_cast<std::size_t>(count));
   for (const LEAP_SECOND_ITEM& item : items.Elements()) {
     day_numbers.push_back(DayNumberOf(item.instant));
   }
