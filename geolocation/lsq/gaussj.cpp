@@ -1,0 +1,127 @@
+// Legend: a[j][k] the matrix, becoming its inverse in place; b its right-hand sides, becoming the
+// solutions. Step s uses the pivot a[indxr[s]][indxc[s]], which a swap of rows brings to the
+// diagonal; ipiv[k] tells whether column k has had its step.
+#include "geolocation/lsq/gaussj.h"
+
+#include <cmath>
+#include <utility>
+
+#include "geolocation/lsq/rows.h"
+
+namespace {
+
+using quellmark::lsq::MatrixRows;
+using quellmark::lsq::WorkVector;
+
+enum class Outcome { kSolved, kNoPivot, kZeroPivot };
+
+struct Pivot {
+  int row = 0;  // 0: none
+  int column = 0;
+};
+
+// The largest element of the rows and columns that have not had their step. Not-a-number is never
+// the largest.
+template <class T, class Rows>
+Pivot FindPivot(Rows a, int n, const int* ipiv) {
+  Pivot pivot;
+  T largest = 0;
+  for (int j = 1; j <= n; ++j) {
+    if (ipiv[j] != 0) continue;
+    const T* const row = a[j];
+    for (int k = 1; k <= n; ++k) {
+      if (ipiv[k] == 0 && std::abs(row[k]) >= largest) {
+        largest = std::abs(row[k]);
+        pivot = {j, k};
+      }
+    }
+  }
+  return pivot;
+}
+
+template <class T>
+void SwapRows(T* p, T* q, int length) {
+  for (int l = 1; l <= length; ++l) std::swap(p[l], q[l]);
+}
+
+template <class T>
+void Scale(T* row, int length, T factor) {
+  for (int l = 1; l <= length; ++l) row[l] *= factor;
+}
+
+template <class T>
+void SubtractMultiple(T* from, const T* row, int length, T factor) {
+  for (int l = 1; l <= length; ++l) from[l] -= row[l] * factor;
+}
+
+template <class T, class Rows>
+Outcome Eliminate(Rows a, int n, Rows b, int m, int* indxc, int* indxr, int* ipiv) {
+  for (int j = 1; j <= n; ++j) ipiv[j] = 0;
+  for (int step = 1; step <= n; ++step) {
+    const Pivot pivot = FindPivot<T>(a, n, ipiv);
+    if (pivot.row == 0) return Outcome::kNoPivot;
+    ++ipiv[pivot.column];
+    indxr[step] = pivot.row;
+    indxc[step] = pivot.column;
+    T* const pivot_row = a[pivot.column];
+    T* const pivot_sides = b[pivot.column];
+    if (pivot.row != pivot.column) {
+      SwapRows(a[pivot.row], pivot_row, n);
+      SwapRows(b[pivot.row], pivot_sides, m);
+    }
+    if (pivot_row[pivot.column] == T(0)) return Outcome::kZeroPivot;
+    const T inverse = T(1) / std::exchange(pivot_row[pivot.column], T(1));
+    Scale(pivot_row, n, inverse);
+    Scale(pivot_sides, m, inverse);
+    for (int j = 1; j <= n; ++j) {
+      if (j == pivot.column) continue;
+      const T factor = std::exchange(a[j][pivot.column], T(0));
+      SubtractMultiple(a[j], pivot_row, n, factor);
+      SubtractMultiple(b[j], pivot_sides, m, factor);
+    }
+  }
+  // The swaps of rows have permuted the columns of the inverse; undo them, last first.
+  for (int step = n; step >= 1; --step) {
+    if (indxr[step] == indxc[step]) continue;
+    for (int k = 1; k <= n; ++k) std::swap(a[k][indxr[step]], a[k][indxc[step]]);
+  }
+  return Outcome::kSolved;
+}
+
+}  // namespace
+
+template <class T>
+void gaussj(T** a, int n, T** b, int m) {
+  const WorkVector<int> indxc(n);
+  const WorkVector<int> indxr(n);
+  const WorkVector<int> ipiv(n);
+  switch (Eliminate<T>(a, n, b, m, indxc.Data(), indxr.Data(), ipiv.Data())) {
+    case Outcome::kSolved:
+      return;
+    case Outcome::kNoPivot:
+      fail_run_time("gaussj: Singular Matrix-1");
+    case Outcome::kZeroPivot:
+      fail_run_time("gaussj: Singular Matrix-2");
+  }
+}
+
+template <class T>
+void gaussj_fast(MATRIX<T>& a, int n, MATRIX<T>& b, int m, ARRAY<int>& indxc, ARRAY<int>& indxr,
+                 ARRAY<int>& ipiv) {
+  switch (Eliminate<T>(MatrixRows<T>{a}, n, MatrixRows<T>{b}, m, indxc.Data(1), indxr.Data(1),
+                       ipiv.Data(1))) {
+    case Outcome::kSolved:
+      return;
+    case Outcome::kNoPivot:
+      throw "gaussj_fast: Singular Matrix-1";
+    case Outcome::kZeroPivot:
+      throw "gaussj_fast: Singular Matrix-2";
+  }
+}
+
+template void gaussj(float** a, int n, float** b, int m);
+template void gaussj(double** a, int n, double** b, int m);
+template void gaussj_fast(MATRIX<float>& a, int n, MATRIX<float>& b, int m, ARRAY<int>& indxc,
+                          ARRAY<int>& indxr, ARRAY<int>& ipiv);
+template void gaussj_fast(MATRIX<double>& a, int n, MATRIX<double>& b, int m, ARRAY<int>& indxc,
+                          ARRAY<int>& indxr, ARRAY<int>& ipiv);

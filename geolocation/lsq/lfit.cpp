@@ -1,0 +1,177 @@
+// Legend: the normal equations alpha da = beta of the mfit fitted parameters are built and solved
+// in the corner 1..mfit of covar, which then holds the inverse of alpha, the covariance.
+#include "geolocation/lsq/lfit.h"
+
+#include <utility>
+
+#include "geolocation/lsq/gaussj.h"
+#include "geolocation/lsq/rows.h"
+
+namespace {
+
+using quellmark::lsq::BasisFunctions;
+using quellmark::lsq::LfitWorkspace;
+using quellmark::lsq::MatrixRows;
+using quellmark::lsq::WorkMatrix;
+using quellmark::lsq::WorkVector;
+
+template <class T>
+struct Samples {
+  const T* x;
+  const T* y;
+  const T* sig;
+  int count;
+};
+
+template <class T>
+struct Parameters {
+  T* a;
+  const int* ia;
+  int count;
+  BasisFunctions<T> funcs;
+};
+
+int CountFitted(const int* ia, int ma) {
+  int fitted = 0;
+  for (int j = 1; j <= ma; ++j) fitted += ia[j] != 0 ? 1 : 0;
+  return fitted;
+}
+
+// Fills the lower triangle of the normal matrix and the right-hand side.
+template <class T, class Rows>
+void Accumulate(const Samples<T>& samples, const Parameters<T>& p, int mfit, Rows covar, Rows beta,
+                T* afunc) {
+  for (int j = 1; j <= mfit; ++j) {
+    for (int k = 1; k <= mfit; ++k) covar[j][k] = 0;
+    beta[j][1] = 0;
+  }
+  for (int i = 1; i <= samples.count; ++i) {
+    p.funcs(samples.x[i], afunc, p.count);
+    T y = samples.y[i];
+    for (int j = 1; j <= p.count; ++j) {
+      if (p.ia[j] == 0) y -= p.a[j] * afunc[j];
+    }
+    const T weight = T(1) / (samples.sig[i] * samples.sig[i]);
+    int row = 0;
+    for (int j = 1; j <= p.count; ++j) {
+      if (p.ia[j] == 0) continue;
+      const T weighted = afunc[j] * weight;
+      T* const normal = covar[++row];
+      int column = 0;
+      for (int k = 1; k <= j; ++k) {
+        if (p.ia[k] != 0) normal[++column] += weighted * afunc[k];
+      }
+      beta[row][1] += y * weighted;
+    }
+  }
+}
+
+template <class T, class Rows>
+void Mirror(Rows covar, int mfit) {
+  for (int j = 2; j <= mfit; ++j) {
+    for (int k = 1; k < j; ++k) covar[k][j] = covar[j][k];
+  }
+}
+
+template <class T>
+T ChiSquare(const Samples<T>& samples, const Parameters<T>& p, T* afunc) {
+  T chisq = 0;
+  for (int i = 1; i <= samples.count; ++i) {
+    p.funcs(samples.x[i], afunc, p.count);
+    T fit = 0;
+    for (int j = 1; j <= p.count; ++j) fit += p.a[j] * afunc[j];
+    const T residual = (samples.y[i] - fit) / samples.sig[i];
+    chisq += residual * residual;
+  }
+  return chisq;
+}
+
+// Moves the covariance from the corner 1..mfit to the places of the fitted parameters; the kept
+// ones get zeros.
+template <class T, class Rows>
+void SpreadCovariance(Rows covar, const Parameters<T>& p, int mfit) {
+  for (int j = mfit + 1; j <= p.count; ++j) {
+    for (int k = 1; k <= j; ++k) covar[j][k] = covar[k][j] = 0;
+  }
+  int from = mfit;
+  for (int to = p.count; to >= 1; --to) {
+    if (p.ia[to] == 0) continue;
+    for (int k = 1; k <= p.count; ++k) std::swap(covar[k][from], covar[k][to]);
+    for (int k = 1; k <= p.count; ++k) std::swap(covar[from][k], covar[to][k]);
+    --from;
+  }
+}
+
+// Gives chi-square; `solve` is the Gauss-Jordan elimination of the flavour.
+template <class T, class Rows, class Solve>
+T Fit(const Samples<T>& samples, const Parameters<T>& p, int mfit, Rows covar, Rows beta, T* afunc,
+      Solve solve) {
+  Accumulate(samples, p, mfit, covar, beta, afunc);
+  Mirror<T>(covar, mfit);
+  solve();
+  int row = 0;
+  for (int j = 1; j <= p.count; ++j) {
+    if (p.ia[j] != 0) p.a[j] = beta[++row][1];
+  }
+  const T chisq = ChiSquare(samples, p, afunc);
+  SpreadCovariance(covar, p, mfit);
+  return chisq;
+}
+
+}  // namespace
+
+namespace quellmark::lsq {
+
+template <class T>
+int LfitWorkspace<T>::Create(int ma) {
+  const RANGE<int> range(1, ma);
+  for (ARRAY<int>* const array : {&indxc, &indxr, &ipiv}) {
+    if (const int status = array->Create(range); status != kArrayOk) return status;
+  }
+  if (const int status = betaM.Create(range, RANGE<int>(1, 1)); status != kArrayOk) return status;
+  return afuncV.Create(range);
+}
+
+}  // namespace quellmark::lsq
+
+template <class T>
+void lfit(const T x[], const T y[], const T sig[], int ndat, T a[], const int ia[], int ma,
+          T** covar, T* chisq, std::type_identity_t<BasisFunctions<T>> funcs) {
+  const int mfit = CountFitted(ia, ma);
+  if (mfit == 0) fail_run_time("lfit: no parameters to be fitted");
+  const WorkMatrix<T> beta(ma, 1);
+  const WorkVector<T> afunc(ma);
+  *chisq = Fit<T>({x, y, sig, ndat}, {a, ia, ma, funcs}, mfit, covar, beta.Rows(), afunc.Data(),
+                  [&] { gaussj(covar, mfit, beta.Rows(), 1); });
+}
+
+template <class T>
+void lfit_fast(const ARRAY<T>& x, const ARRAY<T>& y, const ARRAY<T>& sig, int ndat, ARRAY<T>& a,
+               const ARRAY<int>& ia, int ma, MATRIX<T>& covar, T& chisq,
+               std::type_identity_t<BasisFunctions<T>> funcs, LfitWorkspace<T>& work) {
+  const int mfit = CountFitted(ia.Data(1), ma);
+  if (mfit == 0) throw "lfit_fast: no parameters to be fitted";
+  chisq = Fit<T>({x.Data(1), y.Data(1), sig.Data(1), ndat}, {a.Data(1), ia.Data(1), ma, funcs},
+                 mfit, MatrixRows<T>{covar}, MatrixRows<T>{work.betaM}, work.afuncV.Data(1), [&] {
+                   gaussj_fast(covar, mfit, work.betaM, 1, work.indxc, work.indxr, work.ipiv);
+                 });
+}
+
+template struct quellmark::lsq::LfitWorkspace<float>;
+template void lfit(const float x[], const float y[], const float sig[], int ndat, float a[],
+                   const int ia[], int ma, float** covar, float* chisq,
+                   quellmark::lsq::BasisFunctions<float> funcs);
+template void lfit_fast(const ARRAY<float>& x, const ARRAY<float>& y, const ARRAY<float>& sig,
+                        int ndat, ARRAY<float>& a, const ARRAY<int>& ia, int ma,
+                        MATRIX<float>& covar, float& chisq,
+                        quellmark::lsq::BasisFunctions<float> funcs,
+                        quellmark::lsq::LfitWorkspace<float>& work);
+template struct quellmark::lsq::LfitWorkspace<double>;
+template void lfit(const double x[], const double y[], const double sig[], int ndat, double a[],
+                   const int ia[], int ma, double** covar, double* chisq,
+                   quellmark::lsq::BasisFunctions<double> funcs);
+template void lfit_fast(const ARRAY<double>& x, const ARRAY<double>& y, const ARRAY<double>& sig,
+                        int ndat, ARRAY<double>& a, const ARRAY<int>& ia, int ma,
+                        MATRIX<double>& covar, double& chisq,
+                        quellmark::lsq::BasisFunctions<double> funcs,
+                        quellmark::lsq::LfitWorkspace<double>& work);

@@ -1,0 +1,67 @@
+// General linear least squares by normal equations.
+#pragma once
+
+#include <type_traits>
+
+#include "basic/array.h"
+#include "basic/matrix.h"
+
+namespace quellmark::lsq {
+
+/// Fills afunc[1]..afunc[ma] with the values of the ma basis functions at x.
+template <class T>
+using BasisFunctions = void (*)(T x, T afunc[], int ma);
+
+/// What lfit_fast() works in; sized once and reused.
+template <class T>
+struct LfitWorkspace {
+  ARRAY<int> indxc;
+  ARRAY<int> indxr;
+  ARRAY<int> ipiv;
+  MATRIX<T> betaM;  ///< ma x 1, the right-hand side
+  ARRAY<T> afuncV;  ///< the values of the basis
+
+  /// Makes room for fits of ma parameters; gives an ArrayStatus.
+  [[nodiscard]] int Create(int ma);
+};
+
+}  // namespace quellmark::lsq
+
+/// Fits a[1]*f1(x) + ... + a[ma]*fma(x) to the ndat samples (x[i], y[i]) with the standard
+/// deviations sig[i], by least squares; f are the basis functions `funcs`. Parameters with ia[j] ==
+/// 0 keep the value they have. covar (ma x ma) becomes the covariance of the parameters, with zeros
+/// for those that are kept, and *chisq the sum of ((y - fit) / sig)^2. All indices run from 1.
+///
+/// Ends the process through fail_run_time() with "lfit: no parameters to be fitted" if every ia[j]
+/// is 0, and as gaussj() does if the normal equations are singular. T is float or double.
+template <class T>
+void lfit(const T x[], const T y[], const T sig[], int ndat, T a[], const int ia[], int ma,
+          T** covar, T* chisq, std::type_identity_t<quellmark::lsq::BasisFunctions<T>> funcs);
+
+/// As lfit() in the caller's arrays, each with start index 1; allocates nothing. Throws the
+/// character string "lfit_fast: no parameters to be fitted" and what gaussj_fast() throws; a is
+/// then as it was.
+template <class T>
+void lfit_fast(const ARRAY<T>& x, const ARRAY<T>& y, const ARRAY<T>& sig, int ndat, ARRAY<T>& a,
+               const ARRAY<int>& ia, int ma, MATRIX<T>& covar, T& chisq,
+               std::type_identity_t<quellmark::lsq::BasisFunctions<T>> funcs,
+               quellmark::lsq::LfitWorkspace<T>& work);
+
+extern template struct quellmark::lsq::LfitWorkspace<float>;
+extern template void lfit(const float x[], const float y[], const float sig[], int ndat, float a[],
+                          const int ia[], int ma, float** covar, float* chisq,
+                          quellmark::lsq::BasisFunctions<float> funcs);
+extern template void lfit_fast(const ARRAY<float>& x, const ARRAY<float>& y,
+                               const ARRAY<float>& sig, int ndat, ARRAY<float>& a,
+                               const ARRAY<int>& ia, int ma, MATRIX<float>& covar, float& chisq,
+                               quellmark::lsq::BasisFunctions<float> funcs,
+                               quellmark::lsq::LfitWorkspace<float>& work);
+extern template struct quellmark::lsq::LfitWorkspace<double>;
+extern template void lfit(const double x[], const double y[], const double sig[], int ndat,
+                          double a[], const int ia[], int ma, double** covar, double* chisq,
+                          quellmark::lsq::BasisFunctions<double> funcs);
+extern template void lfit_fast(const ARRAY<double>& x, const ARRAY<double>& y,
+                               const ARRAY<double>& sig, int ndat, ARRAY<double>& a,
+                               const ARRAY<int>& ia, int ma, MATRIX<double>& covar, double& chisq,
+                               quellmark::lsq::BasisFunctions<double> funcs,
+                               quellmark::lsq::LfitWorkspace<double>& work);
