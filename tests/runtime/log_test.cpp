@@ -1,0 +1,307 @@
+#include "runtime/log.h"
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <filesystem>
+#include <limits>
+
+#include "runtime/streams.h"
+#include "tests/runtime/child.h"
+#include "tests/support/files.h"
+#include "tests/support/scoped_log.h"
+
+namespace quellmark::runtime {
+namespace {
+
+using test::Child;
+using test::ReadFile;
+using test::ScopedLog;
+using test::TempDir;
+using test::WriteFile;
+using ::testing::EndsWith;
+using ::testing::HasSubstr;
+using ::testing::MatchesRegex;
+
+constexpr VERSION_RECORD kVersion = {.full_version = "quellmark.v0.0.5.linux.x",
+                                     .revision_date = "$Date: 2016/12/09 17:32:18 $",
+                                     .version = "0.0.5",
+                                     .title = "Locates a scene"};
+
+TEST(LogLevelText, IsANumberOrAnExactName) {
+  struct Row {
+    std::string_view text;
+    int level;
+  };
+  constexpr auto kRows = std::to_array<Row>({
+      {"TRACE", 1},
+      {"DEBUG", 2},
+      {"PARAMETER", 3},
+      {"INFO", 4},
+      {"QA_WARNING", 5},
+      {"WARNING", 6},
+      {"EXCEPTION", 7},
+      {"ALARM", 8},
+      {"0", 0},
+      {"4", 4},
+      {"12", 12},
+      {"-1", -1},
+      {"alarm", 9},
+      {"ALARM ", 9},
+      {"WARN", 9},
+      {"INFO ", 9},
+      {"", 9},
+      {"4x", 9},
+      {"+4", 9},
+      {"99999999999999999999", 9},
+      {"-99999999999999999999", 9},
+  });
+  for (const Row& row : kRows) {
+    EXPECT_EQ(static_cast<int>(ParseLogLevel(row.text)), row.level) << row.text;
+  }
+}
+
+TEST(Log, StartsEachMessageWithTagAndProcessName) {
+  const ScopedLog log(static_cast<LogLevel>(0));
+  Log().SetProcessName("step");
+  for (int level = 0; level <= 8; ++level) LogLine(static_cast<LogLevel>(level), "m\n");
+  EXPECT_EQ(log.Text(),
+            "LEV_? : step : m\nTRACE : step : m\nDEBUG : step : m\nPARAM : step : m\n"
+            "INFO  : step : m\nQA_WA : step : m\nWARN  : step : m\nEXCEP : step : m\n"
+            "ALARM : step : m\n");
+}
+
+TEST(Log, JoinsPiecesAndEndsOpenLines) {
+  const ScopedLog log;
+  Log().Start(LogLevel::kInfo) << "i " << -7 << ' ' << 18446744073709551615ULL << " d " << 0.1
+                               << STRING(" s ") << std::numeric_limits<long long>::min();
+  Log().Print(LogLevel::kAlarm, "%6.2f [\xB0]", -1.234);
+  Log().Print(LogLevel::kInfo, "own end\n");
+  Log().Start(LogLevel::kInfo) << "a\n"
+                               << "b";
+  const std::string longer_than_the_buffer(10000, 'x');
+  LogLine(LogLevel::kInfo, longer_than_the_buffer, "y");
+  EXPECT_EQ(log.Text(),
+            "INFO  : i -7 18446744073709551615 d 0.1 s -9223372036854775808\n"
+            "ALARM :  -1.23 [\xB0]\nINFO  : own end\nINFO  : a\nb\nINFO  : " +
+                longer_than_the_buffer + "y\n");
+}
+
+TEST(Log, PassesWhatReachesTheThresholdAndRemembersTheQaWarning) {
+  for (const auto& [threshold, lines] : {std::pair{"ALARM", 1}, {"8", 1}, {"NONSENSE", 0}}) {
+    const ScopedLog log(ParseLogLevel(threshold));
+    LogLine(LogLevel::kException, "e\n");
+    LogLine(LogLevel::kAlarm, "a\n");
+    EXPECT_EQ(log.Text(), lines == 1 ? "ALARM : a\n" : "") << threshold;
+    EXPECT_FALSE(Log().HasQaWarning());
+    LogLine(LogLevel::kQaWarning, "q\n");
+    EXPECT_TRUE(Log().HasQaWarning());
+    EXPECT_EQ(log.Text(), lines == 1 ? "ALARM : a\n" : "") << threshold;
+  }
+}
+
+TEST(Log, FooterSplitsTheElapsedTime) {
+  struct Row {
+    long long seconds;
+    std::string_view text;
+  };
+  constexpr auto kRows = std::to_array<Row>({
+      {0, " less than 1 second"},
+      {1, " 1 second(s)"},
+      {59, " 59 second(s)"},
+      {60, " 1 minute(s)"},
+      {3600, " 1 hour(s)"},
+      {3661, " 1 hour(s) 1 minute(s) 1 second(s)"},
+      {86399, " 23 hour(s) 59 minute(s) 59 second(s)"},
+      {86400, " 1 day(s)"},
+      {90000 * 10 + 61, " 10 day(s) 10 hour(s) 1 minute(s) 1 second(s)"},
+  });
+  for (const Row& row : kRows) {
+    EXPECT_EQ(ExecutionTimeText(row.seconds), std::string("execution time:") += row.text);
+  }
+  const ScopedLog log;
+  Log().WriteFooter();
+  EXPECT_THAT(log.Text(), MatchesRegex("INFO  : execution time: [^\n]+\n"
+                                       "INFO  : end time: [0-9-]{10}T[0-9:]{8}\n"
+                                       "INFO  : [*]{59}\n"));
+}
+
+TEST(Log, HeaderNamesProgramTimesAndStarter) {
+  const std::string head =
+      "INFO  : \nINFO  : [*]{59}\nINFO  : quellmark 0\\.0\\.5\nINFO  : [*]{59}\n"
+      "INFO  : compile date: [0-9-]{10}  compiled by: (gcc|clang) [^\n]+\n"
+      "INFO  : start time: [0-9-]{10}T[0-9:]{8}\n  hostname: [^\n]+\n";
+  const std::string tail =
+      "INFO  : using configuration file pcf\\.x\n"
+      "DEBUG : full version: quellmark\\.v0\\.0\\.5\\.linux\\.x\n";
+  const auto header = [] {
+    const ScopedLog log;
+    Log().WriteHeader(kVersion, "pcf.x");
+    return log.Text();
+  };
+  ::unsetenv("PROC_NAME");
+  EXPECT_THAT(header(), MatchesRegex(head + tail));
+  ::setenv("PROC_NAME", "chain", 1);
+  EXPECT_THAT(header(), MatchesRegex(head + "INFO  : started by: chain\n" + tail));
+  ::setenv("chain_VERSION", "7.1", 1);
+  EXPECT_THAT(header(), MatchesRegex(head + "INFO  : started by: chain 7\\.1\n" + tail));
+  ::unsetenv("PROC_NAME");
+  ::unsetenv("chain_VERSION");
+}
+
+// A log of its own, as the process-wide one is before the controller.
+class FileLog : public ::testing::Test {
+ protected:
+  FileLog() : saved_(Log().SwapState({})) {
+    Log().SetScreenThreshold(LogLevel::kSilent);
+    Log().SetProcessName("step");
+  }
+  ~FileLog() override { static_cast<void>(Log().SwapState(std::move(saved_))); }
+
+  // Initialises the log with a file in the test's directory and no screen.
+  void Initialise() {
+    const std::string missing = directory_ / "missing/";
+    const std::string there = directory_ / "";
+    Log().Initialise(std::array<std::string_view, 2>{missing, there});
+    Log().SetScreenThreshold(LogLevel::kSilent);
+  }
+
+  TempDir directory_;
+  LOG::State saved_;
+};
+
+TEST_F(FileLog, TemporaryFileMovesToTheNamedOneWithItsLines) {
+  Initialise();
+  const std::string temporary = Log().FilePath();
+  EXPECT_THAT(temporary, MatchesRegex(".*/log\\.[A-Za-z0-9]{6}"));
+  LogLine(LogLevel::kTrace, "below the threshold\n");
+  LogLine(LogLevel::kDebug, "before\n");
+  Log().Initialise(kTemporaryDirectories);
+  EXPECT_EQ(Log().FilePath(), temporary) << "the second initialisation only counts";
+
+  WriteFile(directory_ / "named", "older and longer than what comes now, much longer\n");
+  Log().Open(directory_ / "named");
+  LogLine(LogLevel::kInfo, "after\n");
+  Log().Open(directory_ / "named");  // where it is already: nothing is lost
+  EXPECT_EQ(ReadFile(directory_ / "named"), "DEBUG : step : before\nINFO  : step : after\n");
+  EXPECT_FALSE(std::filesystem::exists(temporary));
+
+  Log().Release();
+  LogLine(LogLevel::kInfo, "still initialised\n");
+  Log().Release();
+  LogLine(LogLevel::kInfo, "closed\n");
+  EXPECT_THAT(ReadFile(directory_ / "named"), EndsWith("still initialised\n"));
+}
+
+TEST_F(FileLog, FailedMovesAreReportedAndLoseNothing) {
+  Initialise();
+  const std::string temporary = Log().FilePath();
+  const std::string nowhere = directory_ / "missing/log";
+  Log().Open(nowhere);
+  EXPECT_EQ(ReadFile(temporary), "ALARM : step : can not open logging file: " + nowhere + "\n");
+  Log().Open("/dev/full");
+  EXPECT_TRUE(std::filesystem::exists(temporary)) << "its lines have not arrived";
+  LogLine(LogLevel::kInfo, "goes nowhere\n");
+  Log().Release();
+
+  Initialise();
+  std::filesystem::remove(Log().FilePath());
+  const std::string message = " can not reopen tmp logging file: " + Log().FilePath();
+  Log().Open(directory_ / "named");
+  EXPECT_EQ(ReadFile(directory_ / "named"), "ALARM : step : " + message + "\n");
+}
+
+TEST_F(FileLog, TemporaryFileThatStaysIsReported) {
+  Initialise();
+  Child child(directory_.Path(), [] {
+    const std::string temporary = Log().FilePath();
+    std::filesystem::permissions(temporary, std::filesystem::perms(0644));
+    std::filesystem::permissions(".", std::filesystem::perms(0555));
+    if (::geteuid() == 0 && ::seteuid(65534) != 0) return 3;
+    Log().SetScreenThreshold(LogLevel::kAlarm);
+    Log().Open("/dev/null");
+    return std::filesystem::exists(temporary) ? 0 : 4;
+  });
+  const test::ProgramRun run = child.Wait();
+  std::filesystem::permissions(directory_.Path(), std::filesystem::perms(0755));
+  EXPECT_EQ(run.exit_status, 0);
+  EXPECT_THAT(run.output, HasSubstr("can not remove tmp file: " + Log().FilePath()));
+  EXPECT_THAT(run.output, HasSubstr("reason: Permission denied"));
+}
+
+TEST_F(FileLog, HasNoFileWithoutADirectory) {
+  Log().Initialise(std::array<std::string_view, 1>{"/nonexistent/"});
+  Log().SetScreenThreshold(LogLevel::kSilent);
+  EXPECT_EQ(Log().FilePath(), "");
+  LogLine(LogLevel::kAlarm, "dropped\n");
+}
+
+TEST_F(FileLog, TerminalAloneIsHighlighted) {
+  const auto screen = [&](bool no_color) {
+    Child child(directory_.Path(), [no_color] {
+      ::unsetenv("NO_COLOR");
+      if (no_color) ::setenv("NO_COLOR", "", 1);
+      Log().Open("log");
+      Log().SetScreenThreshold(LogLevel::kTrace);
+      Log().Print(LogLevel::kQaWarning, "q");
+      Log().Print(LogLevel::kWarning, "w");
+      Log().Print(LogLevel::kException, "e\n");
+      Log().Print(LogLevel::kAlarm, "a");
+      LogLine(LogLevel::kAlarm, "streamed\n");
+      return 0;
+    });
+    return child.Wait().output;
+  };
+  const std::string plain =
+      "QA_WA : step : q\nWARN  : step : w\nEXCEP : step : e\nALARM : step : a\n"
+      "ALARM : step : streamed\n";
+  EXPECT_EQ(screen(false),
+            "QA_WA : step : q\nWARN  : step : \033[4mw\033[0m\nEXCEP : step : \033[1me\033[0m\n"
+            "ALARM : step : \033[7ma\033[0m\nALARM : step : streamed\n");
+  EXPECT_EQ(ReadFile(directory_ / "log"), plain);
+  EXPECT_EQ(screen(true), plain);
+}
+
+TEST_F(FileLog, FullDiskAndClosedScreenDoNotEndTheProgram) {
+  Child child(directory_.Path(), [] {
+    int ends[2];
+    if (::pipe(ends) != 0) return 2;
+    ::dup2(ends[1], STDOUT_FILENO);
+    ::close(ends[0]);
+    ::close(ends[1]);
+    ::signal(SIGPIPE, SIG_DFL);
+    const rlimit limit{.rlim_cur = 100, .rlim_max = 100};
+    ::setrlimit(RLIMIT_FSIZE, &limit);
+    Log().Open("log");
+    Log().SetScreenThreshold(LogLevel::kTrace);
+    for (int i = 0; i < 1000; ++i) LogLine(LogLevel::kAlarm, "line ", i, "\n");
+    ::close(STDOUT_FILENO);
+    LogLine(LogLevel::kAlarm, "no screen at all\n");
+    sigset_t pending;
+    ::sigpending(&pending);
+    return ::sigismember(&pending, SIGXFSZ) + ::sigismember(&pending, SIGPIPE);
+  });
+  EXPECT_EQ(child.Wait().exit_status, 0);
+  EXPECT_EQ(std::filesystem::file_size(directory_ / "log"), 100U);
+}
+
+TEST_F(FileLog, ClosedStandardStreamsAreNotTakenByFiles) {
+  Child child(directory_.Path(), [] {
+    for (const int fd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) ::close(fd);
+    Log().Initialise(std::array<std::string_view, 1>{"./"});
+    const basic::UniqueFd pool(::open("pool", O_RDWR | O_CREAT, 0600));
+    LogLine(LogLevel::kAlarm, "for the screen\n");
+    return pool.Get() > STDERR_FILENO ? 0 : 1;
+  });
+  EXPECT_EQ(child.Wait().exit_status, 0);
+  EXPECT_EQ(ReadFile(directory_ / "pool"), "");
+}
+
+}  // namespace
+}  // namespace quellmark::runtime
