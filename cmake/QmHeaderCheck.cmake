@@ -1,0 +1,17 @@
+# qm_add_header_check(<name> FOLDERS <folder>...)
+#   Compiles every header of the folders alone, so that none leans on what was included before it.
+function(qm_add_header_check name)
+  cmake_parse_arguments(ARG "" "" "FOLDERS" ${ARGN})
+  set(sources)
+  foreach(folder IN LISTS ARG_FOLDERS)
+    file(GLOB_RECURSE headers CONFIGURE_DEPENDS
+      RELATIVE "${PROJECT_SOURCE_DIR}" "${PROJECT_SOURCE_DIR}/${folder}/*.h")
+    foreach(header IN LISTS headers)
+      set(source "${CMAKE_CURRENT_BINARY_DIR}/${name}/${header}.cpp")
+      file(CONFIGURE OUTPUT "${source}" CONTENT "#include \"@header@\"\n" @ONLY)
+      list(APPEND sources "${source}")
+    endforeach()
+  endforeach()
+  add_library(${name} OBJECT ${sources})
+  target_link_libraries(${name} PRIVATE qm_flags)
+endfunction()

@@ -1,0 +1,65 @@
+#!/usr/bin/env bash
+# Fails on an include that points upward. One root on the include path can not enforce the layers,
+# so this does; the same arrows stand in the DEPENDS of the targets.
+# usage: cmake/check_layers.sh [ROOT]   (the repository by default)
+set -eu
+cd "${1:-$(dirname "$0")/..}"
+
+# What a layer may include besides itself, as listed and as those may include in turn.
+declare -A below=(
+  [basic]=""
+  [log]="basic"
+  [lsq]="basic"
+  [time]="log"
+  [controller]="log"
+  [pool]="log"
+  [dem]="pool"
+  [orbit]="time pool lsq"
+  [geolocation]="dem lsq"
+  [app]="basic log lsq time controller pool dem orbit geolocation"
+)
+
+# The sources of the target qm_controller; the rest of its folder is the log's.
+controller_stems=$(sed -n '/qm_add_library(qm_controller/,/)/s/^ *\([a-z_0-9]*\)\.cpp.*/\1/p' runtime/CMakeLists.txt)
+
+# Sets `layer` for a path from the root; empty if it is in none.
+find_layer() {
+  layer=${1%%/*}
+  case $1 in
+    geolocation/lsq/*) layer=lsq ;;
+    runtime/*)
+      local stem=${1#runtime/}
+      layer=log
+      [[ " "${controller_stems//$'\n'/ }" " == *" ${stem%.*} "* ]] && layer=controller
+      ;;
+  esac
+  [[ $1 == */* && -n ${below[$layer]+known} ]] || layer=""
+}
+
+may_include() { # may_include UPPER LOWER
+  [[ $1 == "$2" ]] && return 0
+  local next
+  for next in ${below[$1]}; do
+    may_include "$next" "$2" && return 0
+  done
+  return 1
+}
+
+failed=0
+while IFS=: read -r file line text; do
+  included=${text#*\"}
+  included=${included%%\"*}
+  find_layer "$file"
+  from=$layer
+  find_layer "$included"
+  if [[ -z $layer ]]; then
+    echo "$file:$line: \"$included\" is no file of a layer, named from the root" >&2
+    failed=1
+  elif ! may_include "$from" "$layer"; then
+    echo "$file:$line: $from must not include $layer (\"$included\")" >&2
+    failed=1
+  fi
+done < <(grep -rnE --include='*.h' --include='*.tcc' --include='*.inc' --include='*.cpp' \
+  '^[[:space:]]*#[[:space:]]*include[[:space:]]*"' \
+  basic runtime time pool dem orbit geolocation app || true)
+exit "$failed"

@@ -1,0 +1,281 @@
+// Symbols of this file; vectors are earth-fixed unless a frame is named (derivation:
+// docs/geometry.md).
+//
+//   S, V       sensor position [m], velocity [m/s]
+//   G          ground point [m];  X = G - S
+//   R          slant range [m];  d  Doppler term [m/s]: X . V = R d
+//   u, t, n    local frame at the sensor: down, along track, across to the right (unit vectors)
+//   vu, vt     components of V along u and t [m/s]; V has none along n
+//   p, q, w    components of X along u, t and n [m]
+//   psi        heading: angle of t from local north towards east
+//   a', b'     equatorial and polar radius of the ellipsoid raised by the target's height [m]
+//   e          1 - b'^2 / a'^2
+//   r          earth radius at the target [m];  rise = r - b', at most 22 km: carried instead of r,
+//              whose own rounding (1e-9 m) would end up, multiplied, in the ground point
+//   phi        geocentric latitude;  phi_s of the sensor
+
+#include "geolocation/range_doppler.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstdio>
+
+#include "basic/errors.h"
+#include "runtime/log.h"
+
+namespace quellmark::geolocation {
+
+namespace {
+
+using runtime::Fail;
+using runtime::LogLevel;
+using runtime::LogLine;
+
+using Vector = VECTOR_3D<double>;
+
+constexpr double kSpeedOfLight_ms = 299792458.0;
+constexpr double kDegreesPerRadian = 57.29577951308232;
+
+// Fixed: every residual, in metres or metres per second, must fall below it. Above the rounding of
+// all three for slant ranges up to 4000 km.
+constexpr double kResidualTolerance = 1e-9;
+// Fixed: the iteration that reaches it fails whatever its residuals are.
+constexpr int kIterationLimit = 21;
+
+// Cosines of pi/2 and 3 pi/2 as rounding leaves them, for a sensor over the pole: kept exactly.
+constexpr double kCosHalfPi = 6.123233995736766e-17;
+constexpr double kCosThreeHalfPi = -1.8369701987210297e-16;
+
+struct Direction {
+  double cos = 0.0;
+  double sin = 0.0;
+};
+
+// A step of the iteration: the candidate X that belongs to the rise it started from, the rise at
+// the candidate's latitude, and the residuals.
+struct Step {
+  double p = 0.0;
+  double q = 0.0;
+  double w = 0.0;
+  double w2 = 0.0;
+  double rise = 0.0;
+  double radius_residual = 0.0;
+  double range_residual = 0.0;
+  double doppler_residual = 0.0;
+};
+
+// What stays the same in all steps of one call.
+struct StepConstants {
+  double sensor_above_pole;    // |S| - b'
+  double sensor_and_pole;      // |S| + b'
+  double range;                // R
+  double range2;               // R^2
+  double half_inverse_radius;  // 1 / (2 |S|)
+  double doppler_slope;        // -vu / vt
+  double doppler_offset;       // R d / vt
+};
+
+bool LongitudeIsUndefined(const Vector& v) { return std::isnan(v.x) || std::isnan(v.y); }
+
+// Longitude of a vector whose longitude is defined. On the axis it is 90 degrees by convention.
+Direction LongitudeDirection(const Vector& v) {
+  if (v.x == 0.0) {
+    return v.y >= 0.0 ? Direction{kCosHalfPi, 1.0} : Direction{kCosThreeHalfPi, -1.0};
+  }
+  const double axis_distance = std::sqrt(v.x * v.x + v.y * v.y);
+  return {v.x / axis_distance, v.y / axis_distance};
+}
+
+// Angle of a direction in [0, 360); a tiny negative angle would round to 360 and becomes 0.
+double FullCircleDegrees(double sine, double cosine) {
+  const double degrees = std::atan2(sine, cosine) * kDegreesPerRadian;
+  if (degrees >= 0.0) return degrees;
+  const double turned = degrees + 360.0;
+  return turned < 360.0 ? turned : 0.0;
+}
+
+double LongitudeDegrees(const Vector& v) {
+  if (v.x == 0.0) return v.y >= 0.0 ? 90.0 : 270.0;
+  return FullCircleDegrees(v.y, v.x);
+}
+
+// r - b' = b' / sqrt(1 - e cos^2 phi) - b', without the cancellation.
+double RiseAt(const RaisedEllipsoid& ellipsoid, double cos2_phi) {
+  const double flattening = ellipsoid.e2 * cos2_phi;
+  const double rest = 1.0 - flattening;
+  return ellipsoid.rpole_m * flattening / (rest + std::sqrt(rest));
+}
+
+// What a failed call is to be repeated with: 17 digits give the very same numbers back. The shape,
+// with "=" behind the vectors, is as the readers of the log know it.
+std::array<char, 512> InputDump(const RangeDopplerQuery& query) {
+  std::array<char, 512> text;
+  const auto& [px, py, pz] = query.sat_pos;
+  const auto& [vx, vy, vz] = query.sat_vel;
+  std::snprintf(text.data(), text.size(),
+                " was called with look_direction %.17g height %.17g rpole %.17g requator %.17g "
+                "fast_time %.17g sat_pos (%.17g,%.17g,%.17g)= sat_vel (%.17g,%.17g,%.17g)=",
+                query.look_direction, query.height_m, query.rpole_m, query.requator_m,
+                query.fast_time_s, px, py, pz, vx, vy, vz);
+  return text;
+}
+
+[[noreturn]] void FailInsideEarth(const RangeDopplerQuery& query, double radius) {
+  LogLine(LogLevel::kAlarm, query.routine, ": satellite position lies within the earth!\n");
+  Fail<ERROR_ARGUMENT>(query.routine, ": length of satellite position is: ", radius, "\n");
+}
+
+[[noreturn]] void FailWithoutIntersection(const RangeDopplerQuery& query, int iteration) {
+  LogLine(LogLevel::kAlarm, query.routine,
+          ": No intersection of earth ellipsoid and sphere around the satellite\n");
+  LogLine(LogLevel::kAlarm, query.routine, ": during iteration in step: ", iteration);
+  Fail<ERROR_DATA>(query.routine, InputDump(query).data());
+}
+
+[[noreturn]] void FailToConverge(const RangeDopplerQuery& query, const Step& step) {
+  LogLine(LogLevel::kAlarm, query.routine, ": convergence problem\n");
+  LogLine(LogLevel::kAlarm, query.routine, InputDump(query).data());
+  const double residual =
+      std::max({step.radius_residual, step.range_residual, step.doppler_residual});
+  LogLine(LogLevel::kInfo, "accuracy after ", kIterationLimit, " steps: ", residual, " tolerance ",
+          kResidualTolerance, "\n");
+  throw ERROR_DATA();
+}
+
+[[noreturn]] void FailWithoutLongitude(const RangeDopplerQuery& query, const Vector& ground) {
+  LogLine(LogLevel::kAlarm, query.routine, ": unexpected error!");
+  LogLine(LogLevel::kAlarm, "earth_vect.x: ", ground.x);
+  Fail<ERROR_ALGORITHM>("earth_vect.y: ", ground.y);
+}
+
+StepConstants PrepareSteps(const RangeDopplerQuery& query, const LocalFrame& frame,
+                           const RaisedEllipsoid& ellipsoid) {
+  const double range = query.fast_time_s * kSpeedOfLight_ms * 0.5;
+  return {.sensor_above_pole = frame.radius_m - ellipsoid.rpole_m,
+          .sensor_and_pole = frame.radius_m + ellipsoid.rpole_m,
+          .range = range,
+          .range2 = range * range,
+          .half_inverse_radius = 0.5 / frame.radius_m,
+          .doppler_slope = -frame.speed_down_ms / frame.speed_along_ms,
+          .doppler_offset = range * query.doppler_ms / frame.speed_along_ms};
+}
+
+// Both spheres, around the sensor and around the earth's centre, meet in a circle across u at the
+// distance p; the Doppler plane and the look side leave one point of it.
+Step TakeStep(const RangeDopplerQuery& query, const LocalFrame& frame,
+              const RaisedEllipsoid& ellipsoid, const StepConstants& c, double rise) {
+  Step step;
+  // Differences before squares: |S|^2 + R^2 - r^2 would lose 1e-9 m of p.
+  step.p = ((c.sensor_above_pole - rise) * (c.sensor_and_pole + rise) + c.range2) *
+           c.half_inverse_radius;
+  step.q = c.doppler_slope * step.p + c.doppler_offset;
+  step.w2 = (c.range - step.p) * (c.range + step.p) - step.q * step.q;
+  step.w = std::sqrt(step.w2) * query.look_direction;
+
+  const double z =
+      query.sat_pos.z + step.p * frame.down.z + step.q * frame.along.z + step.w * frame.across.z;
+  const double sin_phi = z / (ellipsoid.rpole_m + rise);
+  step.rise = RiseAt(ellipsoid, 1.0 - sin_phi * sin_phi);
+
+  const double length = std::sqrt(step.p * step.p + step.q * step.q + step.w * step.w);
+  const double x_dot_v = step.p * frame.speed_down_ms + step.q * frame.speed_along_ms;
+  step.radius_residual = std::abs(step.rise - rise);
+  step.range_residual = std::abs(length - c.range);
+  step.doppler_residual = std::abs(x_dot_v / length - query.doppler_ms);
+  return step;
+}
+
+// False for a NaN, as IsSolution() is: a NaN never becomes better.
+bool NeedsAnotherStep(const Step& step) {
+  return step.radius_residual >= kResidualTolerance || step.range_residual >= kResidualTolerance ||
+         step.doppler_residual >= kResidualTolerance;
+}
+
+bool IsSolution(const Step& step) {
+  return step.radius_residual < kResidualTolerance && step.range_residual < kResidualTolerance &&
+         step.doppler_residual < kResidualTolerance;
+}
+
+Vector ToEarthFrame(const LocalFrame& frame, const Step& step) {
+  return step.p * frame.down + step.q * frame.along + step.w * frame.across;
+}
+
+}  // namespace
+
+LocalFrame MakeLocalFrame(const RangeDopplerQuery& query) {
+  LocalFrame frame;
+  frame.radius_m = Length(query.sat_pos);
+  // The bare polar radius, without the height: deliberate.
+  if (query.rpole_m > frame.radius_m) FailInsideEarth(query, frame.radius_m);
+  if (LongitudeIsUndefined(query.sat_pos)) {
+    Fail<ERROR_UNHANDLED_CASE>(query.routine, ": determination of angle theta failed!\n");
+  }
+  frame.down = (-1.0 / frame.radius_m) * query.sat_pos;
+  const Vector normal = Cross(frame.down, query.sat_vel);
+  frame.speed_along_ms = Length(normal);
+  frame.speed_down_ms = Dot(frame.down, query.sat_vel);
+  frame.across = (1.0 / frame.speed_along_ms) * normal;
+  frame.along = Cross(frame.across, frame.down);
+  return frame;
+}
+
+RaisedEllipsoid RaiseEllipsoid(const RangeDopplerQuery& query) {
+  const double rpole = query.rpole_m + query.height_m;
+  const double requator = query.requator_m + query.height_m;
+  const double ratio = rpole / requator;
+  return {.rpole_m = rpole,
+          .e2 = (requator - rpole) / requator * (1.0 + ratio),
+          .one_minus_e2 = ratio * ratio};
+}
+
+GroundPoint LocateOnEllipsoid(const RangeDopplerQuery& query, const LocalFrame& frame,
+                              const RaisedEllipsoid& ellipsoid) {
+  const StepConstants constants = PrepareSteps(query, frame, ellipsoid);
+  Step step;
+  step.rise = RiseAt(ellipsoid, 1.0 - frame.down.z * frame.down.z);
+  int iteration = 0;
+  do {
+    ++iteration;
+    step = TakeStep(query, frame, ellipsoid, constants, step.rise);
+    if (step.w2 < 0.0) FailWithoutIntersection(query, iteration);
+    // Before the test of convergence: deliberate, the last step never counts.
+    if (iteration == kIterationLimit) FailToConverge(query, step);
+  } while (NeedsAnotherStep(step));
+
+  GroundPoint ground;
+  ground.look = ToEarthFrame(frame, step);
+  ground.position = query.sat_pos + ground.look;
+  ground.iterations = iteration;
+  if (LongitudeIsUndefined(ground.position) || !IsSolution(step)) {
+    FailWithoutLongitude(query, ground.position);
+  }
+  return ground;
+}
+
+GroundAngles AnglesAt(const Vector& sat_pos, const LocalFrame& frame,
+                      const RaisedEllipsoid& ellipsoid, const GroundPoint& ground) {
+  // Sensor latitude and longitude by their sines and cosines: an arc sine would lose half of the
+  // digits over the poles.
+  const Direction theta = LongitudeDirection(sat_pos);
+  const double sin_phi = -frame.down.z;
+  const double cos_phi = std::sqrt(sat_pos.x * sat_pos.x + sat_pos.y * sat_pos.y) / frame.radius_m;
+  const Vector& t = frame.along;
+  const double cos_psi = t.z * cos_phi - (t.x * theta.cos + t.y * theta.sin) * sin_phi;
+  const double sin_psi = t.y * theta.cos - t.x * theta.sin;
+
+  const Vector& g = ground.position;
+  const double axis_distance = std::sqrt(g.x * g.x + g.y * g.y);
+  const Vector normal{g.x * ellipsoid.one_minus_e2, g.y * ellipsoid.one_minus_e2, g.z};
+  // By the tangent: sharp also straight below the sensor, where a cosine may round beyond 1.
+  const double incidence =
+      std::atan2(Length(Cross(normal, ground.look)), -Dot(normal, ground.look));
+
+  return {
+      .heading_deg = FullCircleDegrees(sin_psi, cos_psi),
+      .latitude_deg = std::atan2(g.z, axis_distance * ellipsoid.one_minus_e2) * kDegreesPerRadian,
+      .longitude_deg = LongitudeDegrees(g),
+      .incidence_deg = incidence * kDegreesPerRadian};
+}
+
+}  // namespace quellmark::geolocation

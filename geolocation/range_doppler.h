@@ -1,0 +1,76 @@
+// The range-Doppler equations on a raised ellipsoid: the solver behind every geolocation routine.
+#pragma once
+
+#include <string_view>
+
+#include "basic/vector_3d.h"
+
+namespace quellmark::geolocation {
+
+/// One ground point to be found, as the routines of this folder are called for it.
+struct RangeDopplerQuery {
+  std::string_view routine;     ///< the caller's name, which its messages begin with
+  VECTOR_3D<double> sat_pos;    ///< earth-fixed [m]
+  VECTOR_3D<double> sat_vel;    ///< earth-fixed [m/s]
+  double look_direction = 1.0;  ///< +1.0 right, -1.0 left
+  double height_m = 0.0;        ///< of the ground above the ellipsoid
+  double rpole_m = 0.0;         ///< polar radius of the ellipsoid
+  double requator_m = 0.0;      ///< equatorial radius of the ellipsoid
+  double fast_time_s = 0.0;     ///< two-way slant range time
+  double doppler_ms = 0.0;      ///< (G - S) . V = R * doppler_ms; 0.0 for zero Doppler
+};
+
+/// Right-handed frame at the sensor: `down` to the earth's centre, `along` roughly along track,
+/// `across` to the right of it. The velocity has no component across.
+struct LocalFrame {
+  VECTOR_3D<double> down;
+  VECTOR_3D<double> along;
+  VECTOR_3D<double> across;
+  double radius_m = 0.0;  ///< of the sensor, |S|
+  double speed_down_ms = 0.0;
+  double speed_along_ms = 0.0;
+};
+
+/// The ellipsoid raised by the target's height.
+struct RaisedEllipsoid {
+  double rpole_m = 0.0;
+  double e2 = 0.0;            ///< first eccentricity squared
+  double one_minus_e2 = 0.0;  ///< without the cancellation
+};
+
+/// A solution of the equations.
+struct GroundPoint {
+  VECTOR_3D<double> position;  ///< earth-fixed [m]
+  VECTOR_3D<double> look;      ///< from the sensor to the point [m]
+  int iterations = 0;
+};
+
+/// Angles that belong to a solution [deg].
+struct GroundAngles {
+  double heading_deg = 0.0;    ///< of the frame's `along`, from north towards east, [0, 360)
+  double latitude_deg = 0.0;   ///< geodetic
+  double longitude_deg = 0.0;  ///< [0, 360)
+  double incidence_deg = 0.0;  ///< between the ellipsoid's normal and the direction to the sensor
+};
+
+/// The frame of a query's sensor. Throws ERROR_ARGUMENT for a sensor nearer to the centre than the
+/// pole and ERROR_UNHANDLED_CASE for one whose longitude is undefined. A velocity without
+/// horizontal component gives a frame that LocateOnEllipsoid() refuses.
+[[nodiscard]] LocalFrame MakeLocalFrame(const RangeDopplerQuery& query);
+
+[[nodiscard]] RaisedEllipsoid RaiseEllipsoid(const RangeDopplerQuery& query);
+
+/// Solves the equations for `query`, whose frame and ellipsoid are given. Of the solutions it takes
+/// the one on the look side that is not beyond the horizon. The point is good to about the rounding
+/// of the sensor's radius, multiplied by the cotangent of the look angle (docs/geometry.md).
+/// Throws ERROR_DATA when range, Doppler plane and ellipsoid do not meet and when the iteration
+/// does not converge in time, ERROR_ALGORITHM when the point is undefined (a NaN or an overflow on
+/// the way). Allocates nothing unless it fails.
+[[nodiscard]] GroundPoint LocateOnEllipsoid(const RangeDopplerQuery& query, const LocalFrame& frame,
+                                            const RaisedEllipsoid& ellipsoid);
+
+/// Angles of a solution that LocateOnEllipsoid() gave for a sensor at `sat_pos`.
+[[nodiscard]] GroundAngles AnglesAt(const VECTOR_3D<double>& sat_pos, const LocalFrame& frame,
+                                    const RaisedEllipsoid& ellipsoid, const GroundPoint& ground);
+
+}  // namespace quellmark::geolocation

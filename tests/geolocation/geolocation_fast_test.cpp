@@ -1,0 +1,441 @@
+#include "geolocation/geolocation_fast.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <string>
+
+#include "basic/errors.h"
+#include "tests/geolocation/geometry.h"
+#include "tests/support/allocation_counter.h"
+#include "tests/support/expect_fails.h"
+
+namespace {
+
+using quellmark::test::ErrorOf;
+using quellmark::test::Geometry;
+using quellmark::test::kDegree;
+using quellmark::test::kSpeedOfLight;
+using quellmark::test::LocalAxes;
+using quellmark::test::LogOfFailure;
+using quellmark::test::MakeGeometry;
+using quellmark::test::RandomGeometries;
+using quellmark::test::ScopedLog;
+using testing::HasSubstr;
+using Vector = VECTOR_3D<double>;
+using Level = quellmark::runtime::LogLevel;
+
+struct Located {
+  Vector ground;
+  double heading = -1.0, latitude = -1.0, longitude = -1.0, incidence = -1.0;
+  friend bool operator==(const Located&, const Located&) = default;
+};
+
+void LocateInto(Located& l, const Geometry& g) {
+  GEOLOCATION_WORKSPACE workspace;
+  const double& incidence = geolocation_fast(workspace, g.sat_pos, g.sat_vel, l.ground, l.heading,
+                                             l.latitude, l.longitude, l.incidence, g.look, g.height,
+                                             g.rpole, g.requator, g.fast_time, g.doppler);
+  EXPECT_EQ(&incidence, &l.incidence);
+}
+
+Located Locate(const Geometry& g) {
+  Located located;
+  LocateInto(located, g);
+  return located;
+}
+
+double SlantRange(const Geometry& g) { return 0.5 * kSpeedOfLight * g.fast_time; }
+
+// Iterations of one call, from its trace line.
+int Iterations(const Geometry& g) {
+  ScopedLog log;
+  static_cast<void>(Locate(g));
+  int iterations = 0;
+  EXPECT_EQ(
+      std::sscanf(log.Text().c_str(), "TRACE : geolocation_fast: %d iterations.\n", &iterations),
+      1);
+  return iterations;
+}
+
+// Difference of two angles in degrees, across the full circle.
+double Apart(double a, double b) { return std::abs(std::remainder(a - b, 360.0)); }
+
+// The frame, the iteration and the side over 10^6 geometries; every eighth against the truth.
+TEST(GeolocationFast, RandomLowOrbitsConvergeToTheTruth) {
+  namespace geo = quellmark::geolocation;
+  RandomGeometries next(20240611);
+  int most_iterations = 0;
+  double largest_error_m = 0.0;
+  for (int i = 0; i < 1'000'000; ++i) {
+    const Geometry g = next();
+    const geo::RangeDopplerQuery query{"test",  g.sat_pos,  g.sat_vel,   g.look,   g.height,
+                                       g.rpole, g.requator, g.fast_time, g.doppler};
+    const geo::LocalFrame frame = geo::MakeLocalFrame(query);
+    const geo::GroundPoint point = geo::LocateOnEllipsoid(query, frame, geo::RaiseEllipsoid(query));
+    most_iterations = std::max(most_iterations, point.iterations);
+    ASSERT_GT(Dot(point.look, Cross(g.sat_vel, g.sat_pos)) * g.look, 0.0);
+    if (i % 8 != 0) continue;
+
+    const double error_m = Length(ErrorOf(point.position, g));
+    const double cos_look = Dot(point.look, frame.down) / Length(point.look);
+    const double cot_look = cos_look / std::sqrt(1.0 - cos_look * cos_look);
+    largest_error_m = std::max(largest_error_m, error_m / (1.0 + cot_look));
+  }
+  EXPECT_LE(most_iterations, 10);
+  // |S| is rounded to 9.3e-10 m; the slope of the sphere around the sensor multiplies what that
+  // does to the height by the cotangent of the look angle. Largest seen: 1.7e-9.
+  EXPECT_LT(largest_error_m, 2.5e-9);
+}
+
+// Every output against its definition, computed here by other means.
+TEST(GeolocationFast, RandomResultsFitTheirDefinitions) {
+  RandomGeometries next(7);
+  for (int i = 0; i < 20'000; ++i) {
+    Geometry g = next();
+    g.height = next.Uniform(-500.0, 9000.0);
+    g.fast_time -= 2.0 * g.height / kSpeedOfLight;
+    const Located located = Locate(g);
+    SCOPED_TRACE(i);
+
+    // The point of these geodetic coordinates on the raised ellipsoid is the ground point. One
+    // degree is 1e-14 rad exact, the point 7e-8 m.
+    const double a = g.requator + g.height;
+    const double b = g.rpole + g.height;
+    const LocalAxes at_ground(located.longitude * kDegree, located.latitude * kDegree);
+    const Vector& n = at_ground.up;
+    const double scale = 1.0 / std::sqrt(a * a * (n.x * n.x + n.y * n.y) + b * b * n.z * n.z);
+    const Vector on_ellipsoid{scale * a * a * n.x, scale * a * a * n.y, scale * b * b * n.z};
+    ASSERT_LT(Length(on_ellipsoid - located.ground), 2e-8);
+
+    const Vector look = located.ground - g.sat_pos;
+    ASSERT_NEAR(Length(look), SlantRange(g), 2e-9);
+    ASSERT_NEAR(Dot(look, g.sat_vel) / SlantRange(g), g.doppler, 1e-9);
+    ASSERT_NEAR(located.incidence, std::acos(-Dot(n, look) / Length(look)) / kDegree, 1e-10);
+
+    const LocalAxes at_sensor(std::atan2(g.sat_pos.y, g.sat_pos.x),
+                              std::asin(g.sat_pos.z / Length(g.sat_pos)));
+    const double heading =
+        std::atan2(Dot(g.sat_vel, at_sensor.east), Dot(g.sat_vel, at_sensor.north)) / kDegree;
+    // The arc sine of this check is good to 1e-8 rad next to the poles.
+    ASSERT_LT(Apart(located.heading, heading), 1e-6);
+    for (const double angle : {located.heading, located.longitude}) {
+      ASSERT_GE(angle, 0.0);
+      ASSERT_LT(angle, 360.0);
+    }
+  }
+}
+
+// The other look side is the mirror image across the plane of position and velocity.
+TEST(GeolocationFast, LookSidesAreMirrored) {
+  Geometry g = MakeGeometry(0.3, 0.0, 600e3, 0.0, 35.0 * kDegree);
+  g.doppler = 20.0;
+  const Located right = Locate(g);
+  g.look = -1.0;
+  const Located left = Locate(g);
+  Vector normal = Cross(g.sat_pos, g.sat_vel);
+  normal = (1.0 / Length(normal)) * normal;
+  const Vector mirrored = right.ground - 2.0 * Dot(right.ground, normal) * normal;
+  // Mirrored in the equatorial plane's normal direction: this pass crosses the equator northwards,
+  // so that the ellipsoid itself is symmetric to the plane.
+  EXPECT_LT(Length(left.ground - mirrored), 1e-8);
+  EXPECT_NEAR(left.incidence, right.incidence, 1e-10);
+  EXPECT_GT(right.longitude, left.longitude);
+}
+
+// A pass over the equator, towards the pole: the point lies on the equatorial circle and the
+// triangle of centre, sensor and ground gives everything. In all quadrants of longitude.
+TEST(GeolocationFast, EquatorialPassHasAClosedForm) {
+  for (const double longitude : {0.0, 10.0, 89.5, 90.0, 135.0, 180.0, 225.0, 270.0, 350.0, 359.9}) {
+    for (const double look : {1.0, -1.0}) {
+      SCOPED_TRACE(testing::Message() << longitude << " look " << look);
+      Geometry g = MakeGeometry(longitude * kDegree, 0.0, 700e3, 0.0, 40.0 * kDegree);
+      g.look = look;
+      g.height = 250.0;
+      const double earth = g.requator + g.height;
+      const double sensor = Length(g.sat_pos);
+      const double range = SlantRange(g);
+      const double centre_angle =
+          std::acos((sensor * sensor + earth * earth - range * range) / (2.0 * sensor * earth));
+      const Located located = Locate(g);
+      EXPECT_LT(Apart(located.longitude, longitude + look * centre_angle / kDegree),
+                1e-12 / kDegree);
+      EXPECT_NEAR(located.latitude, 0.0, 1e-12);
+      EXPECT_LT(Apart(located.heading, 0.0), 1e-12);
+      EXPECT_NEAR(located.incidence, std::asin(sensor / range * std::sin(centre_angle)) / kDegree,
+                  1e-9);
+      EXPECT_LT(Iterations(g), 5);
+    }
+  }
+}
+
+// On a sphere the iteration has nothing to do, and the ground point keeps the angle between it and
+// the sensor wherever the pass is.
+TEST(GeolocationFast, SphereHasAClosedForm) {
+  RandomGeometries next(3);
+  for (int i = 0; i < 100; ++i) {
+    Geometry g = next();
+    g.requator = g.rpole = 6371000.0;
+    g.height = 0.0;
+    const double sensor = Length(g.sat_pos);
+    const double range = SlantRange(g);
+    const double incidence =
+        std::acos((sensor * sensor - range * range - g.rpole * g.rpole) / (2.0 * range * g.rpole));
+    if (std::isnan(incidence)) continue;  // beyond this sphere's reach
+    EXPECT_NEAR(Locate(g).incidence, incidence / kDegree, 1e-9);
+    EXPECT_EQ(Iterations(g), 1);
+  }
+}
+
+// Over a pole the longitude of the sensor is 90 degrees by convention, and the heading refers to
+// it.
+TEST(GeolocationFast, SensorOverThePole) {
+  const struct {
+    double z_sign;
+    Vector velocity;
+    double heading;
+  } rows[] = {{1.0, {7500.0, 0.0, 0.0}, 270.0}, {1.0, {0.0, -7500.0, 0.0}, 0.0},
+              {1.0, {-7500.0, 0.0, 0.0}, 90.0}, {1.0, {0.0, 7500.0, 0.0}, 180.0},
+              {-1.0, {0.0, 7500.0, 0.0}, 0.0},  {-1.0, {-7500.0, 0.0, 0.0}, 90.0}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.heading);
+    Geometry g = MakeGeometry(0.0, row.z_sign * 90.0 * kDegree, 600e3, 0.0, 30.0 * kDegree);
+    g.sat_pos = {0.0, 0.0, row.z_sign * Length(g.sat_pos)};
+    g.sat_vel = row.velocity;
+    const Located located = Locate(g);
+    EXPECT_LT(Apart(located.heading, row.heading), 1e-13);
+    EXPECT_LT(Length(ErrorOf(located.ground, g)), 5e-9);
+    EXPECT_LT(Dot(located.ground, g.sat_vel), 1e-4);  // zero Doppler: across the track
+  }
+}
+
+// Zeros and tiny components decide between 0 and 360, 90 and 270.
+TEST(GeolocationFast, AnglesAtTheSeams) {
+  namespace geo = quellmark::geolocation;
+  const Geometry g = MakeGeometry(0.0, 0.0, 600e3, 0.0, 30.0 * kDegree);
+  const geo::RangeDopplerQuery query{"test",  g.sat_pos,  g.sat_vel,   g.look,   g.height,
+                                     g.rpole, g.requator, g.fast_time, g.doppler};
+  const geo::LocalFrame frame = geo::MakeLocalFrame(query);
+  const geo::RaisedEllipsoid ellipsoid = geo::RaiseEllipsoid(query);
+  const double r = 6.37e6;
+  const struct {
+    Vector ground;
+    double longitude, latitude;
+  } rows[] = {{{r, 0.0, 0.0}, 0.0, 0.0},      {{r, -0.0, 0.0}, 0.0, 0.0},
+              {{r, -1e-20, 0.0}, 0.0, 0.0},   {{-r, 0.0, 0.0}, 180.0, 0.0},
+              {{0.0, r, 0.0}, 90.0, 0.0},     {{-0.0, r, 0.0}, 90.0, 0.0},
+              {{0.0, -r, 0.0}, 270.0, 0.0},   {{0.0, 0.0, r}, 90.0, 90.0},
+              {{0.0, -0.0, -r}, 90.0, -90.0}, {{r, -r, 0.0}, 315.0, 0.0}};
+  for (const auto& row : rows) {
+    const geo::GroundAngles angles = geo::AnglesAt(
+        g.sat_pos, frame, ellipsoid, {.position = row.ground, .look = row.ground - g.sat_pos});
+    SCOPED_TRACE(testing::Message() << row.ground.x << " " << row.ground.y << " " << row.ground.z);
+    EXPECT_DOUBLE_EQ(angles.longitude_deg, row.longitude);
+    EXPECT_DOUBLE_EQ(angles.latitude_deg, row.latitude);
+  }
+}
+
+// Real passes, with state vectors and ground points that the products' own processor gave; contains
+// modified Copernicus Sentinel data 2021 and 2022.
+TEST(GeolocationFast, RealScenes) {
+  const struct {
+    const char* name;
+    double interval_s, offset_s;  // between two states; of the line behind the first
+    Vector position[2], velocity[2];
+    double fast_time, height, latitude, longitude, incidence;
+    double tolerance_m;  // as far as the states' velocities fit their positions
+  } rows[] = {{"alps",
+               10.0,
+               6.799602,
+               {{4705004.37799999956, 1441146.55099999998, 5075547.68900000025},
+                {4760812.61500000022, 1438386.86800000002, 5024162.48099999968}},
+               {{5607.49266700000044, -263.818444000000000, -5109.97560799999974},
+                {5554.05241800000022, -288.092922999999985, -5166.98454000000038}},
+               6.177025926716036e-03,
+               2.068000124456361e+03,
+               46.72183868490948,
+               9.585577429507477,
+               43.526832596696146,
+               0.5},
+              {"comoros",
+               10.0,
+               0.757441,
+               {{5314221.96600000001, 4429024.60900000017, -1499630.52499999991},
+                {5336173.08499999996, 4426519.35300000012, -1426972.03399999999}},
+               {{2225.08609900000010, -224.116527999999988, 7257.52531600000020},
+                {2165.09408100000019, -276.896972000000005, 7274.03126900000007}},
+               5.429222834590177e-03,
+               276.0043963752687,
+               -11.50336424720841,
+               43.31698208693384,
+               32.32287112825788,
+               1.6},
+              {"quebec",
+               9.999999,
+               8.507621,
+               {{2573274.95236000000, -3715758.90342399990, 5434631.01657100022},
+                {2588716.88613899983, -3773276.26292600017, 5387577.77571799979}},
+               {{1562.83642899999995, -5771.52968599999986, -4674.74182300000029},
+                {1525.53096400000004, -5731.82553199999984, -4735.81810500000029}},
+               5.348498139901420e-03,
+               200.9894713228568,
+               50.68299073783115,
+               -60.51187164075164,
+               30.459737497813382,
+               0.02}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.name);
+    // Cubic Hermite between the two states: 2e-4 m over 10 s of this orbit.
+    const double s = row.offset_s / row.interval_s;
+    const double h00 = (1 + 2 * s) * (1 - s) * (1 - s), h10 = s * (1 - s) * (1 - s);
+    const double h01 = s * s * (3 - 2 * s), h11 = s * s * (s - 1);
+    const double d00 = 6 * s * (s - 1), d10 = (1 - s) * (1 - 3 * s), d11 = s * (3 * s - 2);
+    Geometry g;
+    g.sat_pos = h00 * row.position[0] + (h10 * row.interval_s) * row.velocity[0] +
+                h01 * row.position[1] + (h11 * row.interval_s) * row.velocity[1];
+    g.sat_vel = (d00 / row.interval_s) * (row.position[0] - row.position[1]) +
+                d10 * row.velocity[0] + d11 * row.velocity[1];
+    g.fast_time = row.fast_time;
+    g.height = row.height;
+    const Located located = Locate(g);
+    const double north_m = (located.latitude - row.latitude) * kDegree * 6.37e6;
+    const double east_m = std::remainder(located.longitude - row.longitude, 360.0) * kDegree *
+                          6.39e6 * std::cos(row.latitude * kDegree);
+    EXPECT_LT(std::hypot(north_m, east_m), row.tolerance_m);
+    EXPECT_NEAR(located.incidence, row.incidence, 2e-6);
+    EXPECT_LE(Iterations(g), 7);
+  }
+}
+
+Geometry Plain() { return MakeGeometry(0.5, 0.7, 600e3, 3.3, 30.0 * kDegree); }
+
+// A failed call writes its lines, throws, and leaves every place as it was.
+template <class Error>
+std::string LogOfFailedCall(const Geometry& g) {
+  Located untouched{{1.0, 2.0, 3.0}, 4.0, 5.0, 6.0, 7.0};
+  const Located before = untouched;
+  const std::string log = LogOfFailure<Error>([&] { LocateInto(untouched, g); });
+  EXPECT_EQ(untouched, before);
+  return log;
+}
+
+std::string Exact(double number) {
+  char text[40];
+  std::snprintf(text, sizeof text, "%.17g", number);
+  return text;
+}
+
+std::string Dump(const Geometry& g) {
+  const auto triple = [](const Vector& v) {
+    return "(" + Exact(v.x) + "," + Exact(v.y) + "," + Exact(v.z) + ")=";
+  };
+  return "ALARM : geolocation_fast was called with look_direction " + Exact(g.look) + " height " +
+         Exact(g.height) + " rpole " + Exact(g.rpole) + " requator " + Exact(g.requator) +
+         " fast_time " + Exact(g.fast_time) + " sat_pos " + triple(g.sat_pos) + " sat_vel " +
+         triple(g.sat_vel) + "\n";
+}
+
+TEST(GeolocationFast, SensorWithinTheEarth) {
+  Geometry g = Plain();
+  g.sat_pos = {3000.0, 4000.0, 0.0};
+  EXPECT_EQ(LogOfFailedCall<ERROR_ARGUMENT>(g),
+            "ALARM : geolocation_fast: satellite position lies within the earth!\n"
+            "ALARM : geolocation_fast: length of satellite position is: 5000\n");
+  // The polar radius counts, without the height.
+  g.sat_pos = {0.0, 0.0, g.rpole};
+  g.height = -1000.0;
+  g.fast_time = 2.0 * 2000.0 / kSpeedOfLight;
+  EXPECT_NO_THROW(static_cast<void>(Locate(g)));
+}
+
+TEST(GeolocationFast, RangeThatMissesTheEllipsoid) {
+  Geometry g = Plain();
+  g.fast_time = 2.0 * 500e3 / kSpeedOfLight;
+  EXPECT_EQ(LogOfFailedCall<ERROR_DATA>(g),
+            "ALARM : geolocation_fast: No intersection of earth ellipsoid and sphere around the "
+            "satellite\nALARM : geolocation_fast: during iteration in step: 1\n" +
+                Dump(g));
+  g.fast_time = 2.0 * 20000e3 / kSpeedOfLight;
+  EXPECT_THAT(LogOfFailedCall<ERROR_DATA>(g), HasSubstr("No intersection"));
+}
+
+// Towards the point below the sensor the iteration slows down. What takes 20 steps is a solution,
+// what takes 21 is none.
+TEST(GeolocationFast, IterationLimit) {
+  Geometry g = MakeGeometry(0.5, 45.0 * kDegree, 600e3, 90.0 * kDegree, 5.0 * kDegree);
+  int most = 0;
+  bool failed = false;
+  for (double incidence = 1.0; incidence > 0.3 && !failed; incidence -= 0.002) {
+    g.fast_time =
+        MakeGeometry(0.5, 45.0 * kDegree, 600e3, 90.0 * kDegree, incidence * kDegree).fast_time;
+    try {
+      ScopedLog quiet(Level::kSilent);
+      static_cast<void>(Locate(g));
+    } catch (const ERROR_DATA&) {
+      failed = true;
+      break;
+    }
+    most = std::max(most, Iterations(g));
+  }
+  EXPECT_EQ(most, 20);
+  ASSERT_TRUE(failed);
+  const std::string log = LogOfFailedCall<ERROR_DATA>(g);
+  EXPECT_THAT(log, testing::StartsWith("ALARM : geolocation_fast: convergence problem\n" + Dump(g) +
+                                       "INFO  : accuracy after 21 steps: "));
+  EXPECT_THAT(log, testing::EndsWith(" tolerance 1e-09\n"));
+}
+
+// Whatever is not finite, and the largest finite numbers, end in one of the documented failures.
+TEST(GeolocationFast, AbsurdNumbersFail) {
+  using Limits = std::numeric_limits<double>;
+  for (int input = 0; input < 12; ++input) {
+    for (const double value : {Limits::quiet_NaN(), Limits::infinity(), -Limits::infinity(),
+                               Limits::max(), -Limits::max(), 1e160}) {
+      SCOPED_TRACE(testing::Message() << "input " << input << " is " << value);
+      Geometry g = Plain();
+      double* const inputs[] = {&g.sat_pos.x, &g.sat_pos.y, &g.sat_pos.z, &g.sat_vel.x,
+                                &g.sat_vel.y, &g.sat_vel.z, &g.look,      &g.height,
+                                &g.rpole,     &g.requator,  &g.fast_time, &g.doppler};
+      *inputs[input] = value;
+      ScopedLog log;
+      try {
+        static_cast<void>(Locate(g));
+        ADD_FAILURE() << "located";
+      } catch (const ERROR_EXCEPTION&) {
+        EXPECT_THAT(log.Text(), HasSubstr("ALARM : geolocation_fast"));
+      }
+    }
+  }
+
+  Geometry g = Plain();
+  g.sat_pos.x = Limits::quiet_NaN();
+  EXPECT_EQ(LogOfFailedCall<ERROR_UNHANDLED_CASE>(g),
+            "ALARM : geolocation_fast: determination of angle theta failed!\n");
+  g = Plain();
+  g.height = Limits::quiet_NaN();
+  EXPECT_EQ(LogOfFailedCall<ERROR_ALGORITHM>(g),
+            "ALARM : geolocation_fast: unexpected error!\n"
+            "ALARM : earth_vect.x: nan\nALARM : earth_vect.y: nan\n");
+  g = Plain();
+  g.sat_vel = {};
+  EXPECT_THAT(LogOfFailedCall<ERROR_ALGORITHM>(g), HasSubstr("unexpected error!"));
+  g.sat_vel = 0.001 * g.sat_pos;  // straight up: range and Doppler leave no point
+  EXPECT_THAT(LogOfFailedCall<ERROR_DATA>(g), HasSubstr("No intersection"));
+  g = Plain();
+  g.fast_time = -g.fast_time;
+  EXPECT_THAT(LogOfFailedCall<ERROR_DATA>(g), HasSubstr("convergence problem"));
+}
+
+TEST(GeolocationFast, AllocatesNothing) {
+  const ScopedLog log(Level::kDebug);
+  const Geometry g = Plain();
+  static_cast<void>(Locate(g));
+  const std::size_t before = quellmark::test::AllocationCount();
+  static_cast<void>(Locate(g));
+  EXPECT_EQ(quellmark::test::AllocationCount(), before);
+}
+
+}  // namespace

@@ -1,0 +1,111 @@
+// Geometries for the tests of this folder, and an independent solver to compare with.
+#pragma once
+
+#include <cmath>
+#include <numbers>
+#include <random>
+
+#include "basic/vector_3d.h"
+#include "geolocation/ellipsoid_type.h"
+
+namespace quellmark::test {
+
+constexpr double kDegree = std::numbers::pi / 180.0;
+constexpr double kSpeedOfLight = 299792458.0;
+
+/// The inputs of one geolocation.
+struct Geometry {
+  VECTOR_3D<double> sat_pos, sat_vel;
+  double look = 1.0;
+  double height = 0.0;
+  double rpole = EllipsoidType<double>::Default().Axes().semi_minor_m;
+  double requator = EllipsoidType<double>::Default().Axes().semi_major_m;
+  double fast_time = 0.0;
+  double doppler = 0.0;
+};
+
+/// Unit vectors of a longitude and latitude.
+struct LocalAxes {
+  VECTOR_3D<double> up, north, east;
+  LocalAxes(double longitude, double latitude)
+      : up{std::cos(latitude) * std::cos(longitude), std::cos(latitude) * std::sin(longitude),
+           std::sin(latitude)},
+        north{-std::sin(latitude) * std::cos(longitude), -std::sin(latitude) * std::sin(longitude),
+              std::cos(latitude)},
+        east{-std::sin(longitude), std::cos(longitude), 0.0} {}
+};
+
+/// A sensor at geocentric longitude and latitude [rad] that flies towards `heading` [rad], with the
+/// range of `incidence` [rad] on a sphere of the ellipse radius below the sensor.
+inline Geometry MakeGeometry(double longitude, double latitude, double altitude, double heading,
+                             double incidence) {
+  const LocalAxes axes(longitude, latitude);
+  Geometry g;
+  const double earth_radius =
+      1.0 / std::hypot(std::cos(latitude) / g.requator, std::sin(latitude) / g.rpole);
+  const double radius = earth_radius + altitude;
+  g.sat_pos = radius * axes.up;
+  g.sat_vel = 7500.0 * (std::cos(heading) * axes.north + std::sin(heading) * axes.east);
+  const double look = std::asin(earth_radius / radius * std::sin(incidence));
+  const double range = std::sqrt(radius * radius + earth_radius * earth_radius -
+                                 2.0 * radius * earth_radius * std::cos(incidence - look));
+  g.fast_time = 2.0 * range / kSpeedOfLight;
+  return g;
+}
+
+/// Low orbits over all places and headings, incidence 5 to 85 degrees, both look sides; half of
+/// them with climb and Doppler.
+class RandomGeometries {
+ public:
+  explicit RandomGeometries(unsigned seed) : random_(seed) {}
+  Geometry operator()() {
+    Geometry g = MakeGeometry(Uniform(-180.0, 180.0) * kDegree, std::asin(Uniform(-1.0, 1.0)),
+                              Uniform(300e3, 900e3), Uniform(-180.0, 180.0) * kDegree,
+                              Uniform(5.0, 85.0) * kDegree);
+    g.look = Uniform(-1.0, 1.0) < 0.0 ? -1.0 : 1.0;
+    g.height = Uniform(-100.0, 100.0);
+    if (Uniform(-1.0, 1.0) < 0.0) {
+      g.sat_vel = g.sat_vel + (Uniform(-30.0, 30.0) / Length(g.sat_pos)) * g.sat_pos;
+      g.doppler = Uniform(-50.0, 50.0);
+    }
+    return g;
+  }
+  double Uniform(double low, double high) {
+    return std::uniform_real_distribution<double>(low, high)(random_);
+  }
+
+ private:
+  std::mt19937_64 random_;
+};
+
+/// How far `point` is from the truth next to it [m]: range, Doppler and ellipsoid equation solved
+/// by Newton's method in the widest type.
+inline VECTOR_3D<double> ErrorOf(const VECTOR_3D<double>& point, const Geometry& g) {
+  using Wide = VECTOR_3D<long double>;
+  const auto wide = [](double number) { return static_cast<long double>(number); };
+  const auto widen = [&](const VECTOR_3D<double>& v) {
+    return Wide{wide(v.x), wide(v.y), wide(v.z)};
+  };
+  const Wide s = widen(g.sat_pos);
+  const Wide v = widen(g.sat_vel);
+  const long double a = wide(g.requator) + wide(g.height);
+  const long double b = wide(g.rpole) + wide(g.height);
+  const long double range = wide(g.fast_time) * wide(kSpeedOfLight) / 2;
+  Wide truth = widen(point);
+  for (int i = 0; i < 4; ++i) {
+    const Wide x = truth - s;
+    const Wide normal{truth.x / a, truth.y / a, truth.z * a / (b * b)};
+    // The three residuals in metres, and their gradients.
+    const long double f1 = (Dot(x, x) - range * range) / (2 * range);
+    const long double f2 = (Dot(x, v) - range * wide(g.doppler)) / Length(v);
+    const long double f3 = (Dot(normal, truth) - a) / 2;
+    const Wide g1 = (1 / range) * x;
+    const Wide g2 = (1 / Length(v)) * v;
+    const Wide step = f1 * Cross(g2, normal) + f2 * Cross(normal, g1) + f3 * Cross(g1, g2);
+    truth = truth - (1 / Dot(g1, Cross(g2, normal))) * step;
+  }
+  const Wide error = widen(point) - truth;
+  return {static_cast<double>(error.x), static_cast<double>(error.y), static_cast<double>(error.z)};
+}
+
+}  // namespace quellmark::test
