@@ -12,6 +12,7 @@
 #include <cstdlib>
 
 #include "basic/errors.h"
+#include "runtime/log.h"
 
 namespace quellmark::test {
 namespace {
@@ -98,6 +99,8 @@ std::function<int()> Step(std::vector<std::string> arguments,
     std::vector<char*> argv;
     for (std::string& argument : arguments) argv.push_back(argument.data());
     argv.push_back(nullptr);
+    // The temporary log stays with the test.
+    runtime::Log().Initialise(std::array<std::string_view, 1>{"./"});
     CONTROLLER_IFC controller;
     try {
       controller.init(static_cast<int>(arguments.size()), argv.data(), 1);
