@@ -11,7 +11,7 @@ target_compile_options(qm_flags INTERFACE
   -Wshadow -Wconversion -Wsign-conversion -Wdouble-promotion
   -Wold-style-cast -Wcast-align -Wcast-qual
   -Wnon-virtual-dtor -Woverloaded-virtual -Wextra-semi
-  -Wformat=2 -Wundef -Wunused -Wnull-dereference)
+  -Wformat=2 -Wundef -Wunused)
 
 if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
   set(CMAKE_BUILD_TYPE Release CACHE STRING "Build type" FORCE)
