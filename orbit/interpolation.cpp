@@ -28,6 +28,7 @@ ARRAY<T> POLYNOM<T>::GetCoeffs() const {
   template class INTERPOLATION<T, DPOINT<T>>;                                     \
   template void quellmark::orbit::CheckSupportPoints(std::span<const POINT<T>>);  \
   template void quellmark::orbit::CheckSupportPoints(std::span<const DPOINT<T>>); \
+  template void quellmark::orbit::CheckFinite(std::span<const T>, const char*);   \
   template class POLYNOM<T>;                                                      \
   template class HERMITE_POLY<T>;                                                 \
   template class LOCAL_INTERPOLATION<T, POLYNOM<T>, POINT<T>>;                    \

@@ -57,6 +57,11 @@ namespace quellmark::orbit {
 template <class P>
 void CheckSupportPoints(std::span<const P> points);
 
+/// Throws INVALID_PARAMETER_VALUE after an ALARM line that begins with the name of the kind unless
+/// all coefficients are finite.
+template <class T>
+void CheckFinite(std::span<const T> coefficients, const char* kind);
+
 /// Throws ERROR_ARGUMENT after an ALARM line.
 [[noreturn]] void FailNotFinite(double x);
 

@@ -61,4 +61,14 @@ void CheckSupportPoints(std::span<const P> points) {
   }
 }
 
+template <class T>
+void CheckFinite(std::span<const T> coefficients, const char* kind) {
+  for (const T coefficient : coefficients) {
+    if (!std::isfinite(coefficient)) {
+      runtime::Fail<INVALID_PARAMETER_VALUE>(
+          kind, "::Create: support points give coefficients that are not finite.\n");
+    }
+  }
+}
+
 }  // namespace quellmark::orbit

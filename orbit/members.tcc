@@ -2,14 +2,16 @@
 #pragma once
 
 #include <memory>
-#include <type_traits>
 #include <utility>
 
+#include "orbit/everett.h"
+#include "orbit/fits.h"
 #include "orbit/local_interpolation.h"
 #include "orbit/mdb_orbit.h"
 #include "orbit/polynom.h"
 #include "orbit/pool_orbit.tcc"
 #include "orbit/selection.h"
+#include "orbit/spline.h"
 
 namespace quellmark::orbit {
 
@@ -22,36 +24,26 @@ struct Kind {
 template <class... Kinds>
 struct KindList {};
 
+template <class T, class I>
+using LocalKind = Kind<LOCAL_INTERPOLATION<T, I, POINT<T>>, POINT<T>>;
+
 /// By interpolation id.
 template <class T>
-using AllKinds = KindList<Kind<POLYNOM<T>, POINT<T>>,                                           //
-                          void,                                                                 //
-                          void,                                                                 //
-                          Kind<LOCAL_INTERPOLATION<T, POLYNOM<T>, POINT<T>>, POINT<T>>,         //
-                          void,                                                                 //
-                          void,                                                                 //
-                          void,                                                                 //
-                          Kind<HERMITE_POLY<T>, DPOINT<T>>,                                     //
-                          Kind<LOCAL_INTERPOLATION<T, HERMITE_POLY<T>, DPOINT<T>>, DPOINT<T>>,  //
-                          void>;
+using AllKinds =
+    KindList<Kind<POLYNOM<T>, POINT<T>>, Kind<POLYNOM_FIT<T>, POINT<T>>, Kind<SPLINE<T>, POINT<T>>,
+             LocalKind<T, POLYNOM<T>>, LocalKind<T, POLYNOM_FIT<T>>, Kind<CHEBY_POLY<T>, POINT<T>>,
+             LocalKind<T, CHEBY_POLY<T>>, Kind<HERMITE_POLY<T>, DPOINT<T>>,
+             Kind<LOCAL_INTERPOLATION<T, HERMITE_POLY<T>, DPOINT<T>>, DPOINT<T>>,
+             Kind<EVERETT<T>, POINT<T>>>;
 
 template <class Orbit>
 std::unique_ptr<ORBIT_BASE> Create() {
   return std::make_unique<Orbit>();
 }
 
-template <class T, class S, class Member>
-constexpr CreateOrbit PoolMaker() {
-  if constexpr (std::is_void_v<Member>) {
-    return nullptr;
-  } else {
-    return &Create<POOL_ORBIT<T, S, typename Member::Interpolation, typename Member::Point>>;
-  }
-}
-
 template <class T, class S, class... Kinds>
 constexpr MemberList PoolMakers(KindList<Kinds...>) {
-  return {PoolMaker<T, S, Kinds>()...};
+  return {&Create<POOL_ORBIT<T, S, typename Kinds::Interpolation, typename Kinds::Point>>...};
 }
 
 template <class T, class S>
@@ -67,10 +59,12 @@ constexpr bool SharesPoolOrbit(std::size_t interpolation_id) {
 
 template <class S, class Member, std::size_t kInterpolationId>
 constexpr CreateOrbit MdbMaker() {
-  if constexpr (SharesPoolOrbit(kInterpolationId) || std::is_void_v<Member>) {
-    return PoolMaker<double, S, Member>();
+  using I = typename Member::Interpolation;
+  using P = typename Member::Point;
+  if constexpr (SharesPoolOrbit(kInterpolationId)) {
+    return &Create<POOL_ORBIT<double, S, I, P>>;
   } else {
-    return &Create<MDB_ORBIT<double, S, typename Member::Interpolation, typename Member::Point>>;
+    return &Create<MDB_ORBIT<double, S, I, P>>;
   }
 }
 

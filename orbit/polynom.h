@@ -30,3 +30,8 @@ class HERMITE_POLY final : public quellmark::orbit::Evaluated<HERMITE_POLY<T>, T
  private:
   quellmark::orbit::NewtonForm<T> form_;
 };
+
+extern template class POLYNOM<float>;
+extern template class POLYNOM<double>;
+extern template class HERMITE_POLY<float>;
+extern template class HERMITE_POLY<double>;

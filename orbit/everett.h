@@ -1,0 +1,53 @@
+// Everett's interpolation of equidistant samples by central differences of even order.
+#pragma once
+
+#include <vector>
+
+#include "orbit/interpolation.h"
+
+/// The derivatives are those of the interpolating polynomial of the interval around x. Near the
+/// ends the last interval with all its differences extrapolates.
+template <class T>
+class EVERETT final : public quellmark::orbit::Evaluated<EVERETT<T>, T, POINT<T>> {
+  using Base = quellmark::orbit::Evaluated<EVERETT<T>, T, POINT<T>>;
+
+ public:
+  /// An abscissa in terms of the grid: x = (1 - p) x_i + p x_(i+1), q = 1 - p.
+  struct Xi {
+    int i;
+    T p;
+    T q;
+  };
+
+  /// Even; 6 unless set.
+  void SetOrder(int order) override {
+    if (order >= 0) order_ = order;
+  }
+  void Create(const ARRAY<POINT<T>>& points) override {
+    first_ = points.First();
+    Base::Create(points);
+  }
+  void Fit(std::span<const POINT<T>> points);
+  void Report() const;
+  [[nodiscard]] quellmark::orbit::Jet<T> At(T x) const;
+
+  /// Whether all steps and their mean are within 1e-8 of the first step.
+  [[nodiscard]] virtual bool IsEquidistant(std::span<const POINT<T>> points) const;
+  /// The interval for a finite x, counted like the support points; logs when it is not the one that
+  /// holds x.
+  [[nodiscard]] virtual Xi GetXi(T x) const;
+
+ private:
+  int order_ = 6;
+  int first_ = 0;  ///< index of the first support point
+  int last_ = 0;
+  T x0_{};
+  T h_{};
+  /// Row k, of one value per support point, holds the central differences of order 2 k, with 0
+  /// where there is none. Rows that would hold zeros alone are left out.
+  std::vector<T> differences_;
+  int rows_ = 0;
+};
+
+extern template class EVERETT<float>;
+extern template class EVERETT<double>;

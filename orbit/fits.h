@@ -1,0 +1,59 @@
+// Least-squares fits by singular value decomposition.
+#pragma once
+
+#include "orbit/interpolation.h"
+
+/// The polynomial of order m that fits the points best, in powers of x minus the middle of the
+/// support range.
+template <class T>
+class POLYNOM_FIT final : public quellmark::orbit::Evaluated<POLYNOM_FIT<T>, T, POINT<T>> {
+ public:
+  /// 5 unless set; points that are too few for it reduce it.
+  void SetOrder(int order) override {
+    if (order >= 0) order_ = order;
+  }
+  void Fit(std::span<const POINT<T>> points);
+  void Report() const;
+  [[nodiscard]] quellmark::orbit::Jet<T> At(T x) const;
+  /// order + 2 entries from index 0; the coefficient of the k-th power stands at k + 1, entry 0 is
+  /// not used.
+  [[nodiscard]] ARRAY<T> GetCoeffs() const override { return coefficients_; }
+  [[nodiscard]] T ReferenceX() const { return reference_x_; }
+
+ private:
+  int order_ = 5;
+  T reference_x_{};
+  T chi_square_{};
+  ARRAY<T> coefficients_;
+};
+
+/// The sum of Chebyshev polynomials up to order m that fits the points best; the support range is
+/// mapped to [-1, 1].
+template <class T>
+class CHEBY_POLY final : public quellmark::orbit::Evaluated<CHEBY_POLY<T>, T, POINT<T>> {
+ public:
+  /// 5 unless set; points that are too few for it reduce it.
+  void SetOrder(int order) override {
+    if (order >= 0) order_ = order;
+  }
+  void Fit(std::span<const POINT<T>> points);
+  void Report() const;
+  [[nodiscard]] quellmark::orbit::Jet<T> At(T x) const;
+  /// c[0..order].
+  [[nodiscard]] ARRAY<T> GetCoeffs() const override { return coefficients_; }
+
+  /// x on the scale on which the support range is [-1, 1].
+  [[nodiscard]] virtual T MapX(T x) const { return (x - x_min_) / half_range_ - T{1}; }
+
+ private:
+  int order_ = 5;
+  T x_min_{};
+  T half_range_{1};
+  T chi_square_{};
+  ARRAY<T> coefficients_;
+};
+
+extern template class POLYNOM_FIT<float>;
+extern template class POLYNOM_FIT<double>;
+extern template class CHEBY_POLY<float>;
+extern template class CHEBY_POLY<double>;
