@@ -102,6 +102,16 @@ bool CopyAll(int from, int to) {
   }
 }
 
+// From within a signal handler: a screen that takes nothing (a full pipe, a stopped terminal) must
+// not keep the process alive.
+void PutFromSignal(int fd, std::string_view bytes) noexcept {
+  if (fd < 0 || bytes.empty()) return;
+  pollfd screen{.fd = STDOUT_FILENO, .events = POLLOUT, .revents = 0};
+  if (fd == STDOUT_FILENO && (::poll(&screen, 1, 0) != 1 || (screen.revents & POLLOUT) == 0))
+    return;
+  WriteAll(fd, bytes);
+}
+
 }  // namespace
 
 void LOG::Sink::Append(std::string_view text, int fd) {
@@ -281,21 +291,19 @@ void LOG::WriteFromSignal(Level level, std::initializer_list<std::string_view> p
   for (const std::string_view piece : pieces) add(piece);
   line[used++] = '\n';
 
-  const auto write = [&](Sink& sink, int fd, Level threshold) {
-    const std::size_t open_line = sink.size.exchange(0, std::memory_order_relaxed);
-    std::atomic_signal_fence(std::memory_order_acquire);
-    if (open_line > 0) {
-      WriteAll(fd, {sink.bytes.data(), open_line});
-      if (sink.bytes[open_line - 1] != '\n') WriteAll(fd, "\n");
-    }
-    if (level >= threshold) WriteAll(fd, {line.data(), used});
+  const auto passing = [&](Level threshold) -> std::string_view {
+    return {line.data(), level >= threshold ? used : 0};
   };
-  if (state_.file_fd.IsOpen()) write(file_, state_.file_fd.Get(), state_.file_threshold);
-  // A screen that takes nothing (a full pipe, a stopped terminal) must not keep the process alive.
-  pollfd screen{.fd = STDOUT_FILENO, .events = POLLOUT, .revents = 0};
-  if (::poll(&screen, 1, 0) == 1 && (screen.revents & POLLOUT) != 0) {
-    write(screen_, STDOUT_FILENO, state_.screen_threshold);
-  }
+  file_.WriteFromSignal(passing(state_.file_threshold), state_.file_fd.Get());
+  screen_.WriteFromSignal(passing(state_.screen_threshold), STDOUT_FILENO);
+}
+
+void LOG::Sink::WriteFromSignal(std::string_view line, int fd) noexcept {
+  const std::size_t open_line = size.exchange(0, std::memory_order_relaxed);
+  std::atomic_signal_fence(std::memory_order_acquire);
+  PutFromSignal(fd, {bytes.data(), open_line});
+  if (open_line > 0 && bytes[open_line - 1] != '\n') PutFromSignal(fd, "\n");
+  PutFromSignal(fd, line);
 }
 
 namespace quellmark::runtime {

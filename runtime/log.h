@@ -176,6 +176,7 @@ class LOG {
 
     void Append(std::string_view text, int fd);
     void Flush(int fd) noexcept;
+    void WriteFromSignal(std::string_view line, int fd) noexcept;
   };
 
   // Whether a message at this level changes anything: it may be written, or it ends an open line.

@@ -68,7 +68,7 @@ TEST(ConfigurationFile, GoesOnWhereItStoppedAndWrapsOnce) {
       {"a\n", {{"a", "-"}}},
       {"", {{"a", "-"}, {"a", "-"}}},
       {"A 1\nab 2\n", {{"a", "-"}}},
-      {std::string("\0\0a 1\na \0x\n", 12), {{"a", std::string("\0x", 2)}}},
+      {std::string("\0\0a 1\na \0x\n", 11), {{"a", std::string("\0x", 2)}}},
       {at_limit + "\na 1\n", {{"k", at_limit.substr(2)}, {"a", "1"}}},
       {at_limit + "vv w\n", {{"k", at_limit.substr(2)}, {"vv", "w"}}},
       {std::string(1 << 20, 'x') + " 1\na 2\n", {{"a", "2"}}},

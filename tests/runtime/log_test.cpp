@@ -157,12 +157,14 @@ TEST(Log, HeaderNamesProgramTimesAndStarter) {
 
 // A log of its own, as the process-wide one is before the controller.
 class FileLog : public ::testing::Test {
+ public:
+  ~FileLog() override { static_cast<void>(Log().SwapState(std::move(saved_))); }
+
  protected:
   FileLog() : saved_(Log().SwapState({})) {
     Log().SetScreenThreshold(LogLevel::kSilent);
     Log().SetProcessName("step");
   }
-  ~FileLog() override { static_cast<void>(Log().SwapState(std::move(saved_))); }
 
   // Initialises the log with a file in the test's directory and no screen.
   void Initialise() {
