@@ -30,9 +30,9 @@ struct EnumTable {
   static constexpr std::size_t kMaxAliases = 9;
 
   std::string_view class_name;
-  std::string_view parameter_name;      ///< its name in pools and messages
-  EnumValue values[kMaxValues];         // NOLINT(modernize-avoid-c-arrays): filled in place
-  EnumAlias aliases[kMaxAliases] = {};  // NOLINT(modernize-avoid-c-arrays)
+  std::string_view parameter_name;  ///< its name in pools and messages
+  EnumValue values[kMaxValues];
+  EnumAlias aliases[kMaxAliases] = {};
   bool case_sensitive = false;
 
   /// What is listed; the rest of the room has no texts.

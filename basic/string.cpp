@@ -1,6 +1,9 @@
 #include "basic/string.h"
 
+#include <new>
 #include <stdexcept>
+
+#include "basic/errors.h"
 
 namespace {
 
@@ -8,7 +11,34 @@ namespace {
   throw std::out_of_range("subscript greater than string length");
 }
 
+// Runs what takes memory for a text; a length beyond all bounds is no different from too little of
+// it.
+template <class Action>
+void OrNoMemory(Action action) {
+  try {
+    action();
+  } catch (const std::bad_alloc&) {
+    throw ERROR_NO_MEMORY();
+  } catch (const std::length_error&) {
+    throw ERROR_NO_MEMORY();
+  }
+}
+
 }  // namespace
+
+STRING::STRING(std::string_view text) {
+  OrNoMemory([&] { text_ = text; });
+}
+
+STRING& STRING::operator=(const STRING& other) {
+  OrNoMemory([&] { text_ = other.text_; });
+  return *this;
+}
+
+STRING& STRING::operator+=(std::string_view tail) {
+  OrNoMemory([&] { text_ += tail; });
+  return *this;
+}
 
 const char* STRING::Text() const {
   if (text_.empty()) ThrowSubscript();

@@ -5,14 +5,21 @@
 #include <ostream>
 #include <string>
 #include <string_view>
+#include <utility>
 
-/// The text type of all interfaces: any bytes but NUL-terminated when handed out.
+/// The text type of all interfaces: any bytes but NUL-terminated when handed out. Where memory for
+/// a text can not be had, ERROR_NO_MEMORY is thrown and nothing has changed.
 class STRING {
  public:
   STRING() = default;
-  STRING(const char* text) : text_(text) {}             // NOLINT(google-explicit-constructor)
-  STRING(std::string_view text) : text_(text) {}        // NOLINT(google-explicit-constructor)
-  STRING(std::string text) : text_(std::move(text)) {}  // NOLINT(google-explicit-constructor)
+  STRING(const char* text) : STRING(std::string_view(text)) {}
+  STRING(std::string_view text);
+  STRING(std::string text) : text_(std::move(text)) {}
+  STRING(const STRING& other) : STRING(other.View()) {}
+  STRING(STRING&&) noexcept = default;
+  STRING& operator=(const STRING& other);
+  STRING& operator=(STRING&&) noexcept = default;
+  ~STRING() = default;
 
   [[nodiscard]] std::size_t Length() const { return text_.size(); }
   [[nodiscard]] bool IsEmpty() const { return text_.empty(); }
@@ -26,10 +33,7 @@ class STRING {
   /// The character at `index` (from 0); beyond the length throws std::out_of_range as Text() does.
   [[nodiscard]] char operator[](std::size_t index) const;
 
-  STRING& operator+=(std::string_view tail) {
-    text_ += tail;
-    return *this;
-  }
+  STRING& operator+=(std::string_view tail);
 
   friend bool operator==(const STRING&, const STRING&) = default;
   friend auto operator<=>(const STRING&, const STRING&) = default;

@@ -47,7 +47,8 @@ TEST(Errors, TextsAndBases) {
 TEST(Errors, InvalidValueHandsItsTextOver) {
   const BASIC::TYPES::ERROR_ENUM_BASE_INVALID_VALUE error("OrbitDirection", "sideways");
   const std::unique_ptr<const char[]> text(error.Message());
-  EXPECT_STREQ(text.get(), "enumeration data type - invalid value of class OrbitDirection: sideways");
+  EXPECT_STREQ(text.get(),
+               "enumeration data type - invalid value of class OrbitDirection: sideways");
 }
 
 TEST(Errors, FailLogsBeforeItThrows) {

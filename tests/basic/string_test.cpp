@@ -1,0 +1,52 @@
+#include "basic/string.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <stdexcept>
+
+#include "basic/errors.h"
+#include "basic/list.h"
+
+namespace {
+
+template <class Action>
+void ExpectSubscriptError(Action action) {
+  try {
+    action();
+    ADD_FAILURE() << "nothing thrown";
+  } catch (const std::out_of_range& error) {
+    EXPECT_STREQ(error.what(), "subscript greater than string length");
+  }
+}
+
+TEST(String, HasNothingToShowBeyondItsLength) {
+  const STRING text("ab");
+  EXPECT_STREQ(text.Text(), "ab");
+  EXPECT_EQ(text[1], 'b');
+  ExpectSubscriptError([&] { static_cast<void>(text[2]); });
+  ExpectSubscriptError([] { static_cast<void>(STRING().Text()); });
+}
+
+TEST(String, TellsThatMemoryIsShort) {
+  // Longer than any text may be, so that not a byte of it is read.
+  const std::string_view endless("x", std::numeric_limits<std::size_t>::max() / 2);
+  EXPECT_THROW(STRING{endless}, ERROR_NO_MEMORY);
+  STRING text("kept");
+  EXPECT_THROW(text += endless, ERROR_NO_MEMORY);
+  EXPECT_EQ(text, "kept");
+}
+
+TEST(List, ItemsStayWhereTheyAre) {
+  LIST<STRING> list;
+  const STRING& first = list.Append("first");
+  list.Append("second");
+  list.Append("fourth");
+  list.Insert(std::prev(list.end()), "third");
+  list.Remove(std::next(list.begin()));
+  EXPECT_EQ(&first, &*list.begin());
+  EXPECT_EQ(*std::next(list.begin()), "third");
+  EXPECT_EQ(list.Length(), 3U);
+}
+
+}  // namespace
