@@ -1,0 +1,140 @@
+// The arithmetic of the global grid and of the tiles cut from it. Pure functions: no file, no log.
+#pragma once
+
+#include <cmath>
+#include <cstdint>
+
+namespace quellmark::dem {
+
+/// First and last index of the global grid in one direction.
+struct IndexBounds {
+  int min;
+  int max;
+};
+
+/// The bounds of a grid over `full_deg` (360 for longitudes, 180 for latitudes) with the spacing
+/// `resolution_deg`, which ResolutionIsUsable() must have passed.
+[[nodiscard]] inline IndexBounds BoundsOf(double full_deg, double resolution_deg) {
+  const int count = static_cast<int>(std::rint(full_deg / resolution_deg));
+  return {-(count / 2), count / 2 - 1};
+}
+
+/// Whether the grid has at least two indices and not more than 32 bits can count.
+[[nodiscard]] inline bool ResolutionIsUsable(double full_deg, double resolution_deg) {
+  constexpr double kMinCount = 2.0;
+  constexpr double kMaxCount = 2147483646.0;
+  const double count = full_deg / resolution_deg;  // NaN fails both comparisons
+  return count >= kMinCount && count <= kMaxCount;
+}
+
+/// Indices of the four grid points around a point: south-west (west, south) to north-east.
+struct GridCell {
+  int west;
+  int east;
+  int south;
+  int north;
+
+  friend bool operator==(const GridCell&, const GridCell&) = default;
+};
+
+/// Column and row of a grid value in its tile; the row counts from the tile's south edge, whatever
+/// the order of storage.
+struct TileIndex {
+  std::int64_t column;
+  std::int64_t row;
+
+  friend bool operator==(const TileIndex&, const TileIndex&) = default;
+};
+
+/// How values lie in a tile file.
+struct Storage {
+  bool line_wise;
+  bool y_origin_north;
+  int value_bytes;
+  int record_header_bytes;
+};
+
+/// Byte offset of a grid value, the first offset left out, as a linear function of column and row.
+struct OffsetFunction {
+  std::int64_t origin;
+  std::int64_t per_column;
+  std::int64_t per_row;
+
+  [[nodiscard]] std::int64_t operator()(TileIndex at) const {
+    return origin + at.column * per_column + at.row * per_row;
+  }
+};
+
+/// The rectangle of the global grid that a tile covers, and what follows from it.
+struct TileExtent {
+  int west;
+  int south;
+  int north;
+  std::int64_t columns;  ///< C
+  std::int64_t rows;     ///< R
+  std::int64_t wrap;  ///< columns of the whole globe if the tile crosses the antimeridian, else 0
+
+  /// `east` below `west` makes a tile across the antimeridian.
+  [[nodiscard]] static TileExtent Between(int west, int north, int east, int south,
+                                          double lon_res_deg) {
+    const auto globe = static_cast<std::int64_t>(360.0 / lon_res_deg);
+    const std::int64_t wrap = east < west ? globe : 0;
+    return {.west = west,
+            .south = south,
+            .north = north,
+            .columns = std::int64_t{east} + 1 - west + wrap,
+            .rows = std::int64_t{north} + 1 - south,
+            .wrap = wrap};
+  }
+
+  /// May lie outside 0 .. columns - 1: then the tile does not hold that longitude index.
+  [[nodiscard]] std::int64_t ColumnOf(int lon_index) const {
+    const std::int64_t column = std::int64_t{lon_index} - west;
+    return column < 0 ? column + wrap : column;
+  }
+  [[nodiscard]] std::int64_t RowOf(int lat_index) const { return std::int64_t{lat_index} - south; }
+  [[nodiscard]] bool HasColumn(std::int64_t column) const { return IsBelow(column, columns); }
+  [[nodiscard]] bool HasRow(std::int64_t row) const { return IsBelow(row, rows); }
+  [[nodiscard]] bool Contains(int lon_index, int lat_index) const {
+    return HasColumn(ColumnOf(lon_index)) && HasRow(RowOf(lat_index));
+  }
+
+ private:
+  static bool IsBelow(std::int64_t index, std::int64_t count) {
+    return static_cast<std::uint64_t>(index) < static_cast<std::uint64_t>(count);
+  }
+};
+
+/// Offsets of a tile of C columns and R rows, for values of s bytes and record headers of H bytes:
+///
+///   line-wise,   south first   (C r + c) s + (r + 1) H
+///   line-wise,   north first   (C q + c) s + q H            with q = R - 1 - r
+///   column-wise, south first   (R c + r) s + (c + 1) H
+///   column-wise, north first   (R (c + 1) - r) s + (c + 1) H
+///
+/// Kept exactly, do not correct: north-first lines leave out the first record header and
+/// north-first columns start one value late. Existing DEM files are laid out like this.
+[[nodiscard]] inline OffsetFunction OffsetsOf(const TileExtent& tile, const Storage& storage) {
+  const std::int64_t value = storage.value_bytes;
+  const std::int64_t header = storage.record_header_bytes;
+  if (storage.line_wise) {
+    const std::int64_t line = tile.columns * value + header;
+    return storage.y_origin_north ? OffsetFunction{(tile.rows - 1) * line, value, -line}
+                                  : OffsetFunction{header, value, line};
+  }
+  const std::int64_t column = tile.rows * value + header;
+  return storage.y_origin_north ? OffsetFunction{column, column, -value}
+                                : OffsetFunction{header, column, value};
+}
+
+/// Whether the tile has at least one value and its offsets stay far from the end of 64 bits.
+[[nodiscard]] inline bool DimensionsAreUsable(const TileExtent& tile, const Storage& storage) {
+  constexpr std::int64_t kMaxBytes = std::int64_t{1} << 60;
+  if (tile.columns < 1 || tile.rows < 1) return false;
+  const std::int64_t header = std::abs(std::int64_t{storage.record_header_bytes});
+  const std::int64_t records = storage.line_wise ? tile.rows : tile.columns;
+  const std::int64_t values = storage.line_wise ? tile.columns : tile.rows;
+  return values * storage.value_bytes + header <= kMaxBytes / (records + 1);
+}
+
+}  // namespace quellmark::dem

@@ -1,0 +1,380 @@
+#include "dem/srf_document.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <random>
+
+#include "basic/errors.h"
+#include "tests/dem/test_dem.h"
+#include "tests/support/expect_fails.h"
+
+namespace {
+
+using quellmark::dem::GridCell;
+using quellmark::dem::TileIndex;
+using quellmark::test::DescriptorText;
+using quellmark::test::LogOfFailure;
+using quellmark::test::ReadFile;
+using quellmark::test::ScopedLog;
+using quellmark::test::SrfHeaderBytes;
+using quellmark::test::TempDir;
+using quellmark::test::TerrainHeight;
+using quellmark::test::TestDem;
+using quellmark::test::TileBytes;
+using quellmark::test::WithLine;
+using quellmark::test::WriteDem;
+using quellmark::test::WriteFile;
+using ::testing::HasSubstr;
+
+// A longitude is a double with a step of 2.8e-14 degrees near 180; in cells of 3 arc seconds that
+// is 3.4e-11 cells, and over the terrain's steps of up to 13 m three such roundings are 1.3e-9 m at
+// worst; the largest difference seen is 3e-10 m.
+constexpr double kHeightTolerance_m = 1e-9;
+
+const TestDem kSmall{.tiles = {{100, 58, 110, 50}}};
+
+class SrfDocument : public ::testing::Test {
+ protected:
+  SRF_DOCUMENT Open(const TestDem& dem, bool fast,
+                    const std::vector<std::pair<int, int>>& missing = {}) {
+    return Reopen(WriteDem(directory_, dem, missing), fast);
+  }
+  static SRF_DOCUMENT Reopen(const std::string& path, bool fast) {
+    return SRF_DOCUMENT(DEM_DESCRIPTOR::ReadFromFile(path), fast);
+  }
+  std::string TilePath(int k = 0) const {
+    return directory_ / ("tile" + std::to_string(k) + ".srf");
+  }
+  // Opens a DEM of which one descriptor line is another (or none).
+  SRF_DOCUMENT OpenWithLine(const std::string& key, const std::string& line,
+                            const TestDem& dem = kSmall) {
+    const std::string path = WriteDem(directory_, dem);
+    WriteFile(path, WithLine(ReadFile(path), key, line));
+    return Reopen(path, true);
+  }
+
+  TempDir directory_;
+  ScopedLog quiet_;
+};
+
+// Compares with the closed form at random points of the cells whose south-west corner lies in
+// `columns` x `rows` global indices from (west, south).
+void ExpectTerrain(SRF_DOCUMENT& document, const TestDem& dem, int west, int columns, int south,
+                   int rows) {
+  std::mt19937 random(20240611);
+  std::uniform_real_distribution<double> unit(0.0, 1.0);
+  const double step = dem.resolution_arcsec / 3600.0;
+  const double shift = dem.annotation == "PIXEL_EDGE" ? 0.5 : 0.0;
+  for (int n = 0; n < 200; ++n) {
+    double longitude = (west + shift + columns * unit(random)) * step;
+    const double latitude = (south + shift + rows * unit(random)) * step;
+    if (longitude > 180.0) longitude -= 360.0;
+    ASSERT_NEAR(document.GetElevationInterpolated(longitude, latitude),
+                TerrainHeight(dem, longitude, latitude), kHeightTolerance_m)
+        << longitude << " " << latitude;
+  }
+}
+
+TEST_F(SrfDocument, EveryLayoutGivesTheBilinearSurface) {
+  for (int choice = 0; choice < 3 * 32; ++choice) {
+    TestDem dem{.tiles = {{-1005, -50, -995, -58}},
+                .value_type = std::array{2, 3, 5}[static_cast<std::size_t>(choice / 32)],
+                .line_wise = (choice & 1) != 0,
+                .north_first = (choice & 2) != 0,
+                .record_header = (choice & 4) != 0 ? 7 : 0,
+                .colormap_length = (choice & 8) != 0 ? 768U : 0U,
+                .annotation = (choice & 16) != 0 ? "PIXEL_EDGE" : "PIXEL_CENTRE"};
+    SCOPED_TRACE(DescriptorText(dem));
+    for (const bool fast : {false, true}) {
+      SRF_DOCUMENT document = Open(dem, fast);
+      EXPECT_EQ(document.IsFast(), fast && dem.value_type == 2);
+      ExpectTerrain(document, dem, -1005, 10, -58, 8);
+    }
+  }
+}
+
+TEST_F(SrfDocument, OffsetsAreKeptWithTheirOddities) {
+  // Column 2, row 1 of 11 x 9 values of 2 bytes, record headers of 100 bytes, behind 32 bytes.
+  struct {
+    bool line_wise;
+    bool north_first;
+    int offset;
+  } const rows[] = {
+      {true, false, (11 * 1 + 2) * 2 + 2 * 100 + 32},
+      {true, true, (11 * 7 + 2) * 2 + 7 * 100 + 32},
+      {false, false, (9 * 2 + 1) * 2 + 3 * 100 + 32},
+      {false, true, (9 * 3 - 1) * 2 + 3 * 100 + 32},
+  };
+  for (const auto& row : rows) {
+    TestDem dem = kSmall;
+    dem.record_header = 100;
+    dem.line_wise = row.line_wise;
+    dem.north_first = row.north_first;
+    const SRF_DOCUMENT document = Open(dem, false);
+    EXPECT_EQ(document.FileOffsetOf(0, document.LocalIndexOf(0, 102, 51)), row.offset);
+  }
+}
+
+TEST_F(SrfDocument, BoundsAndCells) {
+  SRF_DOCUMENT document = Open(kSmall, true);
+  EXPECT_EQ(document.LongitudeBounds().min, -216000);
+  EXPECT_EQ(document.LongitudeBounds().max, 215999);
+  EXPECT_EQ(document.LatitudeBounds().min, -108000);
+  EXPECT_EQ(document.LatitudeBounds().max, 107999);
+  EXPECT_EQ(document.DocumentType(), 2);
+  EXPECT_EQ(document.CellOf(0.0001, -0.0001), (GridCell{0, 1, -1, 0}));
+  EXPECT_EQ(document.CellOf(179.9999, 0.0), (GridCell{215999, -216000, 0, 1}));
+  TestDem edge = kSmall;
+  edge.annotation = "PIXEL_EDGE";
+  EXPECT_EQ(Open(edge, true).CellOf(-179.9999, 0.0), (GridCell{215999, -216000, -1, 0}));
+  ScopedLog log;
+  EXPECT_EQ(document.CellOf(0.0, 89.9999), (GridCell{0, 0, 107999, 107999}));
+  EXPECT_EQ(document.CellOf(0.0, -90.0001), (GridCell{0, 0, -108000, -108000}));
+  EXPECT_EQ(log.Text(),
+            "WARN  : pole grid cell: no interpolation\nWARN  : pole grid cell: no interpolation\n");
+}
+
+TEST_F(SrfDocument, TileAcrossTheAntimeridian) {
+  for (const std::string annotation : {"PIXEL_CENTRE", "PIXEL_EDGE"}) {
+    const TestDem dem{.tiles = {{215995, 4, -215996, -4}}, .annotation = annotation};
+    for (const bool fast : {false, true}) {
+      SRF_DOCUMENT document = Open(dem, fast);
+      ExpectTerrain(document, dem, 215995, 9, -4, 8);
+      EXPECT_THROW(static_cast<void>(document.GetGridValue(-215995, 0)), ERROR_NO_SUBDOC);
+      EXPECT_THROW(static_cast<void>(document.GetGridValue(215994, 0)), ERROR_NO_SUBDOC);
+    }
+  }
+}
+
+TEST_F(SrfDocument, WholeGlobeWithoutCorners) {
+  // One file of 36 x 18 values: no corners in its descriptor.
+  const TestDem dem{.tiles = {{-18, 8, 17, -9}}, .resolution_arcsec = 36000};
+  WriteDem(directory_, dem);
+  const std::string path = directory_ / "dem.pool";
+  WriteFile(path, WithLine(WithLine(ReadFile(path), "dem_upper_left", ""), "dem_lower_right", ""));
+  for (const bool fast : {false, true}) {
+    SRF_DOCUMENT document = Reopen(path, fast);
+    ExpectTerrain(document, dem, -18, 36, -9, 17);
+    // At a pole the western value of the last row is the height; the nearest value stays in it too.
+    EXPECT_EQ(document.GetElevationInterpolated(-175.0, 89.9), quellmark::test::TerrainAt(-18, 8));
+    EXPECT_NEAR(document.GetElevationInterpolated(14.0, -90.0), TerrainHeight(dem, 14.0, -90.0),
+                kHeightTolerance_m);
+    EXPECT_EQ(document.GetElevationNearest(14.0, 90.0), quellmark::test::TerrainAt(1, 8));
+    EXPECT_EQ(document.GetElevationNearest(179.0, 6.0), quellmark::test::TerrainAt(-18, 1));
+  }
+}
+
+TEST_F(SrfDocument, SeveralTilesAreReadOneAfterTheOther) {
+  const TestDem dem{.tiles = {{0, 10, 10, 0}, {10, 10, 20, 0}}};
+  SRF_DOCUMENT document = Open(dem, true);
+  EXPECT_FALSE(document.IsFast());
+  EXPECT_THAT(quiet_.Text(),
+              HasSubstr("WARN  : DEM_DOCUMENT::CheckDescriptor: More than one bitmap file. Memmory "
+                        "mapping not implemented yet. Please turn off multithreading if on.\n"));
+  ExpectTerrain(document, dem, 0, 20, 0, 10);
+  EXPECT_EQ(document.SelectSubdocument(10, 5), 0);  // the first in the descriptor's order
+  EXPECT_EQ(document.SelectSubdocument(11, 5), 1);
+  SRF_DOCUMENT copy = document;  // opens its own
+  EXPECT_EQ(copy.GetGridValue(11, 5), quellmark::test::TerrainAt(11, 5));
+  std::filesystem::remove(TilePath(0));
+  EXPECT_THAT(LogOfFailure<ERROR_CANNOT_OPEN_SUBDOC>([&] { document.SelectSubdocument(3, 3); }),
+              HasSubstr("No such file"));
+  std::filesystem::create_directory(TilePath(0));
+  EXPECT_THAT(LogOfFailure<ERROR_CANNOT_READ_SUBDOC>([&] { document.SelectSubdocument(3, 3); }),
+              HasSubstr("DEBUG : Cannot select subdocument.\n"));
+}
+
+TEST_F(SrfDocument, OutsideOfAllTiles) {
+  constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
+  constexpr double kFar = 1e300;
+  for (const bool fast : {false, true}) {
+    SRF_DOCUMENT document = Open(kSmall, fast);
+    const std::string end = fast ? " in subdocument (fastmode)\n" : " in subdocument\n";
+    EXPECT_THAT(LogOfFailure<ERROR_NO_SUBDOC>([&] {
+                  static_cast<void>(document.GetElevationInterpolated(110.5 / 1200, 55.5 / 1200));
+                }),
+                HasSubstr("DEBUG : Could not allocate location lat=55, lon=111" + end));
+    for (const double bad : {kNan, kFar, -kFar, 0.0, -180.0}) {
+      EXPECT_THROW(static_cast<void>(document.GetElevationInterpolated(bad, 55.5 / 1200)),
+                   ERROR_NO_SUBDOC);
+      EXPECT_THROW(static_cast<void>(document.GetElevationNearest(105.5 / 1200, bad)),
+                   ERROR_NO_SUBDOC);
+    }
+    EXPECT_FAILS(document.LocalIndexOf(0, 111, 55), ERROR_ARGUMENTS,
+                 "Too large longitude index 111 (lat index 55 might be OK)\n");
+    EXPECT_FAILS(document.LocalIndexOf(0, 99, 55), ERROR_ARGUMENTS,
+                 "Too large longitude index 99 (lat index 55 might be OK)\n");
+    EXPECT_FAILS(document.LocalIndexOf(0, 110, 59), ERROR_ARGUMENTS,
+                 "Too large latitude index 59 (lon index 110 is OK)\n");
+  }
+}
+
+TEST_F(SrfDocument, MissingCornersLeaveTheHeightToTheOthers) {
+  const double lon = 104.25 / 2;
+  const double lat = 54.75 / 2;
+  const auto value = quellmark::test::TerrainAt;
+  for (const int type : {2, 3, 5}) {
+    TestDem dem = kSmall;
+    dem.resolution_arcsec = 1800.0;  // half degrees are exact
+    dem.value_type = type;
+    SRF_DOCUMENT one = Open(dem, true, {{105, 55}});
+    const double weights[] = {0.75 * 0.25, 0.25 * 0.25, 0.75 * 0.75};
+    EXPECT_NEAR(
+        one.GetElevationInterpolated(lon, lat),
+        (weights[0] * value(104, 54) + weights[1] * value(105, 54) + weights[2] * value(104, 55)) /
+            (weights[0] + weights[1] + weights[2]),
+        kHeightTolerance_m);
+    // On a missing grid point itself the others weigh nothing, and the nearest counts.
+    SRF_DOCUMENT three = Open(dem, true, {{104, 54}, {105, 54}});
+    EXPECT_EQ(three.GetElevationInterpolated(52.0, 27.0), value(104, 55));
+
+    SRF_DOCUMENT none = Open(dem, true, {{104, 54}, {105, 54}, {104, 55}, {105, 55}});
+    const std::string log = LogOfFailure<ERROR_SPECIAL_CODING_INTERPOLATION>(
+        [&] { static_cast<void>(none.GetElevationInterpolated(lon, lat)); });
+    EXPECT_THAT(log,
+                HasSubstr("EXCEP : GetElevationInterpolated: Fatal DEM interpolation error for "
+                          "lat=27.375 lon=52.125\n"));
+    EXPECT_THAT(log, HasSubstr("cellRect.upper_left=104/55 lower_right=105/54 (X/Y)\n"));
+    EXPECT_THAT(log, HasSubstr(type == 2   ? " HexValue=0180 "
+                               : type == 3 ? " HexValue=0180ffff "
+                                           : " HexValue=00feffc6 "));
+    EXPECT_THAT(log, HasSubstr("special_coding=-32767\n"));
+    EXPECT_THAT(log, HasSubstr("DEM values are=-32767 -32767 -32767 -32767\n"));
+  }
+}
+
+TEST_F(SrfDocument, FastModeFallsBackOrMapsWhatTheGridNeeds) {
+  TestDem floats = kSmall;
+  floats.value_type = 5;
+  EXPECT_FALSE(Open(floats, true).IsFast());
+  EXPECT_THAT(quiet_.Text(), HasSubstr("WARN  : DEM_DOCUMENT::CheckDescriptor: Non INT_2 DEM. "));
+
+  // North-first columns start one value late. Without that value at its end the file is read
+  // with checks, and just the one grid point fails.
+  TestDem late = kSmall;
+  late.line_wise = false;
+  late.north_first = true;
+  WriteDem(directory_, late);
+  const std::string bytes = ReadFile(TilePath());
+  WriteFile(TilePath(), bytes.substr(0, bytes.size() - 2));
+  SRF_DOCUMENT document = Reopen(directory_ / "dem.pool", true);
+  EXPECT_FALSE(document.IsFast());
+  EXPECT_EQ(document.GetGridValue(110, 51), quellmark::test::TerrainAt(110, 51));
+  EXPECT_THAT(LogOfFailure<ERROR_CANNOT_READ_SUBDOC>(
+                  [&] { static_cast<void>(document.GetGridValue(110, 50)); }),
+              HasSubstr("DEBUG : offset 230 too large (filesize is 230).\n"));
+
+  // A copy of a mapped document outlives it.
+  auto original = std::make_unique<SRF_DOCUMENT>(Open(kSmall, true));
+  EXPECT_THAT(quiet_.Text(),
+              HasSubstr("DEM_DOCUMENT::SetDescriptor: Mapping file " + TilePath() + "\n"));
+  SRF_DOCUMENT copy = *original;
+  original.reset();
+  ExpectTerrain(copy, kSmall, 100, 10, 50, 8);
+}
+
+TEST_F(SrfDocument, HeadersThatDoNotFit) {
+  const TestDem two{.tiles = {{0, 1, 1, 0}, {2, 1, 3, 0}}};
+  struct {
+    std::string header;
+    std::string message;
+  } const rows[] = {
+      {SrfHeaderBytes(2, 2, 2), "Not supported SRF type !\n"},
+      {SrfHeaderBytes(2, 2, 1, 0, 0x956AA659), "Not supported SRF type !\n"},
+      {SrfHeaderBytes(2, 2, 99), "Header and descriptor type information don't match !\n"},
+      {SrfHeaderBytes(2, 2, 1, 3), "DEM subfiles have different colormap lengths !\n"},
+      {SrfHeaderBytes(2, 2, 1).substr(1),
+       "SRF_DOCUMENT: can not read header from: " + TilePath(1) + "\n"},
+  };
+  for (const auto& row : rows) {
+    const std::string path = WriteDem(directory_, two);
+    WriteFile(TilePath(1), row.header);
+    EXPECT_FAILS(Reopen(path, true), ERROR_CANNOT_OPEN_SUBDOC, row.message);
+  }
+  TestDem floats = kSmall;
+  floats.value_type = 5;
+  const std::string path = WriteDem(directory_, floats);
+  WriteFile(TilePath(), SrfHeaderBytes(11, 9, 100));
+  EXPECT_FAILS(Reopen(path, true), ERROR_CANNOT_OPEN_SUBDOC,
+               "Header and descriptor type information don't match !\n");
+}
+
+TEST_F(SrfDocument, DescriptorsThatMakeNoGrid) {
+  const std::string corner = "_V 0 1\n  {\n   ";
+  struct {
+    std::string key;
+    std::string line;
+  } const rows[] = {
+      {"dem_files", ""},
+      {"dem_files", "dem_files INT_16 -1"},
+      {"dem_files", "dem_files INT_16 2"},  // no dem_fname1
+      {"dem_files", "dem_files INT_32 1"},
+      {"dem_fname0", ""},
+      {"dem_type", ""},
+      {"dem_type", "dem_type INT_16 1"},
+      {"dem_header", "dem_header BOL yes"},
+      {"dem_value_type", ""},
+      {"dem_line_wise", ""},
+      {"dem_record_header", ""},
+      {"dem_record_header", "dem_record_header INT_32 x"},
+      {"dem_y_origin_north", ""},
+      {"dem_tile_annotation", ""},
+      {"dem_tile_annotation", "dem_tile_annotation STR \"PIXEL_CENTER\""},
+      {"dem_lon_res", ""},
+      {"dem_lat_res", ""},
+      {"dem_lat_res", "dem_lat_res FLT_15 0"},
+      {"dem_lon_res", "dem_lon_res FLT_15 -3"},
+      {"dem_lon_res", "dem_lon_res FLT_15 nan"},
+      {"dem_lat_res", "dem_lat_res FLT_15 inf"},
+      {"dem_lon_res", "dem_lon_res FLT_15 1e-30"},
+      {"dem_lon_res", "dem_lon_res FLT_15 648001"},
+      {"dem_upper_left", "dem_upper_left INT_32_INT_32" + corner + "100 49\n  }"},
+      {"dem_upper_left", "dem_upper_left INT_32_INT_32" + corner + "2147483647 58\n  }"},
+      {"dem_lower_right", "dem_lower_right INT_32_INT_32_V 0 1\n"},
+  };
+  for (const auto& [key, line] : rows) {
+    SCOPED_TRACE(key + " -> " + line);
+    const std::string log = LogOfFailure<ERROR_DESCRIPTOR_VALUE>([&] { OpenWithLine(key, line); });
+    EXPECT_THAT(log, HasSubstr("ALARM : "));
+  }
+  EXPECT_THROW(OpenWithLine("dem_upper_left", "", {.tiles = {{0, 1, 1, 0}, {2, 1, 3, 0}}}),
+               ERROR_DESCRIPTOR_VALUE);
+  EXPECT_THROW(OpenWithLine("dem_value_type", "dem_value_type INT_16 4"),
+               ERROR_NOT_SUPPORTED_PIXEL_TYPE);
+  EXPECT_THROW(static_cast<void>(DEM_DESCRIPTOR::ReadFromFile("")), std::out_of_range);
+}
+
+TEST_F(SrfDocument, NoFilesAreADemWithoutHeights) {
+  SRF_DOCUMENT document = Open(TestDem{}, true);
+  EXPECT_FALSE(document.IsFast());
+  EXPECT_EQ(document.Descriptor().first_offset, 32);
+  EXPECT_THROW(static_cast<void>(document.GetElevationInterpolated(1.0, 1.0)), ERROR_NO_SUBDOC);
+}
+
+TEST_F(SrfDocument, FastModeIsSettledWhenMapping) {
+  const std::string corner = " INT_32_INT_32_V 0 1\n  {\n   ";
+  EXPECT_THAT(LogOfFailure<ERROR_CANNOT_READ_SUBDOC>([&] {
+                OpenWithLine("dem_lower_right", "dem_lower_right" + corner + "110 -1000000\n  }");
+              }),
+              HasSubstr(" too large (filesize is 230).\n"));
+  EXPECT_THROW(OpenWithLine("dem_lower_right", "dem_lower_right" + corner + "111 50\n  }"),
+               ERROR_CANNOT_READ_SUBDOC);
+  EXPECT_THROW(OpenWithLine("dem_record_header", "dem_record_header INT_32 -100"),
+               ERROR_CANNOT_READ_SUBDOC);
+  EXPECT_THROW(OpenWithLine("dem_fname0", "dem_fname0 STR \"dem.pool\""), ERROR_CAN_NOT_MMAP);
+  EXPECT_THROW(OpenWithLine("dem_fname0", "dem_fname0 STR \".\""), ERROR_CAN_NOT_READ_FILE);
+  ASSERT_EQ(::mkfifo((directory_ / "fifo").c_str(), 0600), 0);
+  EXPECT_THROW(OpenWithLine("dem_fname0", "dem_fname0 STR \"fifo\""), ERROR_CAN_NOT_READ_FILE);
+
+  // Width and height of the header are not examined: the grid is as large as the corners say.
+  const std::string path = WriteDem(directory_, kSmall);
+  WriteFile(TilePath(), SrfHeaderBytes(0, 0, 1) + ReadFile(TilePath()).substr(32));
+  SRF_DOCUMENT document = Reopen(path, true);
+  EXPECT_TRUE(document.IsFast());
+  ExpectTerrain(document, kSmall, 100, 10, 50, 8);
+}
+
+}  // namespace

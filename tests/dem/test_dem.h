@@ -1,0 +1,60 @@
+// DEMs made for a test: a terrain that is known in closed form, written as tiles and a descriptor.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "dem/srf_document.h"
+#include "tests/support/files.h"
+
+namespace quellmark::test {
+
+/// One tile by its corners, as the descriptor gives them.
+struct TestTile {
+  int west;
+  int north;
+  int east;
+  int south;
+};
+
+/// What a DEM is made of; the defaults are the simplest there is.
+struct TestDem {
+  std::vector<TestTile> tiles{};
+  double resolution_arcsec = 3.0;
+  int value_type = 2;
+  bool line_wise = true;
+  bool north_first = false;
+  int record_header = 0;
+  std::uint32_t colormap_length = 0;
+  std::string annotation = "PIXEL_CENTRE";
+
+  [[nodiscard]] int LonCount() const { return static_cast<int>(1296000 / resolution_arcsec + 0.5); }
+  [[nodiscard]] int Columns(const TestTile& tile) const;
+};
+
+/// The terrain at a grid point: whole metres of either sign, with steps of a few metres between
+/// neighbours, so that no two cells are alike and a wrong cell, row or byte shows.
+[[nodiscard]] int TerrainAt(int lon_index, int lat_index);
+
+/// The bilinear surface over the terrain, evaluated with extended precision.
+[[nodiscard]] double TerrainHeight(const TestDem& dem, double longitude_deg, double latitude_deg);
+
+/// A tile file of this kind; `missing` grid points (by global index) hold -32767 instead.
+[[nodiscard]] std::string TileBytes(const TestDem& dem, const TestTile& tile,
+                                    const std::vector<std::pair<int, int>>& missing = {});
+/// The 32 bytes of a header.
+[[nodiscard]] std::string SrfHeaderBytes(std::uint32_t width, std::uint32_t height,
+                                         std::uint32_t type, std::uint32_t colormap_length = 0,
+                                         std::uint32_t magic = 0x59A66A95);
+/// The descriptor's text; tile k is "tile<k>.srf".
+[[nodiscard]] std::string DescriptorText(const TestDem& dem);
+/// Writes descriptor and tiles into `directory` and gives the descriptor's path.
+std::string WriteDem(const TempDir& directory, const TestDem& dem,
+                     const std::vector<std::pair<int, int>>& missing = {});
+
+/// The text with the line that begins with `key` replaced by `line` (left out when empty).
+[[nodiscard]] std::string WithLine(const std::string& text, const std::string& key,
+                                   const std::string& line);
+
+}  // namespace quellmark::test
