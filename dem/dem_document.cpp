@@ -20,6 +20,8 @@ namespace {
 
 using quellmark::dem::FindPixelType;
 using quellmark::dem::GridCell;
+using quellmark::dem::IndexBounds;
+using quellmark::dem::OffsetFunction;
 using quellmark::dem::Storage;
 using quellmark::dem::TileAnnotation;
 using quellmark::dem::TileExtent;
@@ -42,10 +44,10 @@ int FloorIndex(double value) {
 int NearestIndex(double value) { return FloorIndex(std::rint(value)); }
 
 template <class T>
-double LoadAs(const unsigned char* bytes) {
+T LoadAs(const unsigned char* bytes) {
   T value;
   std::memcpy(&value, bytes, sizeof value);
-  return static_cast<double>(value);
+  return value;
 }
 
 double LoadValue(const unsigned char* bytes, short value_type) {
@@ -55,7 +57,7 @@ double LoadValue(const unsigned char* bytes, short value_type) {
     case quellmark::dem::kPixelInt4:
       return LoadAs<std::int32_t>(bytes);
     case quellmark::dem::kPixelFloat4:
-      return LoadAs<float>(bytes);
+      return static_cast<double>(LoadAs<float>(bytes));
     default:
       LogLine(LogLevel::kDebug, "read error\n");
       throw ERROR_NOT_SUPPORTED_PIXEL_TYPE();
@@ -89,6 +91,20 @@ int ValueBytesOf(short value_type) {
                                          " is not supported\n");
   }
   return type->size_bytes;
+}
+
+double Bilinear(double south_west, double south_east, double north_west, double north_east,
+                double east_fraction, double north_fraction) {
+  const double south = south_west + east_fraction * (south_east - south_west);
+  const double north = north_west + east_fraction * (north_east - north_west);
+  return south + north_fraction * (north - south);
+}
+
+// How many cells of a tile, from its first index on, lie within it and within the global grid.
+double InnerCells(int first_index, std::int64_t count, IndexBounds bounds) {
+  if (first_index < bounds.min) return 0.0;
+  const std::int64_t last = std::min(first_index + count - 1, std::int64_t{bounds.max});
+  return static_cast<double>(std::max(last - first_index, std::int64_t{0}));
 }
 
 [[noreturn]] void FailTooLarge(std::int64_t offset, std::int64_t file_size) {
@@ -185,7 +201,7 @@ bool DEM_DOCUMENT::CheckDescriptor(bool fast) const {
 }
 
 void DEM_DOCUMENT::SetDescriptor(bool fast) {
-  mapped_base_ = nullptr;
+  mapped_ = Mapping();
   mapping_.reset();
   if (!CheckDescriptor(fast)) return;
   const std::string path = PathOf(0);
@@ -197,13 +213,13 @@ void DEM_DOCUMENT::SetDescriptor(bool fast) {
 
 void DEM_DOCUMENT::SettleMapping() {
   if (!mapping_) return;
-  Tile tile = tiles_.front();
-  tile.offset.origin += descriptor_.first_offset;
+  const TileExtent& extent = tiles_.front().extent;
+  OffsetFunction offset = tiles_.front().offset;
+  offset.origin += descriptor_.first_offset;
   // Offsets are linear in column and row: the smallest and the largest stand at grid corners.
-  const TileExtent& extent = tile.extent;
-  const auto [first, last] = std::minmax({tile.offset({0, 0}), tile.offset({extent.columns - 1, 0}),
-                                          tile.offset({0, extent.rows - 1}),
-                                          tile.offset({extent.columns - 1, extent.rows - 1})});
+  const auto [first, last] =
+      std::minmax({offset({0, 0}), offset({extent.columns - 1, 0}), offset({0, extent.rows - 1}),
+                   offset({extent.columns - 1, extent.rows - 1})});
   const auto file_size = static_cast<std::int64_t>(mapping_->FileSize());
   if (first < 0) FailSeek(first);
   if (last > file_size - value_bytes_) {
@@ -220,8 +236,14 @@ void DEM_DOCUMENT::SettleMapping() {
   }
   const auto needed = static_cast<std::size_t>(last + value_bytes_);
   if (needed > mapping_->MappedLength()) mapping_->Remap(needed);
-  mapped_tile_ = tile;
-  mapped_base_ = mapping_->FileBase();
+  mapped_ = {.west = static_cast<double>(extent.west),
+             .south = static_cast<double>(extent.south),
+             .inner_columns = InnerCells(extent.west, extent.columns, lon_bounds_),
+             .inner_rows = InnerCells(extent.south, extent.rows, lat_bounds_),
+             .first_value = mapping_->FileBase() + offset({0, 0}),
+             .per_column = offset.per_column,
+             .per_row = offset.per_row,
+             .missing = descriptor_.special_coding.value_or(mapped_.missing)};
 }
 
 std::string DEM_DOCUMENT::PathOf(int file) const {
@@ -230,9 +252,7 @@ std::string DEM_DOCUMENT::PathOf(int file) const {
   return path;
 }
 
-DEM_DOCUMENT::CellPoint DEM_DOCUMENT::PlaceInCell(double longitude_deg, double latitude_deg) const {
-  const double x = (longitude_deg - lon_offset_deg_) / lon_res_deg_;
-  const double y = (latitude_deg - lat_offset_deg_) / lat_res_deg_;
+DEM_DOCUMENT::CellPoint DEM_DOCUMENT::PlaceInCell(double x, double y) const {
   const int i = FloorIndex(x);
   const int j = FloorIndex(y);
   CellPoint point{.cell = {.west = i < lon_bounds_.min ? lon_bounds_.max : i,
@@ -242,129 +262,118 @@ DEM_DOCUMENT::CellPoint DEM_DOCUMENT::PlaceInCell(double longitude_deg, double l
                   .east_fraction = x - i,
                   .north_fraction = y - j};
   GridCell& cell = point.cell;
-  if (cell.north > lat_bounds_.max || cell.south < lat_bounds_.min) [[unlikely]] {
+  if (cell.north > lat_bounds_.max) {
     LogLine(LogLevel::kWarning, "pole grid cell: no interpolation\n");
-    if (cell.north > lat_bounds_.max) {
-      cell.north = cell.south;
-    } else {
-      cell.south = cell.north;
-    }
+    cell.north = cell.south;
+    cell.east = cell.west;
+  } else if (cell.south < lat_bounds_.min) {
+    LogLine(LogLevel::kWarning, "pole grid cell: no interpolation\n");
+    cell.south = cell.north;
     cell.east = cell.west;
   }
   return point;
 }
 
 GridCell DEM_DOCUMENT::CellOf(double longitude_deg, double latitude_deg) const {
-  return PlaceInCell(longitude_deg, latitude_deg).cell;
+  return PlaceInCell(GridX(longitude_deg), GridY(latitude_deg)).cell;
 }
 
+// The way of nearly all look-ups in fast mode; whatever is special about a point, NaN included,
+// goes the general way.
 double DEM_DOCUMENT::GetElevationInterpolated(double longitude_deg, double latitude_deg) {
-  const CellPoint point = PlaceInCell(longitude_deg, latitude_deg);
-  const CornerValues corners =
-      mapped_base_ != nullptr ? MappedCorners(point.cell) : FileCorners(point.cell);
-  const auto& [south_west, south_east, north_west, north_east] = corners;
-  const int missing = (south_west == missing_value_) + (south_east == missing_value_) +
-                      (north_west == missing_value_) + (north_east == missing_value_);
-  if (missing == 0) [[likely]] {
-    const double south = south_west + point.east_fraction * (south_east - south_west);
-    const double north = north_west + point.east_fraction * (north_east - north_west);
-    return south + point.north_fraction * (north - south);
+  const double x = GridX(longitude_deg);
+  const double y = GridY(latitude_deg);
+  const double from_west = x - mapped_.west;
+  const double from_south = y - mapped_.south;
+  if (!(from_west >= 0.0 && from_west < mapped_.inner_columns && from_south >= 0.0 &&
+        from_south < mapped_.inner_rows)) {
+    return InterpolateAt(x, y);
+  }
+  const auto column = static_cast<std::int64_t>(from_west);
+  const auto row = static_cast<std::int64_t>(from_south);
+  const std::int64_t per_column = mapped_.per_column;
+  const std::int64_t per_row = mapped_.per_row;
+  const unsigned char* const at = mapped_.first_value + column * per_column + row * per_row;
+  const int south_west = LoadAs<std::int16_t>(at);
+  const int south_east = LoadAs<std::int16_t>(at + per_column);
+  const int north_west = LoadAs<std::int16_t>(at + per_row);
+  const int north_east = LoadAs<std::int16_t>(at + per_row + per_column);
+  const int missing = mapped_.missing;
+  if ((south_west == missing) | (south_east == missing) | (north_west == missing) |
+      (north_east == missing)) {
+    return InterpolateAt(x, y);
+  }
+  return Bilinear(south_west, south_east, north_west, north_east,
+                  from_west - static_cast<double>(column), from_south - static_cast<double>(row));
+}
+
+double DEM_DOCUMENT::InterpolateAt(double x, double y) {
+  const CellPoint point = PlaceInCell(x, y);
+  const GridCell& cell = point.cell;
+  const CornerValues corners = {DEM_DOCUMENT::GetGridValue(cell.west, cell.south),
+                                DEM_DOCUMENT::GetGridValue(cell.east, cell.south),
+                                DEM_DOCUMENT::GetGridValue(cell.west, cell.north),
+                                DEM_DOCUMENT::GetGridValue(cell.east, cell.north)};
+  const auto missing = std::count(corners.begin(), corners.end(), missing_value_);
+  if (missing == 0) {
+    return Bilinear(corners[0], corners[1], corners[2], corners[3], point.east_fraction,
+                    point.north_fraction);
   }
   if (missing < 4) return InterpolateAroundMissing(point, corners);
-  DumpMissingCell(point.cell, corners, longitude_deg, latitude_deg);
+  const double longitude_deg = x * lon_res_deg_ + lon_offset_deg_;
+  const double latitude_deg = y * lat_res_deg_ + lat_offset_deg_;
+  LogLine(LogLevel::kException,
+          "GetElevationInterpolated: Fatal DEM interpolation error for lat=", latitude_deg,
+          " lon=", longitude_deg, "\n");
+  DumpMissingCell(cell, corners);
   throw ERROR_SPECIAL_CODING_INTERPOLATION();
-}
-
-DEM_DOCUMENT::CornerValues DEM_DOCUMENT::MappedCorners(const GridCell& cell) const {
-  const auto& [extent, offset] = mapped_tile_;
-  const std::int64_t west = extent.ColumnOf(cell.west);
-  const std::int64_t east = extent.ColumnOf(cell.east);
-  const std::int64_t south = extent.RowOf(cell.south);
-  const std::int64_t north = extent.RowOf(cell.north);
-  if (!extent.HasColumn(west) || !extent.HasColumn(east) || !extent.HasRow(south) ||
-      !extent.HasRow(north)) [[unlikely]] {
-    FailOutsideMapping(cell);
-  }
-  const auto value = [&](std::int64_t column, std::int64_t row) {
-    return LoadAs<std::int16_t>(mapped_base_ + offset({column, row}));
-  };
-  return {value(west, south), value(east, south), value(west, north), value(east, north)};
-}
-
-void DEM_DOCUMENT::FailOutsideMapping(const GridCell& cell) const {
-  for (const int y : {cell.south, cell.north}) {
-    for (const int x : {cell.west, cell.east}) {
-      if (!mapped_tile_.extent.Contains(x, y)) FailNoSubdocument(x, y);
-    }
-  }
-  FailNoSubdocument(cell.east, cell.north);
-}
-
-DEM_DOCUMENT::CornerValues DEM_DOCUMENT::FileCorners(const GridCell& cell) {
-  return {DEM_DOCUMENT::GetGridValue(cell.west, cell.south),
-          DEM_DOCUMENT::GetGridValue(cell.east, cell.south),
-          DEM_DOCUMENT::GetGridValue(cell.west, cell.north),
-          DEM_DOCUMENT::GetGridValue(cell.east, cell.north)};
 }
 
 double DEM_DOCUMENT::InterpolateAroundMissing(const CellPoint& point,
                                               const CornerValues& corners) const {
   const double east = point.east_fraction;
   const double north = point.north_fraction;
-  const std::array<double, 4> values = {corners.south_west, corners.south_east, corners.north_west,
-                                        corners.north_east};
-  const std::array<double, 4> weights = {(1.0 - east) * (1.0 - north), east * (1.0 - north),
-                                         (1.0 - east) * north, east * north};
+  const CornerValues weights = {(1.0 - east) * (1.0 - north), east * (1.0 - north),
+                                (1.0 - east) * north, east * north};
   double weight_sum = 0.0;
   double value_sum = 0.0;
   double nearest = 0.0;
   double nearest_squared = std::numeric_limits<double>::infinity();
-  for (std::size_t corner = 0; corner < values.size(); ++corner) {
-    if (values[corner] == missing_value_) continue;
+  for (std::size_t corner = 0; corner < corners.size(); ++corner) {
+    if (corners[corner] == missing_value_) continue;
     weight_sum += weights[corner];
-    value_sum += weights[corner] * values[corner];
+    value_sum += weights[corner] * corners[corner];
     const double to_east = static_cast<double>(corner % 2) - east;
     const double to_north = static_cast<double>(corner / 2) - north;
     const double squared = to_east * to_east + to_north * to_north;
     if (squared < nearest_squared) {
       nearest_squared = squared;
-      nearest = values[corner];
+      nearest = corners[corner];
     }
   }
   return weight_sum > 0.0 ? value_sum / weight_sum : nearest;
 }
 
-void DEM_DOCUMENT::DumpMissingCell(const GridCell& cell, const CornerValues& corners,
-                                   double longitude_deg, double latitude_deg) const {
-  struct Corner {
-    int x;
-    int y;
-    double value;
-  };
-  const std::array<Corner, 4> listed = {{{cell.west, cell.south, corners.south_west},
-                                         {cell.east, cell.south, corners.south_east},
-                                         {cell.west, cell.north, corners.north_west},
-                                         {cell.east, cell.north, corners.north_east}}};
-  LogLine(LogLevel::kException,
-          "GetElevationInterpolated: Fatal DEM interpolation error for lat=", latitude_deg,
-          " lon=", longitude_deg, "\n");
+void DEM_DOCUMENT::DumpMissingCell(const GridCell& cell, const CornerValues& corners) const {
   LogLine(LogLevel::kDebug, "cellRect.upper_left=", cell.west, "/", cell.north,
           " lower_right=", cell.east, "/", cell.south, " (X/Y)\n");
-  for (const auto& [x, y, value] : listed) {
+  for (std::size_t corner = 0; corner < corners.size(); ++corner) {
+    const int x = corner % 2 == 0 ? cell.west : cell.east;
+    const int y = corner / 2 == 0 ? cell.south : cell.north;
     const int file = TileHolding(x, y);
     LogLine(LogLevel::kDebug, "grid_idx=", x, "/", y,
-            " HexValue=", HexOf(value, descriptor_.value_type), " tile_idx=", file,
+            " HexValue=", HexOf(corners[corner], descriptor_.value_type), " tile_idx=", file,
             " FileOffset=", FileOffsetOf(file, LocalIndexOf(file, x, y)), "\n");
   }
-  LogLine(LogLevel::kDebug, "last grid_idx=", listed.back().x, "/", listed.back().y, "\n");
+  LogLine(LogLevel::kDebug, "last grid_idx=", cell.east, "/", cell.north, "\n");
   LogLine(LogLevel::kDebug, "special_coding=", missing_value_, "\n");
-  LogLine(LogLevel::kDebug, "DEM values are=", corners.south_west, " ", corners.south_east, " ",
-          corners.north_west, " ", corners.north_east, "\n");
+  LogLine(LogLevel::kDebug, "DEM values are=", corners[0], " ", corners[1], " ", corners[2], " ",
+          corners[3], "\n");
 }
 
 double DEM_DOCUMENT::GetElevationNearest(double longitude_deg, double latitude_deg) {
-  int i = NearestIndex((longitude_deg - lon_offset_deg_) / lon_res_deg_);
-  int j = NearestIndex((latitude_deg - lat_offset_deg_) / lat_res_deg_);
+  int i = NearestIndex(GridX(longitude_deg));
+  int j = NearestIndex(GridY(latitude_deg));
   if (i > lon_bounds_.max) {
     i = lon_bounds_.min;
   } else if (i < lon_bounds_.min) {
@@ -441,7 +450,7 @@ std::int64_t DEM_DOCUMENT::FileOffsetOf(int file, TileIndex at) const {
 }
 
 double DEM_DOCUMENT::ReadValue(std::int64_t offset) {
-  if (IsFast()) return LoadAs<std::int16_t>(mapped_base_ + offset);
+  if (IsFast()) return LoadAs<std::int16_t>(mapping_->FileBase() + offset);
   if (offset > current_.size_bytes - value_bytes_) FailTooLarge(offset, current_.size_bytes);
   if (::lseek(current_.fd.Get(), offset, SEEK_SET) < 0) FailSeek(offset);
   std::array<unsigned char, 4> bytes;

@@ -1,6 +1,7 @@
 // Terrain heights from tiled raster files, see docs/dem-format.md.
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <limits>
 #include <memory>
@@ -52,7 +53,7 @@ class DEM_DOCUMENT {
   [[nodiscard]] const DEM_DESCRIPTOR& Descriptor() const { return descriptor_; }
   [[nodiscard]] quellmark::dem::IndexBounds LongitudeBounds() const { return lon_bounds_; }
   [[nodiscard]] quellmark::dem::IndexBounds LatitudeBounds() const { return lat_bounds_; }
-  [[nodiscard]] bool IsFast() const { return mapped_base_ != nullptr; }
+  [[nodiscard]] bool IsFast() const { return mapped_.first_value != nullptr; }
 
  protected:
   /// Throws ERROR_NOT_SUPPORTED_PIXEL_TYPE for a value type that is none, ERROR_DESCRIPTOR_VALUE
@@ -82,12 +83,8 @@ class DEM_DOCUMENT {
     double east_fraction;
     double north_fraction;
   };
-  struct CornerValues {
-    double south_west;
-    double south_east;
-    double north_west;
-    double north_east;
-  };
+  /// South-west, south-east, north-west, north-east.
+  using CornerValues = std::array<double, 4>;
 
   /// The tile file that is open; a copy has none.
   struct CurrentTile {
@@ -106,28 +103,42 @@ class DEM_DOCUMENT {
   };
 
   void PlaceTiles();
-  [[nodiscard]] CellPoint PlaceInCell(double longitude_deg, double latitude_deg) const;
-  [[nodiscard]] CornerValues MappedCorners(const quellmark::dem::GridCell& cell) const;
-  [[nodiscard]] CornerValues FileCorners(const quellmark::dem::GridCell& cell);
+  /// The place of a point, counted in grid steps from the grid point 0, 0.
+  [[nodiscard]] double GridX(double longitude_deg) const {
+    return (longitude_deg - lon_offset_deg_) / lon_res_deg_;
+  }
+  [[nodiscard]] double GridY(double latitude_deg) const {
+    return (latitude_deg - lat_offset_deg_) / lat_res_deg_;
+  }
+  [[nodiscard]] CellPoint PlaceInCell(double x, double y) const;
+  [[nodiscard]] double InterpolateAt(double x, double y);
   [[nodiscard]] int TileHolding(int lon_index, int lat_index) const;
   [[noreturn]] void FailNoSubdocument(int lon_index, int lat_index) const;
-  [[noreturn]] void FailOutsideMapping(const quellmark::dem::GridCell& cell) const;
   void OpenTile(int file);
   [[nodiscard]] double InterpolateAroundMissing(const CellPoint& point,
                                                 const CornerValues& corners) const;
-  void DumpMissingCell(const quellmark::dem::GridCell& cell, const CornerValues& corners,
-                       double longitude_deg, double latitude_deg) const;
+  void DumpMissingCell(const quellmark::dem::GridCell& cell, const CornerValues& corners) const;
 
-  // A look-up in fast mode reads this block alone.
+  /// All that a look-up within a mapped tile reads. Nothing mapped: no point is within.
+  struct Mapping {
+    double west = 0.0;  ///< of the tile, as global indices
+    double south = 0.0;
+    double inner_columns = 0.0;  ///< cells that need no wrap, no pole and no other tile
+    double inner_rows = 0.0;
+    const unsigned char* first_value = nullptr;  ///< at the south-west corner of the tile
+    std::int64_t per_column = 0;                 ///< from one value to the next [bytes]
+    std::int64_t per_row = 0;
+    int missing = std::numeric_limits<int>::min();  ///< no 16-bit value, if there is no coding
+  };
+
   double lon_offset_deg_ = 0.0;  ///< of a grid value from the south-west corner of its cell
   double lat_offset_deg_ = 0.0;
   double lon_res_deg_ = 0.0;
   double lat_res_deg_ = 0.0;
+  Mapping mapped_;
   quellmark::dem::IndexBounds lon_bounds_{};
   quellmark::dem::IndexBounds lat_bounds_{};
   double missing_value_ = std::numeric_limits<double>::quiet_NaN();  ///< NaN equals no value
-  const unsigned char* mapped_base_ = nullptr;  ///< null: values are read from the files
-  Tile mapped_tile_{};                          ///< its offsets include the first offset
 
   int value_bytes_ = 0;
   std::vector<Tile> tiles_;  ///< one for each file
