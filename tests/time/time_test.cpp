@@ -284,6 +284,7 @@ TEST(UniversalTime, RefusesWhatItCanNotReach) {
   EXPECT_THROWS_TEXT(UNIVERSAL_TIME{2000} + DURATION(2'147'483'000, 0, 0), "duration range error");
   EXPECT_THROWS_TEXT((UNIVERSAL_TIME{2'147'483'647} - empty), "duration range error");
   EXPECT_THROWS_TEXT((UNIVERSAL_TIME{2000, 1, 1, 2'147'483'647} - empty), "duration range error");
+  EXPECT_THROWS_TEXT((UNIVERSAL_TIME{-1} - empty), "duration range error");
   const UNIVERSAL_TIME far = {136'000, 2, 29, 23, 59, 59, 999, 999};
   EXPECT_EQ(empty + (far - empty), far);
 }
@@ -296,6 +297,15 @@ TEST(UniversalTime, Prints) {
   EXPECT_EQ((UNIVERSAL_TIME{2000}.IsoText(1)), "2000-01-01T00:00:00.0");
   EXPECT_THROWS_TEXT((UNIVERSAL_TIME{2000, 13}.LongText()), "invalid month name");
 }
+
+template <class A, class B>
+concept Subtractable = requires(A a, B b) {
+  a - b;
+};
+static_assert(Subtractable<UNIVERSAL_TIME, DURATION>);
+static_assert(!Subtractable<UNIVERSAL_TIME, MISSION_ELAPSED_TIME>);
+static_assert(!Subtractable<DURATION, UNIVERSAL_TIME>);
+static_assert(!Subtractable<MISSION_ELAPSED_TIME, double>);
 
 TEST(TimeValue, RefusesWhatAStampCanNotDo) {
   const UNIVERSAL_TIME utc;

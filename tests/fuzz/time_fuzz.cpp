@@ -1,0 +1,55 @@
+// Any bytes as a time. What is accepted must survive being printed and read again, and its distance
+// from another time must lead back to it.
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <string_view>
+#include <variant>
+
+#include "basic/errors.h"
+#include "runtime/log.h"
+#include "time/time_value.h"
+
+namespace {
+
+using quellmark::time::ScanTime;
+
+void Check(bool holds) {
+  if (!holds) std::abort();
+}
+
+void CheckAgain(double number) { Check(number - number == 0.0); }
+
+void CheckAgain(const MISSION_ELAPSED_TIME& time) {
+  Check(std::get<MISSION_ELAPSED_TIME>(ScanTime(time.Text().View())) == time);
+  const MISSION_ELAPSED_TIME start;
+  Check(start + (time - start) == time);
+}
+
+void CheckAgain(const UNIVERSAL_TIME& time) {
+  for (const STRING& text : {time.LongText(), time.IsoText(), time.IsoText(6, true)}) {
+    Check(std::get<UNIVERSAL_TIME>(ScanTime(text.View())) == time);
+  }
+  if (time.year > 136'000) return;  // scanned, but beyond the arithmetic
+  const UNIVERSAL_TIME reference = {2009, 1, 1};
+  const DURATION distance = time - reference;
+  Check(reference - time == -distance);
+  // Second 60 of an ordinary day is the next day's midnight under another name.
+  Check((reference + distance) - reference == distance);
+  if (time.second < 60) Check(reference + distance == time);
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  LOG& log = quellmark::runtime::Log();
+  log.SetScreenThreshold(LOG::Level::kSilent);
+  log.SetFileThreshold(LOG::Level::kSilent);
+  try {
+    const auto time = ScanTime({reinterpret_cast<const char*>(data), size});
+    std::visit([](const auto& value) { CheckAgain(value); }, time);
+  } catch (const char*) {  // the two kinds of refusal
+  } catch (const ERROR_DATA&) {
+  }
+  return 0;
+}
