@@ -1,0 +1,95 @@
+#include "app/driver.h"
+
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "app/sar_scene.h"
+#include "app/scene_results.h"
+#include "app/software_identification.h"
+#include "app/version.h"
+#include "basic/error_lock.h"
+#include "basic/errors.h"
+#include "basic/string.h"
+#include "pool/parameter_pool_read_write_change.h"
+#include "runtime/log.h"
+
+namespace quellmark::app {
+
+namespace {
+
+using runtime::Log;
+using runtime::LogLevel;
+using runtime::LogLine;
+
+STRING ReadParameter(CONTROLLER_IFC& controller, const char* name) {
+  std::string value;
+  controller.GetParameter(name, value);
+  return STRING(std::move(value));
+}
+
+// Only the exact text "false" goes without the DEM; "FALSE", "no", "0" and an empty text open it.
+// Deliberate: the controllers that start this step rely on it.
+bool IsDemWanted(const STRING& use_dem) { return use_dem != "false"; }
+
+}  // namespace
+
+void RunPass(CONTROLLER_IFC& controller, int argc, char** argv) {
+  constexpr int kMessageMode = 1;
+  SAR_SCENE scene;
+  controller.init(argc, argv, kMessageMode);
+  const VERSION_RECORD version = ProgramVersion();
+  Log().WriteHeader(version, controller.ConfigurationFile());
+
+  const STRING log_pool_path = ReadParameter(controller, "log_pp");
+  PARAMETER_POOL_READ_WRITE_CHANGE log_pool(log_pool_path.Text());
+
+  Log().Print(LogLevel::kInfo, " * Read parameters from controller");
+  const STRING scene_pool_path = ReadParameter(controller, "SCENE_POOL");
+  Log().Print(LogLevel::kInfo, "   - %-20s: %s", "SCENE_POOL", scene_pool_path.Text());
+  const bool is_dem_wanted = IsDemWanted(ReadParameter(controller, "USE_DEM"));
+  STRING dem_path;
+  if (is_dem_wanted) dem_path = ReadParameter(controller, "DEM_FILE");
+
+  Log().Print(LogLevel::kInfo, " * Initialize scene from pool");
+  PARAMETER_POOL_READ_WRITE_CHANGE scene_pool(scene_pool_path.Text());
+  scene.ReadFromParameterPool(scene_pool);
+  if (is_dem_wanted) scene.AttachDem(dem_path);
+  scene.Print();
+
+  Log().Print(LogLevel::kInfo, " * Perform geolocalization");
+  const SceneResults results = LocateScene(scene);
+  LogResults(results);
+
+  Log().Print(LogLevel::kInfo, " * Write parameters to pool");
+  SetResults(results, scene_pool);
+  RecordSoftwareIdentification(version, log_pool);
+  scene_pool.Close();
+  log_pool.Close();
+  Log().WriteFooter();
+}
+
+void LogFailure(CONTROLLER_IFC& controller) {
+  try {
+    throw;
+  } catch (const BASIC::TYPES::ERROR_ENUM_BASE_INVALID_VALUE& error) {
+    const std::unique_ptr<const char[]> text(error.Message());
+    LogLine(LogLevel::kAlarm, text.get(), "\n");
+    std::string value;
+    {
+      const std::lock_guard lock(basic::ErrorLock());
+      value = error.Value();
+    }
+    LogLine(LogLevel::kAlarm, value, "\n");
+  } catch (const ERROR_EXCEPTION& error) {
+    LogLine(LogLevel::kAlarm, error.Message(), "\n");
+  } catch (const char* text) {
+    LogLine(LogLevel::kAlarm, text, "\n");
+  } catch (...) {
+    LogLine(LogLevel::kAlarm, "program aborted due to FATAL ERROR\n");
+  }
+  LogLine(LogLevel::kAlarm, "KVT_MSG|ERROR|", controller.get_binary_name(),
+          " terminated with error!\n");
+}
+
+}  // namespace quellmark::app

@@ -1,0 +1,17 @@
+// quellmark: one batch step of a SAR processing chain; locates a scene on the Earth.
+#include "app/command_line_info.h"
+#include "app/driver.h"
+#include "runtime/controller_ifc.h"
+
+int main(int argc, char** argv) {
+  if (quellmark::app::AnswerInfoRequest(argc, argv)) return 0;
+  CONTROLLER_IFC controller;
+  try {
+    quellmark::app::RunPass(controller, argc, argv);
+  } catch (...) {
+    // The one place where an exception's flight ends.
+    quellmark::app::LogFailure(controller);
+    controller.FailureExit();
+  }
+  controller.SuccessExit();
+}

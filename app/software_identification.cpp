@@ -1,0 +1,28 @@
+#include "app/software_identification.h"
+
+#include "basic/array.h"
+#include "basic/errors.h"
+#include "pool/value_type.h"
+
+namespace quellmark::app {
+
+void RecordSoftwareIdentification(const VERSION_RECORD& version,
+                                  PARAMETER_POOL_READ_WRITE_CHANGE& log_pool) {
+  using pool::ValueType;
+  constexpr const char* kKey = "software_names";
+  constexpr int kFirstIndex = 1;  // of a key that is created here
+
+  ARRAY<STRING> names;
+  if (log_pool.Has(kKey)) {
+    names = log_pool.Read<ValueType::kStrV>(kKey);
+  } else {
+    static_cast<void>(names.Resize(RANGE<int>(kFirstIndex, 0)));
+  }
+  if (names.Resize(RANGE<int>(names.First(), names.Length() + 1)) != kArrayOk) {
+    throw ERROR_NO_MEMORY();
+  }
+  names[names.Last()] = STRING(version.full_version);
+  log_pool.Set<ValueType::kStrV>(kKey, names);
+}
+
+}  // namespace quellmark::app

@@ -1,0 +1,169 @@
+// Runs of the program that must fail: last lines of the log, exit status, status files, and pools
+// that keep what the user wrote.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "tests/app/example_scene.h"
+
+namespace quellmark::test {
+namespace {
+
+using testing::EndsWith;
+using testing::HasSubstr;
+
+constexpr const char* kScene = "s1a_iw1_slc_quebec";
+constexpr const char* kTerminated = "KVT_MSG|ERROR|quellmark terminated with error!\n";
+constexpr const char* kFatal = "program aborted due to FATAL ERROR\n";
+
+std::string Alarm(const std::string& line) { return "ALARM : quellmark : " + line; }
+
+// The run fails with these ALARM lines at the end of its log.
+void ExpectFailure(SceneRun& scene, const std::vector<std::string>& arguments,
+                   const std::vector<std::string>& alarm_lines) {
+  WriteFile(scene.directory / "OK.quellmark", "0");  // of the run before
+  const ProgramRun run = scene.Run(arguments);
+  EXPECT_EQ(run.exit_status, 1) << run.output;
+  EXPECT_EQ(ReadFile(scene.directory / "ERROR.quellmark"), "1");
+  EXPECT_FALSE(scene.Has("OK.quellmark"));
+  std::string alarms;
+  for (const std::string& line : alarm_lines) alarms += Alarm(line);
+  // Debug lines of pools that are closed while the failure unwinds may stand between the lines.
+  std::string log_alarms;
+  std::istringstream log(scene.Log());
+  for (std::string line; std::getline(log, line);) {
+    if (line.starts_with("ALARM")) log_alarms += line + "\n";
+  }
+  EXPECT_THAT(log_alarms, EndsWith(alarms + Alarm(kTerminated)));
+}
+
+struct BadPool {
+  const char* name;
+  std::string pool;
+  std::vector<std::string> alarm_lines;
+};
+
+std::string Scene() { return ScenePool(kScene); }
+std::string With(const std::string& key, const std::string& type, const std::string& value) {
+  return Overridden(Scene(), {Entry(key, type, value)});
+}
+std::string KeyMessage(const std::string& key, const std::string& message) {
+  return "parameter pool: parameter key >> " + key + message;
+}
+
+std::vector<BadPool> BadPools() {
+  const std::string not_found = "pool error - key not found\n";
+  const std::string invalid = "pool error - no or invalid parameter value in file\n";
+  const std::string out_of_bounds = "pool error - parameter value out of bounds\n";
+  std::vector<BadPool> cases = {
+      {"empty file", "", {KeyMessage("first_az_time", " << not found\n"), not_found}},
+      {"missing key",
+       Without(Scene(), "radar_frequency"),
+       {KeyMessage("radar_frequency", " << not found\n"), not_found}},
+      {"wrong type",
+       With("prf", "FLT_6", "500.0"),
+       {KeyMessage("prf", " << type FLT_15 expected\n"), "pool error - wrong parameter type\n"}},
+      {"no type",
+       "first_az_time\n" + Scene(),
+       {KeyMessage("first_az_time", " << no type information found\n"), "parameter pool error\n"}},
+      {"no value",
+       "first_az_time FLT_15\n" + Scene(),
+       {KeyMessage("first_az_time", " << no parameter value in file\n"), invalid}},
+      {"infinite", With("first_rg_time", "FLT_15", "1e999"), {out_of_bounds}},
+      {"not a number", With("first_rg_time", "FLT_15", "nan"), {out_of_bounds}},
+      {"look side",
+       With("antenna_look_direction", "STR", "\"Right\""),
+       {"Error: Unkown antenna look direction Right\n", "parameter error\n"}},
+      {"empty look side", With("antenna_look_direction", "STR", "\"\""), {kFatal}},
+      {"no samples",
+       With("n_samples", "INT_32", "0"),
+       {"SAR_SCENE: n_samples must be at least 1, not 0\n", "parameter error\n"}},
+      {"prf of zero", With("prf", "FLT_15", "0.0"), {"wrong argument\n"}},
+      {"range misses the earth", With("first_rg_time", "FLT_15", "1e-3"), {"data error\n"}},
+      {"unknown representation",
+       With("orbit_representation", "STR", "\"orbit_pool_utc\""),
+       {"GENERAL_ORBIT: can not convert orbit_pool_utc to orbit_type_id\n", "wrong argument\n"}},
+      {"unknown interpolation",
+       With("orbit_interpolation", "STR", "\"cubic_3\""),
+       {"GENERAL_ORBIT: can not convert cubic to interpolation_id\n", "wrong argument\n"}},
+      {"no interpolation",
+       With("orbit_interpolation", "STR", "\"_;:\""),
+       {"ORBIT: can not determine interpolation type from: _;:\n", "wrong argument\n"}},
+      {"velocity keys too few",
+       Overridden(Scene(),
+                  {"orbit_velocity_key STR_V 1 2\n {\n \"orbit_vel_x\"\n \"orbit_vel_y\"\n }\n"}),
+       {"POOL_ORBIT::ReadFromParameterPool::Number of coordinates in position and velocity "
+        "disagree.\n"}},
+      {"reference of another kind",
+       With("orbit_reference_time", "STR", "\"12.5\""),
+       {"not allowed time conversion\n"}},
+      {"binary file",
+       std::string("\x7f"
+                   "ELF\0\1\2\xff\xfe\n\r\n\0",
+                   14),
+       {KeyMessage("first_az_time", " << not found\n"), not_found}},
+      {"one endless line",
+       std::string(10'000'000, 'x'),
+       {KeyMessage("first_az_time", " << not found\n"), not_found}},
+  };
+  return cases;
+}
+
+TEST(DriverFailures, BadScenePoolsFailWithTheirMessagesAndStayAsTheyAre) {
+  for (const BadPool& bad : BadPools()) {
+    SCOPED_TRACE(bad.name);
+    SceneRun scene(bad.pool);
+    ExpectFailure(scene, {}, bad.alarm_lines);
+    EXPECT_TRUE(scene.Pool() == bad.pool) << "the pool's own text is intact";
+  }
+}
+
+TEST(DriverFailures, PoolCutAtAnyLine) {
+  const std::string pool = Scene();
+  int failures = 0;
+  for (std::size_t end = pool.find('\n'); end + 1 < pool.size(); end = pool.find('\n', end + 1)) {
+    const std::string cut = pool.substr(0, end + 1);
+    SceneRun scene(cut);
+    const ProgramRun run = scene.Run({"-lfl", "ALARM"});
+    // Cuts behind the last entry that is needed leave a whole scene.
+    if (run.exit_status == 0) continue;
+    ++failures;
+    EXPECT_EQ(run.exit_status, 1) << "signal " << run.signal << " at byte " << end;
+    EXPECT_TRUE(scene.Pool() == cut) << "cut at byte " << end;
+    EXPECT_THAT(scene.Log(), EndsWith(Alarm(kTerminated)));
+  }
+  EXPECT_GT(failures, 150);
+}
+
+TEST(DriverFailures, Parameters) {
+  SceneRun scene(Scene());
+  const std::string pool = scene.Pool();
+  ExpectFailure(scene, {"-SCENE_POOL", ""}, {kFatal});
+  ExpectFailure(scene, {"-SCENE_POOL", scene.directory.Path()},
+                {"parameter file " + scene.directory.Path().string() + " is a directory!\n",
+                 "pool error - can not open parameter pool\n"});
+  ExpectFailure(scene, {"-SCENE_POOL", "no/such/directory/pool"},
+                {"can not open parameter file no/such/directory/pool\n",
+                 "pool error - can not open parameter pool\n"});
+  // Every text but "false" wants the DEM.
+  for (const char* text : {"FALSE", "False", "no", "0", "true", "", "false "}) {
+    SCOPED_TRACE(text);
+    ExpectFailure(scene, {"-USE_DEM", text, "-DEM_FILE", ""}, {kFatal});
+  }
+  EXPECT_EQ(scene.Pool(), pool);
+}
+
+TEST(DriverFailures, KeysSetBeforeTheFailureAreKept) {
+  SceneRun scene(Scene());
+  WriteFile(scene.directory / "log.pool", "software_names STR \"one\"\n");
+  ExpectFailure(scene, {},
+                {KeyMessage("software_names", " << type STR_V expected\n"),
+                 "pool error - wrong parameter type\n"});
+  EXPECT_NE(ValueOf(scene.Pool(), "fm_rate_far"), "");
+  EXPECT_EQ(ReadFile(scene.directory / "log.pool"), "software_names STR \"one\"\n");
+}
+
+}  // namespace
+}  // namespace quellmark::test
