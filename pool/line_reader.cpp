@@ -53,16 +53,24 @@ void LineReader::Refill() {
   FindCarriageReturn();
 }
 
+std::size_t LineReader::LineSize() const {
+  const std::size_t held = std::min(kLineLimit, static_cast<std::size_t>(end_ - begin_));
+  const bool ends_in_cr = carriage_return_ < begin_ + held;
+  const std::size_t size =
+      ends_in_cr ? static_cast<std::size_t>(carriage_return_ - begin_) + 1 : held;
+  if (const void* line_feed = std::memchr(begin_, '\n', size)) {
+    return static_cast<std::size_t>(static_cast<const char*>(line_feed) - begin_) + 1;
+  }
+  return ends_in_cr || held == kLineLimit || at_end_ ? size : 0;
+}
+
 bool LineReader::Next(std::string_view& line) {
-  if (end_ - begin_ < static_cast<std::ptrdiff_t>(kLineLimit) && !at_end_) Refill();
-  if (begin_ == end_ || error_ != 0) return false;
-  std::size_t size = std::min(kLineLimit, static_cast<std::size_t>(end_ - begin_));
-  if (carriage_return_ < begin_ + size) {
-    size = static_cast<std::size_t>(carriage_return_ - begin_) + 1;
+  std::size_t size = LineSize();
+  if (size == 0 && !at_end_) {
+    Refill();
+    size = LineSize();
   }
-  if (const void* found = std::memchr(begin_, '\n', size)) {
-    size = static_cast<std::size_t>(static_cast<const char*>(found) - begin_) + 1;
-  }
+  if (size == 0 || error_ != 0) return false;
   line = {begin_, size};
   begin_ += size;
   if (carriage_return_ < begin_) FindCarriageReturn();

@@ -43,6 +43,8 @@ class LineReader {
  private:
   void Refill();
   void FindCarriageReturn();
+  // 0 if the end of the line is not in the buffer.
+  [[nodiscard]] std::size_t LineSize() const;
 
   int fd_ = -1;
   off_t offset_ = 0;

@@ -1,0 +1,143 @@
+// Pool look-ups, vectors and updates, each beside the least that the same bytes can cost.
+#include <benchmark/benchmark.h>
+#include <unistd.h>
+
+#include <cmath>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+
+#include "pool/parameter_pool_read_write_change.h"
+#include "runtime/log.h"
+
+namespace {
+
+using quellmark::pool::ValueType;
+
+// A pool file that goes away with the benchmark; its text stays in memory for the floors.
+class BenchPool {
+ public:
+  explicit BenchPool(const auto& fill)
+      : path_(std::filesystem::temp_directory_path() /
+              ("pool_bench_" + std::to_string(::getpid()))) {
+    quellmark::runtime::Log().SetScreenThreshold(LOG::Level::kSilent);
+    {
+      PARAMETER_POOL_READ_WRITE_CHANGE pool(path_);
+      fill(pool);
+    }
+    std::ostringstream text;
+    text << std::ifstream(path_, std::ios::binary).rdbuf();
+    text_ = text.str();
+  }
+  BenchPool(const BenchPool&) = delete;
+  BenchPool& operator=(const BenchPool&) = delete;
+  ~BenchPool() { std::filesystem::remove(path_); }
+
+  [[nodiscard]] const std::string& Path() const { return path_; }
+  [[nodiscard]] const std::string& Text() const { return text_; }
+
+ private:
+  std::string path_;
+  std::string text_;
+};
+
+auto FillWithKeys(std::int64_t count) {
+  return [count](PARAMETER_POOL_READ_WRITE_CHANGE& pool) {
+    std::ofstream file(pool.Path(), std::ios::binary);
+    for (std::int64_t i = 0; i < count; ++i) {
+      file << "key_" << i << std::string(28 - std::to_string(i).size(), ' ')
+           << " FLT_15          1.00000000000000000E+00\n\n";
+    }
+  };
+}
+
+std::int64_t ScanLines(const std::string& text) {
+  std::int64_t lines = 0;
+  const char* const end = text.data() + text.size();
+  for (const char* at = text.data(); at != end; ++lines) {
+    at = static_cast<const char*>(std::memchr(at, '\n', static_cast<std::size_t>(end - at))) + 1;
+  }
+  return lines;
+}
+
+void ReportPerLine(benchmark::State& state, std::int64_t lines) {
+  state.counters["per_line"] =
+      benchmark::Counter(static_cast<double>(lines), benchmark::Counter::kIsIterationInvariantRate |
+                                                         benchmark::Counter::kInvert);
+}
+
+void LookUpLastKeyFloor(benchmark::State& state) {
+  const BenchPool pool(FillWithKeys(state.range(0)));
+  for (auto _ : state) benchmark::DoNotOptimize(ScanLines(pool.Text()));
+  ReportPerLine(state, ScanLines(pool.Text()));
+}
+BENCHMARK(LookUpLastKeyFloor)->Arg(100)->Arg(100'000);
+
+void LookUpLastKey(benchmark::State& state) {
+  const BenchPool file(FillWithKeys(state.range(0)));
+  PARAMETER_POOL pool;
+  pool.Open(file.Path());
+  const std::string key = "key_" + std::to_string(state.range(0) - 1);
+  for (auto _ : state) benchmark::DoNotOptimize(pool.Has(key));
+  ReportPerLine(state, ScanLines(file.Text()));
+}
+BENCHMARK(LookUpLastKey)->Arg(100)->Arg(100'000);
+
+void FillWithVector(PARAMETER_POOL_READ_WRITE_CHANGE& pool) {
+  constexpr int kLength = 1'000'000;
+  ARRAY<double> values(RANGE<int>(1, kLength));
+  for (int i = 1; i <= kLength; ++i) values[i] = 7.0e6 * std::sin(1.0e-3 * i);
+  pool.Add<ValueType::kFlt15V>("values", std::move(values));
+}
+
+void ReadVectorFloor(benchmark::State& state) {
+  const BenchPool file(FillWithVector);
+  const char* const body = std::strchr(file.Text().c_str(), '{') + 1;
+  for (auto _ : state) {
+    double sum = 0.0;
+    const char* at = body;
+    for (char* end = nullptr;; at = end) {
+      const double value = std::strtod(at, &end);
+      if (end == at) break;
+      sum += value;
+    }
+    benchmark::DoNotOptimize(sum);
+  }
+}
+BENCHMARK(ReadVectorFloor)->Unit(benchmark::kMillisecond);
+
+void ReadVector(benchmark::State& state) {
+  const BenchPool file(FillWithVector);
+  PARAMETER_POOL pool;
+  pool.Open(file.Path());
+  for (auto _ : state) benchmark::DoNotOptimize(pool.Read<ValueType::kFlt15V>("values"));
+}
+BENCHMARK(ReadVector)->Unit(benchmark::kMillisecond);
+
+// The pass over an existing vector, flushing to the disk included.
+void UpdateVector(benchmark::State& state) {
+  const BenchPool file(FillWithVector);
+  PARAMETER_POOL_READ_WRITE_CHANGE pool(file.Path());
+  const ARRAY<double> values = pool.Read<ValueType::kFlt15V>("values");
+  for (auto _ : state) {
+    pool.Set<ValueType::kFlt15V>("values", values);
+    pool.Update();
+  }
+}
+BENCHMARK(UpdateVector)->Unit(benchmark::kMillisecond);
+
+void UpdateScalar(benchmark::State& state) {
+  const BenchPool file(FillWithKeys(100));
+  PARAMETER_POOL_READ_WRITE_CHANGE pool(file.Path());
+  for (auto _ : state) {
+    pool.Set<ValueType::kFlt15>("key_50", 2.0);
+    pool.Update();
+  }
+}
+BENCHMARK(UpdateScalar)->Unit(benchmark::kMicrosecond);
+
+}  // namespace
