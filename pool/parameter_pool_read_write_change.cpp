@@ -16,6 +16,7 @@ PARAMETER_POOL_READ_WRITE_CHANGE::PARAMETER_POOL_READ_WRITE_CHANGE(const std::st
 }
 
 PARAMETER_POOL_READ_WRITE_CHANGE::~PARAMETER_POOL_READ_WRITE_CHANGE() {
+  if (update_failed_) return;  // the caller was told that the file has not changed
   try {
     PARAMETER_POOL_READ_WRITE_CHANGE::Close();
   } catch (const ERROR_EXCEPTION&) {
@@ -56,7 +57,9 @@ void PARAMETER_POOL_READ_WRITE_CHANGE::Update() {
   quellmark::pool::PoolUpdate update(Descriptor(), Path(), Directory());
   try {
     update.Run(pending_);
+    update_failed_ = false;
   } catch (...) {
+    update_failed_ = true;
     if (update.HasTouchedPool()) {
       pending_.Clear();
       PARAMETER_POOL::Close();

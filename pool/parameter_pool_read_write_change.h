@@ -14,7 +14,8 @@ class PARAMETER_POOL_READ_WRITE_CHANGE : public PARAMETER_POOL {
  public:
   /// Opens the pool. Throws CAN_NOT_OPEN_POOL also when the file can not be opened for update.
   explicit PARAMETER_POOL_READ_WRITE_CHANGE(const std::string& path);
-  /// Writes back as Close() does, but logs instead of throwing.
+  /// Writes back as Close() does, but logs instead of throwing. An update that has failed is not
+  /// tried again.
   ~PARAMETER_POOL_READ_WRITE_CHANGE() override;
 
   /// Puts an entry on the list: at the update it replaces the entry of the same key in the file, or
@@ -38,9 +39,10 @@ class PARAMETER_POOL_READ_WRITE_CHANGE : public PARAMETER_POOL {
   bool Remove(std::string_view key);
 
   /// Writes the list into the file and empties it; does nothing without an open file. A failure
-  /// before the file is touched keeps the list; one that may leave the file incomplete closes the
-  /// pool, so that the complete copy named in the log stays the last word. Throws
-  /// NO_UPDATE_PERMISSION_FOR_POOL, CORRUPTED_PARAMETER_POOL, ERROR_I_O or ERROR_PARAMETER_POOL.
+  /// before the file is touched keeps the list for another try; one that may leave the file
+  /// incomplete closes the pool, so that the complete copy named in the log stays the last word.
+  /// Throws NO_UPDATE_PERMISSION_FOR_POOL, CORRUPTED_PARAMETER_POOL, ERROR_I_O or
+  /// ERROR_PARAMETER_POOL.
   void Update();
 
   /// Updates if anything is pending, and closes the file, also when the update throws.
@@ -61,4 +63,5 @@ class PARAMETER_POOL_READ_WRITE_CHANGE : public PARAMETER_POOL {
   void SetItem(PARAMETER_POOL_ITEM item);
 
   PARAMETER_POOL_LIST pending_;
+  bool update_failed_ = false;  ///< the last one
 };

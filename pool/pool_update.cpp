@@ -15,6 +15,7 @@
 #include "pool/line_reader.h"
 #include "pool/pool_file.h"
 #include "runtime/log.h"
+#include "runtime/signal_hold.h"
 
 namespace quellmark::pool {
 namespace {
@@ -99,6 +100,8 @@ void PoolUpdate::PourBack() {
     LogLine(LogLevel::kAlarm, std::strerror(errno), "\n");
     Fail<ERROR_I_O>("Error opening file ", copy_path_, "\n");
   }
+  // From here on a signal would leave the pool cut off.
+  const runtime::SignalHold hold;
   if (::lseek(fd_, 0, SEEK_SET) != 0 || ::ftruncate(fd_, 0) != 0) FailPouring();
   touched_pool_ = true;
   if (!CopyAll(copy.Get(), fd_) || ::fsync(fd_) != 0) FailPouring();

@@ -1,0 +1,144 @@
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "basic/errors.h"
+#include "pool/parameter_pool_read_write_change.h"
+#include "tests/support/expect_fails.h"
+#include "tests/support/files.h"
+
+namespace {
+
+using quellmark::pool::ValueType;
+using quellmark::test::ReadFile;
+using quellmark::test::ScopedLog;
+using quellmark::test::TempDir;
+using quellmark::test::WriteFile;
+
+// An INT_32 entry as it is written.
+std::string Entry(const std::string& key, int value) {
+  return key + std::string(33 - key.size(), ' ') + "INT_32          " + std::to_string(value) +
+         "\n\n";
+}
+
+TEST(PoolUpdate, MergesInPlace) {
+  const std::string a = Entry("a", 1);
+  const std::string b = Entry("b", 2);
+  const std::string nul_and_long = std::string("x\0y\n", 4) + "#" + std::string(5000, '-') + "\r\n";
+  const struct {
+    const char* what;
+    std::string before;
+    std::string after;
+  } rows[] = {
+      {"an empty pool", "", a + b},
+      {"keys at their places", "# top\n\nb INT_8 7\n\n# x\n c\na STR \"q\"\n",
+       "# top\n\n" + b + "# x\n c\n" + a},
+      {"no line end at the end", "# c", "# c\n" + a + b},
+      {"a replaced entry without line end", "c BOL TRUE\na INT_32 7", "c BOL TRUE\n" + a + b},
+      {"a CR at the end", "# c\r", "# c\r" + a + b},
+      {"the body goes, the comment of the next entry stays",
+       "a FLT_15_V 0 1\n {\n 1\n }\n\n# of c\nc BOL TRUE\n", a + "# of c\nc BOL TRUE\n" + b},
+      {"the body ends with the next key line", "a STR_V 0 0\n {\n }\n\r\nc BOL TRUE\n",
+       a + "c BOL TRUE\n" + b},
+      {"of two entries the first", "a INT_8 3\na INT_8 4\n", a + "a INT_8 4\n" + b},
+      {"an indented key is none", " a INT_8 3\n", " a INT_8 3\n" + a + b},
+      {"bytes of all kinds", nul_and_long, nul_and_long + a + b},
+      {"a key line behind a line that breaks", "#" + std::string(1023, '-') + "a INT_8 3\n",
+       "#" + std::string(1023, '-') + "\n" + a + b},
+  };
+  const ScopedLog log;
+  const TempDir dir;
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.what);
+    WriteFile(dir / "p", row.before);
+    for (int run = 1; run <= 2; ++run) {  // a second run finds its own entries and changes nothing
+      PARAMETER_POOL_READ_WRITE_CHANGE pool(dir / "p");
+      pool.Set<ValueType::kInt32>("a", 1);
+      pool.Set<ValueType::kInt32>("b", 2);
+      pool.Close();
+      EXPECT_EQ(ReadFile(dir / "p"), row.after) << "run " << run;
+    }
+    PARAMETER_POOL_READ_WRITE_CHANGE(dir / "p").Update();
+    EXPECT_EQ(ReadFile(dir / "p"), row.after) << "nothing was pending";
+  }
+}
+
+TEST(PoolUpdate, PendingList) {
+  const ScopedLog log;
+  const TempDir dir;
+  PARAMETER_POOL_READ_WRITE_CHANGE pool(dir / "p");
+  pool.Add<ValueType::kInt32>("a", 1);
+  EXPECT_FAILS(pool.Add<ValueType::kBol>("a", true), PARAMETER_KEY_EXISTS,
+               "parameter pool: parameter key >> a << already exists\n");
+  pool.Add<ValueType::kInt32>("b", 2);
+  pool.Add<ValueType::kInt32>("c", 3);
+  pool.Set<ValueType::kInt32>("a", 4);
+  EXPECT_TRUE(pool.Remove("b"));
+  EXPECT_FALSE(pool.Remove("b"));
+  EXPECT_FALSE(pool.Has("a")) << "pending entries are not in the file yet";
+  pool.Update();
+  EXPECT_EQ(ReadFile(dir / "p"), Entry("a", 4) + Entry("c", 3));
+  pool.Add<ValueType::kInt32>("a", 5);  // no longer pending
+  pool.Close();
+  pool.Update();  // no open file, nothing to do
+  EXPECT_EQ(ReadFile(dir / "p"), Entry("a", 5) + Entry("c", 3));
+}
+
+TEST(PoolUpdate, TwoPoolsOnOneFile) {
+  const ScopedLog log;
+  const TempDir dir;
+  PARAMETER_POOL_READ_WRITE_CHANGE first(dir / "p");
+  PARAMETER_POOL_READ_WRITE_CHANGE second(dir / "p");
+  first.Set<ValueType::kInt32>("a", 1);
+  second.Set<ValueType::kInt32>("b", 2);
+  first.Close();
+  second.Close();
+  EXPECT_EQ(ReadFile(dir / "p"), Entry("a", 1) + Entry("b", 2));
+}
+
+TEST(PoolUpdate, KeepsTheFileAndLeavesNoCopy) {
+  ScopedLog log;
+  const TempDir dir;
+  WriteFile(dir / "p", "# c\n");
+  ASSERT_EQ(::chmod((dir / "p").c_str(), 0640), 0);
+  struct stat before {};
+  struct stat after {};
+  ASSERT_EQ(::stat((dir / "p").c_str(), &before), 0);
+  try {
+    PARAMETER_POOL_READ_WRITE_CHANGE pool(dir / "p");
+    pool.Set<ValueType::kInt32>("a", 1);
+    throw std::runtime_error("past the pool");
+  } catch (const std::runtime_error&) {
+  }
+  EXPECT_EQ(ReadFile(dir / "p"), "# c\n" + Entry("a", 1)) << "written back by the destructor";
+  ASSERT_EQ(::stat((dir / "p").c_str(), &after), 0);
+  EXPECT_EQ(before.st_ino, after.st_ino);
+  EXPECT_EQ(before.st_mode, after.st_mode);
+  const auto files = std::filesystem::directory_iterator(dir.Path());
+  EXPECT_EQ(std::distance(begin(files), end(files)), 1);
+  EXPECT_THAT(log.Text(), ::testing::StartsWith("TRACE : init pool\nDEBUG : construct pool_rwc: " +
+                                                (dir / "p") + "\nDEBUG : copy " + (dir / "pool_")));
+}
+
+TEST(PoolUpdate, WithoutAPlaceForTheCopy) {
+  const ScopedLog log;
+  const TempDir dir;
+  std::filesystem::create_directory(dir / "d");
+  WriteFile(dir / "d/p", "# c\n");
+  PARAMETER_POOL_READ_WRITE_CHANGE pool(dir / "d/p");
+  std::filesystem::rename(dir / "d", dir / "e");  // not even root can make the copy now
+  pool.Set<ValueType::kInt32>("a", 1);
+  EXPECT_FAILS(pool.Update(), NO_UPDATE_PERMISSION_FOR_POOL,
+               "No such file or directory\nALARM : no permission to change pool file: " +
+                   (dir / "d/p") + "\n");
+  EXPECT_EQ(ReadFile(dir / "e/p"), "# c\n");
+  std::filesystem::rename(dir / "e", dir / "d");
+  pool.Close();  // what was pending still is
+  EXPECT_EQ(ReadFile(dir / "d/p"), "# c\n" + Entry("a", 1));
+}
+
+}  // namespace
