@@ -29,7 +29,12 @@ class EVERETT final : public quellmark::orbit::Evaluated<EVERETT<T>, T, POINT<T>
   }
   void Fit(std::span<const POINT<T>> points);
   void Report() const;
-  [[nodiscard]] quellmark::orbit::Jet<T> At(T x) const;
+  [[nodiscard]] quellmark::orbit::Jet<T> At(T x) const {
+    quellmark::orbit::Jet<T> jet;
+    AtAll({this, 1}, x, {&jet, 1});
+    return jet;
+  }
+  static void AtAll(std::span<const EVERETT> curves, T x, std::span<quellmark::orbit::Jet<T>> jets);
 
   /// Whether all steps and their mean are within 1e-8 of the first step.
   [[nodiscard]] virtual bool IsEquidistant(std::span<const POINT<T>> points) const;

@@ -111,30 +111,41 @@ struct EverettFactor {
 }  // namespace quellmark::orbit
 
 template <class T>
-quellmark::orbit::Jet<T> EVERETT<T>::At(T x) const {
-  const Xi xi = GetXi(x);
-  const auto count = static_cast<std::size_t>(last_ - first_ + 1);
-  const T* row = differences_.data() + (xi.i - first_);
+void EVERETT<T>::AtAll(std::span<const EVERETT> curves, T x,
+                       std::span<quellmark::orbit::Jet<T>> jets) {
+  const EVERETT& grid = curves[0];
+  const Xi xi = grid.GetXi(x);
+  const auto i = static_cast<std::size_t>(xi.i - grid.first_);
+  const auto count = static_cast<std::size_t>(grid.last_ - grid.first_ + 1);
   // One past the end of a row counts as 0.
-  const bool has_right = xi.i < last_;
-  const auto right = [&] { return has_right ? row[1] : T{0}; };
+  const bool has_right = i + 1 < count;
+  const auto right = [has_right](const T* left) { return has_right ? left[1] : T{0}; };
+  int rows = 1;
+  for (std::size_t c = 0; c < curves.size(); ++c) {
+    const T* const y = &curves[c].differences_[i];
+    rows = std::max(rows, curves[c].rows_);
+    // The large values of row 0 enter by their difference, which keeps the sum's rounding at one.
+    jets[c] = {xi.p * (right(y) - *y), right(y) - *y, T{0}};
+  }
   quellmark::orbit::EverettFactor<T> left_factor(xi.q);
   quellmark::orbit::EverettFactor<T> right_factor(xi.p);
-  // The large values of row 0 enter by their difference, which keeps the sum's rounding at one.
-  const T step = right() - row[0];
-  quellmark::orbit::Jet<T> jet{xi.p * step, step, T{0}};
-  for (int k = 1; k < rows_; ++k) {
-    row += count;
+  for (int k = 1; k < rows; ++k) {
     left_factor.Advance(k);
     right_factor.Advance(k);
-    jet.y += right_factor.e.y * right() + left_factor.e.y * row[0];
-    jet.dy += right_factor.e.dy * right() - left_factor.e.dy * row[0];
-    jet.d2y += right_factor.e.d2y * right() + left_factor.e.d2y * row[0];
+    for (std::size_t c = 0; c < curves.size(); ++c) {
+      if (k >= curves[c].rows_) continue;
+      const T* const left = &curves[c].differences_[static_cast<std::size_t>(k) * count + i];
+      jets[c].y += right_factor.e.y * right(left) + left_factor.e.y * *left;
+      jets[c].dy += right_factor.e.dy * right(left) - left_factor.e.dy * *left;
+      jets[c].d2y += right_factor.e.d2y * right(left) + left_factor.e.d2y * *left;
+    }
   }
-  jet.y += differences_[static_cast<std::size_t>(xi.i - first_)];
-  jet.dy /= h_;
-  jet.d2y /= h_ * h_;
-  return jet;
+  const T per_step = T{1} / grid.h_;
+  for (std::size_t c = 0; c < curves.size(); ++c) {
+    jets[c].y += curves[c].differences_[i];
+    jets[c].dy *= per_step;
+    jets[c].d2y *= per_step * per_step;
+  }
 }
 
 template <class T>

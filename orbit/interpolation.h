@@ -66,7 +66,7 @@ void CheckFinite(std::span<const T> coefficients, const char* kind);
 [[noreturn]] void FailNotFinite(double x);
 
 /// The virtual operations of the kind `Self` over its statically bound ones: Fit(points) builds,
-/// Report() logs, At(x) gives the Jet at a finite x.
+/// Report() logs, At(x) gives the Jet at a finite x, AtAll() those of several curves at once.
 template <class Self, class T, class P>
 class Evaluated : public INTERPOLATION<T, P> {
  public:
@@ -83,6 +83,11 @@ class Evaluated : public INTERPOLATION<T, P> {
   [[nodiscard]] T GetDerived2Y(T x) const override { return CheckedAt(x).d2y; }
 
   void Report() const {}
+  /// jets[i] becomes curves[i].At(x). The curves were created with the same settings from support
+  /// points of the same abscissae: where x lies is found for all of them together.
+  static void AtAll(std::span<const Self> curves, T x, std::span<Jet<T>> jets) {
+    for (std::size_t i = 0; i < curves.size(); ++i) jets[i] = curves[i].At(x);
+  }
 
  private:
   Self& self() { return static_cast<Self&>(*this); }

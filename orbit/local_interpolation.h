@@ -37,6 +37,13 @@ class LOCAL_INTERPOLATION final
   [[nodiscard]] quellmark::orbit::Jet<T> At(T x) const {
     return spans_[FindSpan(x)].interpolation.At(x);
   }
+  static void AtAll(std::span<const LOCAL_INTERPOLATION> curves, T x,
+                    std::span<quellmark::orbit::Jet<T>> jets) {
+    const int j = curves[0].FindSpan(x);
+    for (std::size_t i = 0; i < curves.size(); ++i) {
+      jets[i] = curves[i].spans_[j].interpolation.At(x);
+    }
+  }
   /// The spans, counted from 0.
   [[nodiscard]] const ARRAY<POLY_REF<T, I, P>>& Spans() const { return spans_; }
   /// Index of the span that answers for x; a boundary belongs to the later span.

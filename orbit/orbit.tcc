@@ -1,7 +1,7 @@
 // Bodies of orbit.h; included by the sources that list the members.
 #pragma once
 
-#include <algorithm>
+#include <array>
 #include <type_traits>
 #include <utility>
 
@@ -66,17 +66,16 @@ void ORBIT<T, S, I, P>::GetState(double abscissa_s, VECTOR_3D<double>& position,
   const T x = static_cast<T>(abscissa_s);
   if (x - x != T{0}) quellmark::orbit::FailNotFinite(abscissa_s);
   if (interpolators_.Elements().size() != 3) CheckThreeCoordinates();
-  const auto jet = [this, x](int i) {
-    const quellmark::orbit::Jet<T> at = interpolators_[i].At(x);
-    return quellmark::orbit::Jet<double>{static_cast<double>(at.y), static_cast<double>(at.dy),
-                                         static_cast<double>(at.d2y)};
+  std::array<quellmark::orbit::Jet<T>, 3> jets;
+  I::AtAll(interpolators_.Elements(), x, jets);
+  const auto vector = [&jets](T quellmark::orbit::Jet<T>::*derivative) {
+    return VECTOR_3D<double>{static_cast<double>(jets[0].*derivative),
+                             static_cast<double>(jets[1].*derivative),
+                             static_cast<double>(jets[2].*derivative)};
   };
-  const auto x_jet = jet(0);
-  const auto y_jet = jet(1);
-  const auto z_jet = jet(2);
-  position = {x_jet.y, y_jet.y, z_jet.y};
-  velocity = {x_jet.dy, y_jet.dy, z_jet.dy};
-  acceleration = {x_jet.d2y, y_jet.d2y, z_jet.d2y};
+  position = vector(&quellmark::orbit::Jet<T>::y);
+  velocity = vector(&quellmark::orbit::Jet<T>::dy);
+  acceleration = vector(&quellmark::orbit::Jet<T>::d2y);
 }
 
 template <class T, class S, class I, class P>

@@ -1,6 +1,7 @@
 // The natural cubic spline.
 #pragma once
 
+#include <algorithm>
 #include <vector>
 
 #include "orbit/interpolation.h"
@@ -12,7 +13,17 @@ template <class T>
 class SPLINE final : public quellmark::orbit::Evaluated<SPLINE<T>, T, POINT<T>> {
  public:
   void Fit(std::span<const POINT<T>> points);
-  [[nodiscard]] quellmark::orbit::Jet<T> At(T x) const;
+  [[nodiscard]] quellmark::orbit::Jet<T> At(T x) const {
+    return Holds(x) ? segments_[FindSegment(x)].At(x) : quellmark::orbit::Jet<T>{};
+  }
+  static void AtAll(std::span<const SPLINE> curves, T x, std::span<quellmark::orbit::Jet<T>> jets) {
+    if (!curves[0].Holds(x)) {
+      std::ranges::fill(jets, quellmark::orbit::Jet<T>{});
+      return;
+    }
+    const std::size_t i = curves[0].FindSegment(x);
+    for (std::size_t c = 0; c < curves.size(); ++c) jets[c] = curves[c].segments_[i].At(x);
+  }
   /// a, b, c, d of the segments one after the other, from index 0.
   [[nodiscard]] ARRAY<T> GetCoeffs() const override;
 
@@ -23,11 +34,23 @@ class SPLINE final : public quellmark::orbit::Evaluated<SPLINE<T>, T, POINT<T>> 
     T b;
     T c;
     T d;
+    [[nodiscard]] quellmark::orbit::Jet<T> At(T x) const {
+      const T t = x - left;
+      return {a + t * (b + t * (c + t * d)), b + t * (T{2} * c + T{3} * t * d),
+              T{2} * c + T{6} * t * d};
+    }
   };
   [[nodiscard]] std::span<const Segment> Segments() const { return segments_; }
   [[nodiscard]] T Last() const { return last_; }
 
  private:
+  [[nodiscard]] bool Holds(T x) const { return x >= segments_.front().left && x <= last_; }
+  /// The last segment whose left end is not above x.
+  [[nodiscard]] std::size_t FindSegment(T x) const {
+    const auto after = std::ranges::upper_bound(segments_, x, {}, &Segment::left);
+    return static_cast<std::size_t>(after - segments_.begin()) - 1;
+  }
+
   std::vector<Segment> segments_;
   T last_{};  ///< abscissa of the last support point
 };

@@ -1,9 +1,6 @@
 // Bodies of spline.h; included by the source that lists the instances.
 #pragma once
 
-#include <algorithm>
-#include <utility>
-
 #include "orbit/spline.h"
 #include "runtime/log.h"
 
@@ -46,16 +43,6 @@ void SPLINE<T>::Fit(std::span<const POINT<T>> points) {
   }
   last_ = points.back().X();
   quellmark::orbit::CheckFinite<T>(GetCoeffs().Elements(), "SPLINE");
-}
-
-template <class T>
-quellmark::orbit::Jet<T> SPLINE<T>::At(T x) const {
-  if (x < segments_.front().left || x > last_) return {};
-  const auto after = std::ranges::upper_bound(segments_, x, {}, &Segment::left);
-  const Segment& s = *std::prev(after);
-  const T t = x - s.left;
-  return {s.a + t * (s.b + t * (s.c + t * s.d)), s.b + t * (T{2} * s.c + T{3} * t * s.d),
-          T{2} * s.c + T{6} * t * s.d};
 }
 
 template <class T>

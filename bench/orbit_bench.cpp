@@ -1,0 +1,284 @@
+// Position, velocity and acceleration from an orbit, each beside a floor that does the same
+// arithmetic by hand: no choice of kinds, no checks, no log, coefficients in one block. Queries are
+// spread at random over the whole orbit.
+#include <benchmark/benchmark.h>
+#include <unistd.h>
+
+#include <array>
+#include <cmath>
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "orbit/general_orbit.h"
+#include "pool/parameter_pool.h"
+#include "runtime/log.h"
+
+namespace {
+
+using Vector = VECTOR_3D<double>;
+using Orbit = GENERAL_ORBIT<double, Vector>;
+
+constexpr double kStep_s = 10.0;
+constexpr double kRadius_m = 7.07e6;
+constexpr double kRate_rad_s = 1.066e-3;
+
+// Coordinate i (or its velocity) of a circular orbit at t [s].
+double Coordinate(int i, int derivative, double t) {
+  const double amplitude = std::array{1.0, -0.14, 0.99}[static_cast<std::size_t>(i)] * kRadius_m;
+  const double angle = kRate_rad_s * t + (i == 0 ? M_PI_2 : 0.0) + derivative * M_PI_2;
+  return amplitude * std::pow(kRate_rad_s, derivative) * std::sin(angle);
+}
+
+void WriteVector(std::ofstream& out, const std::string& key, const char* type, int count,
+                 auto element) {
+  out << '\n' << key << ' ' << type << " 1\t" << count << "\n {\n";
+  for (int j = 0; j < count; ++j) out << "   " << element(j) << '\n';
+  out << " }\n";
+}
+
+std::string Scientific(double value) {
+  std::array<char, 32> text;
+  std::snprintf(text.data(), text.size(), "%.17E", value);
+  return text.data();
+}
+
+// An orbit of `count` state vectors in UTC, one every 10 s.
+std::filesystem::path WriteOrbitPool(const std::string& interpolation, int count) {
+  const auto path = std::filesystem::temp_directory_path() /
+                    ("orbit_bench_" + std::to_string(::getpid()) + ".pool");
+  std::ofstream out(path);
+  out << "orbit_representation STR \"orbit_pool_double_utc\"\norbit_interpolation STR \""
+      << interpolation << "\"\norbit_param_key STR \"t\"\n"
+      << "orbit_reference_time STR \"2022-04-01T00:00:00Z\"\n";
+  WriteVector(out, "orbit_value_key", "STR_V", 3,
+              [](int i) { return "\"p" + std::to_string(i) + "\""; });
+  WriteVector(out, "orbit_velocity_key", "STR_V", 3,
+              [](int i) { return "\"v" + std::to_string(i) + "\""; });
+  WriteVector(out, "t", "STR_V", count, [](int j) {
+    const int t = j * static_cast<int>(kStep_s);
+    std::array<char, 64> text;
+    std::snprintf(text.data(), text.size(), "\"2022-04-%02dT%02d:%02d:%02d.000000Z\"",
+                  1 + t / 86400, t / 3600 % 24, t / 60 % 60, t % 60);
+    return std::string(text.data());
+  });
+  for (int i = 0; i < 3; ++i) {
+    for (int derivative : {0, 1}) {
+      WriteVector(out, (derivative == 0 ? "p" : "v") + std::to_string(i), "FLT_15_V", count,
+                  [&](int j) { return Scientific(Coordinate(i, derivative, j * kStep_s)); });
+    }
+  }
+  return path;
+}
+
+void Silence() {
+  quellmark::runtime::Log().SetScreenThreshold(LOG::Level::kSilent);
+  quellmark::runtime::Log().SetFileThreshold(LOG::Level::kSilent);
+}
+
+Orbit ReadOrbit(const std::filesystem::path& path) {
+  PARAMETER_POOL pool;
+  static_cast<void>(pool.Open(path));
+  Orbit orbit;
+  orbit.ReadFromParameterPool(pool);
+  return orbit;
+}
+
+Orbit MakeOrbit(const std::string& interpolation, int count) {
+  Silence();
+  const auto path = WriteOrbitPool(interpolation, count);
+  Orbit orbit = ReadOrbit(path);
+  std::filesystem::remove(path);
+  return orbit;
+}
+
+std::vector<double> QueryTimes(int count) {
+  std::mt19937 random(1);
+  std::uniform_real_distribution<double> inside(4.0 * kStep_s, (count - 5) * kStep_s);
+  std::vector<double> times(4096);
+  for (double& time : times) time = inside(random);
+  return times;
+}
+
+template <class Evaluate>
+void Run(benchmark::State& state, Evaluate evaluate) {
+  const auto times = QueryTimes(static_cast<int>(state.range(0)));
+  std::size_t next = 0;
+  Vector position, velocity, acceleration;
+  for (auto _ : state) {
+    evaluate(times[next], position, velocity, acceleration);
+    benchmark::DoNotOptimize(position);
+    benchmark::DoNotOptimize(velocity);
+    benchmark::DoNotOptimize(acceleration);
+    next = (next + 1) % times.size();
+  }
+}
+
+void RunOrbit(benchmark::State& state, const char* interpolation) {
+  const Orbit orbit = MakeOrbit(interpolation, static_cast<int>(state.range(0)));
+  Run(state, [&](double t, Vector& position, Vector& velocity, Vector& acceleration) {
+    orbit.GetState(0.0, t, position, velocity, acceleration);
+  });
+}
+
+// Newton coefficients of one coordinate over one span of kCount nodes (each standing twice with
+// derivatives), and the nodes.
+template <std::size_t kTerms>
+struct FloorSpan {
+  std::array<double, kTerms> coefficient;
+  std::array<double, kTerms> node;
+};
+
+template <std::size_t kTerms, bool kDerivatives>
+std::vector<FloorSpan<kTerms>> FloorSpans(int count) {
+  constexpr int kPerPoint = kDerivatives ? 2 : 1;
+  constexpr int kPoints = static_cast<int>(kTerms) / kPerPoint;
+  std::vector<FloorSpan<kTerms>> spans;
+  for (int j = 0; j + kPoints <= count; ++j) {
+    for (int i = 0; i < 3; ++i) {
+      FloorSpan<kTerms> span;
+      for (std::size_t k = 0; k < kTerms; ++k) {
+        span.node[k] = (j + static_cast<int>(k) / kPerPoint) * kStep_s;
+        span.coefficient[k] = Coordinate(i, 0, span.node[k]);
+      }
+      for (std::size_t k = 1; k < kTerms; ++k) {
+        for (std::size_t m = kTerms - 1; m >= k; --m) {
+          const double dx = span.node[m] - span.node[m - k];
+          span.coefficient[m] = dx == 0.0 ? Coordinate(i, 1, span.node[m])
+                                          : (span.coefficient[m] - span.coefficient[m - 1]) / dx;
+        }
+      }
+      spans.push_back(span);
+    }
+  }
+  return spans;
+}
+
+template <std::size_t kTerms, bool kDerivatives>
+void RunNewtonFloor(benchmark::State& state) {
+  constexpr std::size_t kPoints = kDerivatives ? kTerms / 2 : kTerms;
+  const auto spans = FloorSpans<kTerms, kDerivatives>(static_cast<int>(state.range(0)));
+  Run(state, [&](double t, Vector& position, Vector& velocity, Vector& acceleration) {
+    const FloorSpan<kTerms>* span =
+        &spans[3 * (static_cast<std::size_t>(t / kStep_s) - kPoints / 2 + 1)];
+    for (int i = 0; i < 3; ++i, ++span) {
+      double y = span->coefficient[kTerms - 1];
+      double dy = 0.0;
+      double d2y = 0.0;
+      for (std::size_t k = kTerms - 1; k-- > 0;) {
+        const double dx = t - span->node[k];
+        d2y = d2y * dx + dy;
+        dy = dy * dx + y;
+        y = y * dx + span->coefficient[k];
+      }
+      (i == 0 ? position.x : i == 1 ? position.y : position.z) = y;
+      (i == 0 ? velocity.x : i == 1 ? velocity.y : velocity.z) = dy;
+      (i == 0 ? acceleration.x : i == 1 ? acceleration.y : acceleration.z) = 2.0 * d2y;
+    }
+  });
+}
+
+// One coordinate of the table of central differences, four of them beside each other per point.
+using FloorDifferences = std::vector<std::array<double, 4>>;
+
+FloorDifferences DifferencesOf(int i, int count) {
+  FloorDifferences table(static_cast<std::size_t>(count));
+  for (int j = 0; j < count; ++j) {
+    table[static_cast<std::size_t>(j)][0] = Coordinate(i, 0, j * kStep_s);
+  }
+  for (std::size_t k = 1; k < 4; ++k) {
+    for (std::size_t j = k; j + k < table.size(); ++j) {
+      table[j][k] = table[j - 1][k - 1] - 2.0 * table[j][k - 1] + table[j + 1][k - 1];
+    }
+  }
+  return table;
+}
+
+// E_0 .. E_3 with first and second derivative at u.
+struct FloorFactors {
+  double e[4], de[4], d2e[4];
+  explicit FloorFactors(double u) {
+    const double s = u * u;
+    e[0] = u;
+    e[1] = u * (s - 1.0) / 6.0;
+    e[2] = e[1] * (s - 4.0) / 20.0;
+    e[3] = e[2] * (s - 9.0) / 42.0;
+    de[0] = 1.0;
+    de[1] = (3.0 * s - 1.0) / 6.0;
+    de[2] = ((5.0 * s - 15.0) * s + 4.0) / 120.0;
+    de[3] = (((7.0 * s - 70.0) * s + 147.0) * s - 36.0) / 5040.0;
+    d2e[0] = 0.0;
+    d2e[1] = u;
+    d2e[2] = u * (20.0 * s - 30.0) / 120.0;
+    d2e[3] = u * ((42.0 * s - 280.0) * s + 294.0) / 5040.0;
+  }
+};
+
+void BM_EverettFloor(benchmark::State& state) {
+  const int count = static_cast<int>(state.range(0));
+  const std::array tables = {DifferencesOf(0, count), DifferencesOf(1, count),
+                             DifferencesOf(2, count)};
+  Run(state, [&](double t, Vector& position, Vector& velocity, Vector& acceleration) {
+    const double scaled = t / kStep_s;
+    const auto j = static_cast<std::size_t>(scaled);
+    const double p = scaled - static_cast<double>(j);
+    const FloorFactors right(p);
+    const FloorFactors left(1.0 - p);
+    for (std::size_t i = 0; i < 3; ++i) {
+      const auto& here = tables[i][j];
+      const auto& next = tables[i][j + 1];
+      double y = 0.0, dy = 0.0, d2y = 0.0;
+      for (std::size_t k = 0; k < 4; ++k) {
+        y += right.e[k] * next[k] + left.e[k] * here[k];
+        dy += right.de[k] * next[k] - left.de[k] * here[k];
+        d2y += right.d2e[k] * next[k] + left.d2e[k] * here[k];
+      }
+      (i == 0 ? position.x : i == 1 ? position.y : position.z) = y;
+      (i == 0 ? velocity.x : i == 1 ? velocity.y : velocity.z) = dy / kStep_s;
+      (i == 0   ? acceleration.x
+       : i == 1 ? acceleration.y
+                : acceleration.z) = d2y / (kStep_s * kStep_s);
+    }
+  });
+}
+
+void BM_LocalHermite(benchmark::State& state) { RunOrbit(state, "localhermite_7_4"); }
+void BM_LocalHermiteFloor(benchmark::State& state) { RunNewtonFloor<8, true>(state); }
+void BM_LocalPolynom(benchmark::State& state) { RunOrbit(state, "localpolynom_7_8"); }
+void BM_LocalPolynomFloor(benchmark::State& state) { RunNewtonFloor<8, false>(state); }
+void BM_Everett(benchmark::State& state) { RunOrbit(state, "everett_6"); }
+
+BENCHMARK(BM_LocalHermiteFloor)->Arg(16)->Arg(1000)->Arg(100000);
+BENCHMARK(BM_LocalHermite)->Arg(16)->Arg(1000)->Arg(100000);
+BENCHMARK(BM_LocalPolynomFloor)->Arg(16)->Arg(1000)->Arg(100000);
+BENCHMARK(BM_LocalPolynom)->Arg(16)->Arg(1000)->Arg(100000);
+BENCHMARK(BM_EverettFloor)->Arg(16)->Arg(1000)->Arg(100000);
+BENCHMARK(BM_Everett)->Arg(16)->Arg(1000)->Arg(100000);
+
+// Reads a pool of state vectors and builds the orbit.
+void BM_Read(benchmark::State& state, const char* interpolation) {
+  Silence();
+  const auto path = WriteOrbitPool(interpolation, static_cast<int>(state.range(0)));
+  for (auto _ : state) {
+    const Orbit orbit = ReadOrbit(path);
+    benchmark::DoNotOptimize(&orbit);
+  }
+  std::filesystem::remove(path);
+}
+
+BENCHMARK_CAPTURE(BM_Read, localhermite, "localhermite_7_4")
+    ->Arg(100000)
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_Read, localpolynom, "localpolynom_7_8")
+    ->Arg(100000)
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_Read, everett, "everett_6")->Arg(100000)->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_Read, localpolyfit, "localpolyfit_5_8")
+    ->Arg(100000)
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_Read, polynom, "polynom")->Arg(100000)->Unit(benchmark::kMillisecond);
+
+}  // namespace
