@@ -4,10 +4,12 @@
 #include <unistd.h>
 
 #include <array>
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "runtime/controller_ifc.h"
@@ -185,7 +187,8 @@ TEST(Controller, ExitsLeaveTheirStatusFile) {
   };
   for (const Row& row : rows) {
     const TempDir directory;
-    WriteFile(directory / "OK.quellmark", "0 and more of an older kind");
+    WriteFile(directory / "OK.quellmark", "0 of an older run");
+    WriteFile(directory / "ERROR.quellmark", "1 of an older run");
     Child child(directory.Path(), Step({"-lfn", "log"}, row.end));
     EXPECT_EQ(child.Wait().exit_status, row.exit_status);
     EXPECT_EQ(StatusFiles(directory), row.files);
@@ -306,7 +309,7 @@ TEST(Keyboard, EndOfInputIsAMissingParameter) {
   }
 }
 
-TEST(Keyboard, TimeOutEndsTheProcessByItsAlarm) {
+TEST(Keyboard, TimeOutEndsTheProcessByItsAlarmUnlessItIsAnswered) {
   const TempDir directory;
   Child child(
       directory.Path(),
@@ -316,12 +319,16 @@ TEST(Keyboard, TimeOutEndsTheProcessByItsAlarm) {
         return Step({"-lfn", "log"}, [](CONTROLLER_IFC& controller) {
           std::string value;
           controller.GetParameter("A", value);
+          std::this_thread::sleep_for(std::chrono::milliseconds(1200));
+          controller.GetParameter("B", value);
           return 0;
         })();
       },
       Child::Streams::kTerminal);
-  const ProgramRun run = child.Wait();
-  EXPECT_EQ(run.signal, SIGALRM);
+  child.WaitFor("A := ");
+  child.Type("a\n");
+  child.WaitFor("B := ");
+  EXPECT_EQ(child.Wait().signal, SIGALRM);
   EXPECT_EQ(StatusFiles(directory), "ERROR.quellmark=1 ");
   EXPECT_THAT(ReadFile(directory / "log"), EndsWith("waiting 1 seconds for input\n"));
 }

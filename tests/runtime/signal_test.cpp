@@ -9,6 +9,7 @@
 #include <array>
 #include <chrono>
 #include <csignal>
+#include <cstdint>
 #include <filesystem>
 #include <string>
 #include <thread>
@@ -162,23 +163,25 @@ TEST(FatalSignal, WaitsUntilTheHoldEnds) {
   }
 }
 
-// A log that nobody reads blocks the handler, a screen that nobody reads must not.
+// A log that nobody reads blocks the handler.
 TEST(FatalSignal, SecondOneEndsTheProcessAtOnce) {
-  const TempDir directory;
-  ASSERT_EQ(::mkfifo((directory / "log").c_str(), 0600), 0);
-  const basic::UniqueFd fifo(::open((directory / "log").c_str(), O_RDWR | O_NONBLOCK));
-  Child child(directory.Path(), Step(kArguments, Process));
-  child.WaitFor("ready");
-  const std::string block(4096, 'x');
-  while (::write(fifo.Get(), block.data(), block.size()) > 0) {
+  for (const int second : {SIGTERM, SIGINT}) {
+    const TempDir directory;
+    ASSERT_EQ(::mkfifo((directory / "log").c_str(), 0600), 0);
+    const basic::UniqueFd fifo(::open((directory / "log").c_str(), O_RDWR | O_NONBLOCK));
+    Child child(directory.Path(), Step(kArguments, Process));
+    child.WaitFor("ready");
+    const std::string block(4096, 'x');
+    while (::write(fifo.Get(), block.data(), block.size()) > 0) {
+    }
+    ASSERT_EQ(::kill(child.Pid(), SIGTERM), 0);
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    ASSERT_EQ(::waitpid(child.Pid(), nullptr, WNOHANG), 0) << "the handler was not held up";
+    std::filesystem::remove(directory / "OK.quellmark");
+    ASSERT_EQ(::kill(child.Pid(), second), 0);
+    EXPECT_EQ(child.Wait().exit_status, 1);
+    EXPECT_FALSE(std::filesystem::exists(directory / "ERROR.quellmark")) << "more was done";
   }
-  ASSERT_EQ(::kill(child.Pid(), SIGTERM), 0);
-  std::this_thread::sleep_for(std::chrono::milliseconds(100));
-  ASSERT_EQ(::waitpid(child.Pid(), nullptr, WNOHANG), 0) << "the handler was not held up";
-  std::filesystem::remove(directory / "ERROR.quellmark");
-  ASSERT_EQ(::kill(child.Pid(), SIGINT), 0);
-  EXPECT_EQ(child.Wait().exit_status, 1);
-  EXPECT_FALSE(std::filesystem::exists(directory / "ERROR.quellmark")) << "nothing more was done";
 }
 
 TEST(FatalSignal, DoesNotWaitForTheScreen) {
@@ -196,18 +199,28 @@ TEST(FatalSignal, DoesNotWaitForTheScreen) {
   ExpectOrderlyEnd(directory, child.Wait(), kFatal[9]);
 }
 
-TEST(FatalSignal, FullDiskIsOneForOtherFilesThanTheLog) {
+void LimitFileSize(std::uintmax_t size) {
+  const rlimit limit{.rlim_cur = size, .rlim_max = size};
+  EXPECT_EQ(::setrlimit(RLIMIT_FSIZE, &limit), 0);
+}
+
+TEST(FatalSignal, FileSizeLimitIsOneUnlessLogOrStatusFilesReachIt) {
   const TempDir directory;
-  Child child(directory.Path(), Step(kArguments, [](CONTROLLER_IFC&) {
-                const auto size = std::filesystem::file_size("log");
-                const rlimit limit{.rlim_cur = size + 1, .rlim_max = size + 1};
-                ::setrlimit(RLIMIT_FSIZE, &limit);
-                LogLine(LogLevel::kAlarm, "does not fit and does no harm\n");
+  Child step(directory.Path(), Step(kArguments, [](CONTROLLER_IFC& controller) {
+               LimitFileSize(0);
+               LogLine(LogLevel::kAlarm, "does not fit and does no harm\n");
+               return controller.SuccessReturn() + 40;
+             }));
+  EXPECT_EQ(step.Wait().exit_status, 40);
+
+  Child fatal(directory.Path(), Step(kArguments, [](CONTROLLER_IFC&) {
+                LimitFileSize(std::filesystem::file_size("log") + 1);
+                std::filesystem::remove("ERROR.quellmark");
                 const basic::UniqueFd pool(::open("pool", O_WRONLY | O_CREAT, 0600));
                 return ::pwrite(pool.Get(), "x", 1, 1 << 20) == 1 ? 0 : 3;
               }));
-  EXPECT_EQ(child.Wait().exit_status, 1);
-  EXPECT_EQ(ReadFile(directory / "ERROR.quellmark"), "1");
+  EXPECT_EQ(fatal.Wait().exit_status, 1);
+  EXPECT_EQ(ReadFile(directory / "ERROR.quellmark"), "1") << "though its log did not fit";
 }
 
 TEST(SignalNames, AreKnownFrom1To31) {
