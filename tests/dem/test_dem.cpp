@@ -44,8 +44,8 @@ int TerrainAt(int lon_index, int lat_index) {
 double TerrainHeight(const TestDem& dem, double longitude_deg, double latitude_deg) {
   const long double step = static_cast<long double>(dem.resolution_arcsec) / 3600;
   const long double shift = dem.annotation == "PIXEL_EDGE" ? 0.5L : 0.0L;
-  const long double u = longitude_deg / step - shift;
-  const long double v = latitude_deg / step - shift;
+  const long double u = static_cast<long double>(longitude_deg) / step - shift;
+  const long double v = static_cast<long double>(latitude_deg) / step - shift;
   const auto at = [&](long i, long j) -> long double {  // any i: the globe closes
     const long count = dem.LonCount();
     const long wrapped = ((i + count / 2) % count + count) % count - count / 2;
