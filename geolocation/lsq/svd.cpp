@@ -27,22 +27,37 @@ class Decomposition {
 
   // Whether the iteration has converged.
   bool Run() {
+    if (!Normalise()) return false;
     Bidiagonalise();
     AccumulateRight();
     AccumulateLeft();
     norm_ = 0;
-    for (int i = 1; i <= n_; ++i) {
-      const T size = std::abs(w_[i]) + std::abs(e_[i]);
-      if (!std::isfinite(size)) return false;
-      norm_ = std::max(norm_, size);
-    }
+    for (int i = 1; i <= n_; ++i) norm_ = std::max(norm_, std::abs(w_[i]) + std::abs(e_[i]));
     for (int k = n_; k >= 1; --k) {
       if (!Diagonalise(k)) return false;
     }
+    for (int k = 1; k <= n_; ++k) w_[k] = std::scalbn(w_[k], exponent_);
     return true;
   }
 
  private:
+  // Brings the largest element to the order of 1, exactly, so that what follows neither overflows
+  // nor loses the bits of small numbers; gives whether all elements are finite.
+  bool Normalise() {
+    T largest = 0;
+    for (int i = 1; i <= m_; ++i) {
+      for (int j = 1; j <= n_; ++j) {
+        if (!std::isfinite(a_[i][j])) return false;
+        largest = std::max(largest, std::abs(a_[i][j]));
+      }
+    }
+    exponent_ = largest != T(0) ? std::ilogb(largest) : 0;
+    for (int i = 1; i <= m_; ++i) {
+      for (int j = 1; j <= n_; ++j) a_[i][j] = std::scalbn(a_[i][j], -exponent_);
+    }
+    return true;
+  }
+
   void Bidiagonalise() {
     e_[1] = 0;
     for (int i = 1; i <= n_; ++i) {
@@ -52,7 +67,7 @@ class Decomposition {
   }
 
   // Turns column i, below the diagonal, to zeros; gives the diagonal element. Scaled, so that the
-  // squares neither overflow nor vanish.
+  // squares do not vanish.
   T ReflectColumn(int i) {
     T scale = 0;
     for (int k = i; k <= m_; ++k) scale += std::abs(a_[k][i]);
@@ -115,12 +130,13 @@ class Decomposition {
   // Applies the reflection of u and g to the columns first..n of V; the column `spare` is
   // overwritten.
   void ApplyReflection(const T* u, int first, T g, int spare) {
-    // Divided twice, since the product of the two may underflow.
-    for (int k = first; k <= n_; ++k) v_[k][spare] = u[k] / u[first] / g;
+    // Divided by g here, where the quotients are moderate: 1 / g might overflow.
+    for (int k = first; k <= n_; ++k) v_[k][spare] = u[k] / g;
     for (int j = first; j <= n_; ++j) {
       T product = 0;
-      for (int k = first; k <= n_; ++k) product += u[k] * v_[k][j];
-      for (int k = first; k <= n_; ++k) v_[k][j] += product * v_[k][spare];
+      for (int k = first; k <= n_; ++k) product += v_[k][spare] * v_[k][j];
+      const T factor = product / v_[first][spare];
+      for (int k = first; k <= n_; ++k) v_[k][j] += factor * v_[k][spare];
     }
   }
 
@@ -134,13 +150,13 @@ class Decomposition {
         a_[i][i] = 1;
         continue;
       }
+      for (int k = i; k <= m_; ++k) a_[k][i] /= g;
       for (int j = i + 1; j <= n_; ++j) {
         T product = 0;
         for (int k = i + 1; k <= m_; ++k) product += a_[k][i] * a_[k][j];
-        const T factor = product / a_[i][i] / g;
+        const T factor = product / a_[i][i];
         for (int k = i; k <= m_; ++k) a_[k][j] += factor * a_[k][i];
       }
-      for (int k = i; k <= m_; ++k) a_[k][i] /= g;
       a_[i][i] += T(1);
     }
   }
@@ -263,7 +279,8 @@ class Decomposition {
   T* w_;
   Rows v_;
   T* e_;
-  T norm_ = 0;  ///< of the bidiagonal form: what is small beside it counts as zero
+  int exponent_ = 0;  // the matrix was divided by this power of two
+  T norm_ = 0;        // of the bidiagonal form: what is small beside it counts as zero
 };
 
 template <class T, class Rows>

@@ -25,9 +25,10 @@ struct SvdfitWorkspace {
 
 }  // namespace quellmark::lsq
 
-/// Decomposes a (m x n) = U diag(w) V^T: U overwrites a, w[1..n] gets the singular values (not
-/// negative, in no order), v (n x n) gets V, not its transpose. Golub and Reinsch, "Singular value
-/// decomposition and least squares solutions", Numer. Math. 14 (1970). All indices run from 1.
+/// Decomposes a (m x n, neither 0) = U diag(w) V^T: U overwrites a, w[1..n] gets the singular
+/// values (not negative, in no order), v (n x n) gets V, not its transpose. Golub and Reinsch,
+/// "Singular value decomposition and least squares solutions", Numer. Math. 14 (1970). All indices
+/// run from 1.
 ///
 /// Ends the process through fail_run_time() with "no convergence in 30 svdcmp iterations", also
 /// when an element is not finite. T is float or double.

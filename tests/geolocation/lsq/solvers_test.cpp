@@ -1,0 +1,266 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <string>
+
+#include "geolocation/lsq/gaussj.h"
+#include "geolocation/lsq/lfit.h"
+#include "tests/geolocation/lsq/reference.h"
+#include "tests/support/allocation_counter.h"
+#include "tests/support/expect_fails.h"
+
+namespace quellmark::test {
+namespace {
+
+using lsq::LfitWorkspace;
+using testing::ExitedWithCode;
+using testing::StrEq;
+
+std::string Report(const std::string& message) {
+  return "Numerical Recipes run-time error...\n" + message + "\n...now exiting to system...\n";
+}
+
+template <class T>
+struct PivotRoom {
+  explicit PivotRoom(int n)
+      : indxc(RANGE<int>(1, n)), indxr(RANGE<int>(1, n)), ipiv(RANGE<int>(1, n)) {}
+  void Solve(MATRIX<T>& a, MATRIX<T>& b) {
+    gaussj_fast(a, a.Rows().Length(), b, b.Columns().Length(), indxc, indxr, ipiv);
+  }
+  ARRAY<int> indxc;
+  ARRAY<int> indxr;
+  ARRAY<int> ipiv;
+};
+
+template <class T>
+class Solvers : public testing::Test {};
+using Numbers = testing::Types<float, double>;
+TYPED_TEST_SUITE(Solvers, Numbers);
+
+// Solves with both flavours and compares solution and inverse with the quadruple ones. A backward
+// stable elimination errs by a small multiple of n * condition * epsilon; observed are less than
+// 0.4.
+template <class T>
+void ExpectSolved(const MATRIX<T>& a) {
+  const int n = a.Rows().Length();
+  SCOPED_TRACE(n);
+  const MATRIX<T> b = Random<T>(n, 2);
+  MATRIX<T> inverse = a;
+  MATRIX<T> solution = b;
+  gaussj(RowPointers(inverse).data(), n, RowPointers(solution).data(), 2);
+
+  const QuadMatrix exact_inverse = Inverse(ToQuad(a));
+  const double condition = Norm(ToQuad(a)) * Norm(exact_inverse);
+  const double bound = n * condition * static_cast<double>(std::numeric_limits<T>::epsilon());
+  EXPECT_LE(Distance(ToQuad(inverse), exact_inverse), bound);
+  EXPECT_LE(Distance(ToQuad(solution), Times(exact_inverse, ToQuad(b))), bound);
+
+  MATRIX<T> fast_inverse = a;
+  MATRIX<T> fast_solution = b;
+  PivotRoom<T> room(n);
+  const std::size_t allocations = AllocationCount();
+  room.Solve(fast_inverse, fast_solution);
+  EXPECT_EQ(AllocationCount(), allocations);
+  EXPECT_TRUE(std::ranges::equal(fast_inverse.Elements(), inverse.Elements()));
+  EXPECT_TRUE(std::ranges::equal(fast_solution.Elements(), solution.Elements()));
+}
+
+TYPED_TEST(Solvers, EliminationIsAsGoodAsTheSystemsCondition) {
+  for (int n = 1; n <= 20; ++n) ExpectSolved(Random<TypeParam>(n, n));
+  // The condition grows by a factor of 30 with n: as far as the type reaches.
+  for (int n = 1; n <= (sizeof(TypeParam) == sizeof(double) ? 10 : 5); ++n) {
+    ExpectSolved(Hilbert<TypeParam>(n));
+  }
+}
+
+TEST(Elimination, LastOfEqualPivotsWins) {
+  MATRIX<double> a = Filled<double>(2, 2, [](int i, int j) { return i == j ? 1.0 : 2.0; });
+  MATRIX<double> b = Filled<double>(2, 1, [](int, int) { return 3.0; });
+  PivotRoom<double> room(2);
+  room.Solve(a, b);
+  EXPECT_EQ(room.indxr[1], 2);
+  EXPECT_EQ(room.indxc[1], 1);
+  EXPECT_EQ(b(1, 1), 1.0);
+  EXPECT_EQ(b(2, 1), 1.0);
+}
+
+TEST(Elimination, SingularSystemsFailInTheWordsOfTheFlavour) {
+  struct Row {
+    int n;
+    std::vector<double> elements;
+    const char* message;
+  };
+  const double nan = std::numeric_limits<double>::quiet_NaN();
+  for (const Row& row :
+       {Row{1, {0.0}, "Singular Matrix-2"}, Row{2, {1.0, 2.0, 1.0, 2.0}, "Singular Matrix-2"},
+        Row{3, {1.0, 2.0, 3.0, 4.0, 5.0, 6.0, 0.0, 0.0, 0.0}, "Singular Matrix-2"},
+        Row{1, {nan}, "Singular Matrix-1"}, Row{2, {nan, 1.0, 1.0, nan}, "Singular Matrix-1"}}) {
+    SCOPED_TRACE(testing::PrintToString(row.elements));
+    MATRIX<double> a(RANGE<int>(1, row.n), RANGE<int>(1, row.n));
+    std::ranges::copy(row.elements, a.Elements().begin());
+    MATRIX<double> b(RANGE<int>(1, row.n), RANGE<int>(1, 1));
+    PivotRoom<double> room(row.n);
+    MATRIX<double> kept = a;
+    EXPECT_THROWS_TEXT(room.Solve(a, b), std::string("gaussj_fast: ") + row.message);
+    EXPECT_EXIT(gaussj(RowPointers(kept).data(), row.n, RowPointers(b).data(), 1),
+                ExitedWithCode(1), StrEq(Report(std::string("gaussj: ") + row.message)));
+  }
+}
+
+// The samples of one fit and both flavours of it.
+template <class T>
+struct FitCase {
+  ARRAY<T> x;
+  ARRAY<T> y;
+  ARRAY<T> sig;
+  ARRAY<T> a;
+  ARRAY<int> ia;
+  MATRIX<T> covar;
+  T chisq = 0;
+  LfitWorkspace<T> work;
+
+  FitCase(ARRAY<T> x_, ARRAY<T> y_, ARRAY<T> sig_, ARRAY<T> a_, ARRAY<int> ia_)
+      : x(std::move(x_)),
+        y(std::move(y_)),
+        sig(std::move(sig_)),
+        a(std::move(a_)),
+        ia(std::move(ia_)),
+        covar(ia.Range(), ia.Range()) {
+    EXPECT_EQ(work.Create(ia.Length()), 0);
+  }
+  void RunFast(lsq::BasisFunctions<T> funcs = Powers<T>) {
+    lfit_fast(x, y, sig, x.Length(), a, ia, ia.Length(), covar, chisq, funcs, work);
+  }
+  void RunPlain(lsq::BasisFunctions<T> funcs = Powers<T>) {
+    lfit(x.Data(1), y.Data(1), sig.Data(1), x.Length(), a.Data(1), ia.Data(1), ia.Length(),
+         RowPointers(covar).data(), &chisq, funcs);
+  }
+};
+
+// Parameters and covariance of a polynomial fit with quadruple normal equations.
+template <class T>
+void ExpectFitted(const FitCase<T>& fit, const ARRAY<T>& before) {
+  std::vector<int> fitted;
+  for (int j = 1; j <= fit.ia.Length(); ++j) {
+    if (fit.ia[j] != 0) fitted.push_back(j);
+  }
+  QuadMatrix normal(fitted.size(), std::vector<Quad>(fitted.size(), 0));
+  QuadMatrix right(fitted.size(), std::vector<Quad>(1, 0));
+  for (int i = 1; i <= fit.x.Length(); ++i) {
+    std::vector<Quad> powers(static_cast<std::size_t>(fit.ia.Length()) + 1, 1);
+    for (std::size_t j = 2; j < powers.size(); ++j) {
+      powers[j] = powers[j - 1] * static_cast<Quad>(fit.x[i]);
+    }
+    const auto power = [&](int j) { return powers[static_cast<std::size_t>(j)]; };
+    Quad y = fit.y[i];
+    for (int j = 1; j <= fit.ia.Length(); ++j) {
+      if (fit.ia[j] == 0) y -= static_cast<Quad>(before[j]) * power(j);
+    }
+    const Quad weight = 1 / (static_cast<Quad>(fit.sig[i]) * static_cast<Quad>(fit.sig[i]));
+    for (std::size_t p = 0; p < fitted.size(); ++p) {
+      for (std::size_t q = 0; q < fitted.size(); ++q) {
+        normal[p][q] += power(fitted[p]) * power(fitted[q]) * weight;
+      }
+      right[p][0] += power(fitted[p]) * y * weight;
+    }
+  }
+  const QuadMatrix covariance = Inverse(normal);
+  const QuadMatrix solution = Times(covariance, right);
+  // The normal equations square the condition of the basis; the sums over the samples add their
+  // share to what the elimination loses.
+  const double bound = fit.x.Length() * Norm(normal) * Norm(covariance) *
+                       static_cast<double>(std::numeric_limits<T>::epsilon());
+  ASSERT_LT(bound, 1.0) << "the case is worth nothing";
+  QuadMatrix got(fitted.size());
+  QuadMatrix got_covariance(fitted.size());
+  double outside = 0.0;
+  for (const T element : fit.covar.Elements()) outside += std::abs(static_cast<double>(element));
+  for (std::size_t p = 0; p < fitted.size(); ++p) {
+    got[p] = {static_cast<Quad>(fit.a[fitted[p]])};
+    for (const int column : fitted) {
+      got_covariance[p].push_back(static_cast<Quad>(fit.covar(fitted[p], column)));
+      outside -= std::abs(static_cast<double>(fit.covar(fitted[p], column)));
+    }
+  }
+  EXPECT_LE(Distance(got, solution), bound);
+  EXPECT_LE(Distance(got_covariance, covariance), bound);
+  EXPECT_NEAR(outside, 0.0, 1e-12) << "covariance of parameters that are kept";
+}
+
+TYPED_TEST(Solvers, FitIsAsGoodAsTheNormalEquations) {
+  using T = TypeParam;
+  constexpr int kSamples = 25;
+  const RANGE<int> samples(1, kSamples);
+  ARRAY<T> x(samples);
+  ARRAY<T> y(samples);
+  ARRAY<T> sig(samples);
+  const MATRIX<T> noise = Random<T>(kSamples, 2);
+  for (int i = 1; i <= kSamples; ++i) {
+    x[i] = static_cast<T>(i - 13) / T(8);
+    sig[i] = T(1) + noise(i, 2) / T(2);
+    y[i] = T(3) - x[i] + T(2) * x[i] * x[i] + noise(i, 1);
+  }
+  const ARRAY<T> start(1, {T(2.5), T(-1), T(1.5), T(0.25)});
+  for (int kept = 0; kept < 15; ++kept) {  // every choice of parameters but none
+    SCOPED_TRACE(kept);
+    ARRAY<int> ia(RANGE<int>(1, 4));
+    for (int j = 0; j < 4; ++j) ia[j + 1] = (kept >> j & 1) == 0 ? 1 : 0;
+    FitCase<T> plain(x, y, sig, start, ia);
+    plain.RunPlain();
+    ExpectFitted(plain, start);
+    for (int j = 1; j <= 4; ++j) {
+      if (ia[j] == 0) {
+        EXPECT_EQ(plain.a[j], start[j]);
+      }
+    }
+    FitCase<T> fast(x, y, sig, start, ia);
+    const std::size_t allocations = AllocationCount();
+    fast.RunFast();
+    EXPECT_EQ(AllocationCount(), allocations);
+    EXPECT_TRUE(std::ranges::equal(fast.a.Elements(), plain.a.Elements()));
+    EXPECT_TRUE(std::ranges::equal(fast.covar.Elements(), plain.covar.Elements()));
+    EXPECT_EQ(fast.chisq, plain.chisq);
+  }
+}
+
+TEST(Fit, AsManyParametersAsSamplesInterpolate) {
+  // 4 - 3 x + x^3 at the trial points -1, 0, 1, 2.
+  FitCase<double> fit(ARRAY<double>(1, {-1.0, 0.0, 1.0, 2.0}),
+                      ARRAY<double>(1, {6.0, 4.0, 2.0, 6.0}),
+                      ARRAY<double>(1, {1.0, 0.5, 2.0, 1.0}), ARRAY<double>(RANGE<int>(1, 4)),
+                      ARRAY<int>(1, {1, 1, 1, 1}));
+  fit.RunFast();
+  EXPECT_NEAR(fit.chisq, 0.0, 1e-24);  // the square of a residual that is rounding only
+  EXPECT_NEAR(fit.a[1], 4.0, 1e-13);
+  EXPECT_NEAR(fit.a[2], -3.0, 1e-13);
+  EXPECT_NEAR(fit.a[4], 1.0, 1e-13);
+}
+
+TEST(Fit, ChiSquareIsInUnitsOfTheDeviations) {
+  // The mean of 1 and 3 is 2: one deviation of 1/0.5 and one of 1/0.5.
+  FitCase<double> fit(ARRAY<double>(1, {0.0, 0.0}), ARRAY<double>(1, {1.0, 3.0}),
+                      ARRAY<double>(1, {0.5, 0.5}), ARRAY<double>(1, {0.0}), ARRAY<int>(1, {1}));
+  fit.RunFast();
+  EXPECT_EQ(fit.a[1], 2.0);
+  EXPECT_EQ(fit.chisq, 8.0);
+  EXPECT_EQ(fit.covar(1, 1), 0.125);
+}
+
+TEST(Fit, FailsInTheWordsOfTheFlavour) {
+  FitCase<double> fit(ARRAY<double>(1, {0.0, 1.0}), ARRAY<double>(1, {1.0, 3.0}),
+                      ARRAY<double>(1, {1.0, 1.0}), ARRAY<double>(1, {5.0, 6.0}),
+                      ARRAY<int>(1, {0, 0}));
+  EXPECT_THROWS_TEXT(fit.RunFast(), "lfit_fast: no parameters to be fitted");
+  EXPECT_EXIT(fit.RunPlain(), ExitedWithCode(1), StrEq(Report("lfit: no parameters to be fitted")));
+  fit.ia = ARRAY<int>(1, {1, 1});
+  const auto twice_the_same = [](double x, double afunc[], int) { afunc[1] = afunc[2] = x; };
+  EXPECT_THROWS_TEXT(fit.RunFast(twice_the_same), "gaussj_fast: Singular Matrix-2");
+  EXPECT_EQ(fit.a[2], 6.0);
+  EXPECT_EXIT(fit.RunPlain(twice_the_same), ExitedWithCode(1),
+              StrEq(Report("gaussj: Singular Matrix-2")));
+}
+
+}  // namespace
+}  // namespace quellmark::test

@@ -1,0 +1,247 @@
+#include "geolocation/lsq/svd.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <functional>
+#include <limits>
+
+#include "tests/geolocation/lsq/reference.h"
+#include "tests/support/allocation_counter.h"
+#include "tests/support/expect_fails.h"
+
+namespace quellmark::test {
+namespace {
+
+constexpr const char* kNoConvergence = "no convergence in 30 svdcmp iterations";
+
+template <class T>
+class Decomposition : public testing::Test {};
+using Numbers = testing::Types<float, double>;
+TYPED_TEST_SUITE(Decomposition, Numbers);
+
+template <class T>
+struct Factors {
+  MATRIX<T> u;
+  ARRAY<T> w;
+  MATRIX<T> v;
+
+  explicit Factors(MATRIX<T> a) : u(std::move(a)), w(u.Columns()), v(u.Columns(), u.Columns()) {}
+  void Decompose() {
+    ARRAY<T> rv1(w.Range());
+    const std::size_t allocations = AllocationCount();
+    svdcmp_fast(u, u.Rows().Length(), w.Length(), w, v, rv1);
+    EXPECT_EQ(AllocationCount(), allocations);
+  }
+};
+
+QuadMatrix Transposed(const QuadMatrix& a) {
+  QuadMatrix result(a[0].size());
+  for (const auto& row : a) {
+    for (std::size_t j = 0; j < row.size(); ++j) result[j].push_back(row[j]);
+  }
+  return result;
+}
+
+double DistanceFromIdentity(const QuadMatrix& a) {
+  QuadMatrix identity(a.size(), std::vector<Quad>(a.size(), 0));
+  for (std::size_t i = 0; i < a.size(); ++i) identity[i][i] = 1;
+  return Distance(a, identity);
+}
+
+// U diag(w) V^T against the matrix, and V^T V and U^T U against the identity. What is summed up
+// from the m + n reflections and the rotations is a small multiple of epsilon; observed are less
+// than (m + n) / 4 of them.
+template <class T>
+Factors<T> ExpectDecomposed(const MATRIX<T>& a) {
+  const int m = a.Rows().Length();
+  const int n = a.Columns().Length();
+  SCOPED_TRACE(testing::Message() << m << " x " << n);
+  Factors<T> factors(a);
+  factors.Decompose();
+  const double bound = (m + n) * static_cast<double>(std::numeric_limits<T>::epsilon());
+  QuadMatrix scaled = ToQuad(factors.u);
+  for (auto& row : scaled) {
+    for (std::size_t j = 0; j < row.size(); ++j) row[j] *= factors.w.Elements()[j];
+  }
+  const QuadMatrix v = ToQuad(factors.v);
+  EXPECT_LE(Distance(Times(scaled, Transposed(v)), ToQuad(a)), bound);
+  EXPECT_LE(DistanceFromIdentity(Times(Transposed(v), v)), bound);
+  if (m >= n) {
+    const QuadMatrix u = ToQuad(factors.u);
+    EXPECT_LE(DistanceFromIdentity(Times(Transposed(u), u)), bound);
+  }
+  for (const T value : factors.w.Elements()) EXPECT_GE(value, T(0));
+
+  Factors<T> plain(a);
+  svdcmp(RowPointers(plain.u).data(), m, n, plain.w.Data(1), RowPointers(plain.v).data());
+  EXPECT_TRUE(std::ranges::equal(plain.u.Elements(), factors.u.Elements()));
+  EXPECT_TRUE(std::ranges::equal(plain.w.Elements(), factors.w.Elements()));
+  EXPECT_TRUE(std::ranges::equal(plain.v.Elements(), factors.v.Elements()));
+  return factors;
+}
+
+TYPED_TEST(Decomposition, HoldsForAllShapes) {
+  using T = TypeParam;
+  for (const auto& [m, n] : {std::pair{1, 1}, {5, 1}, {1, 5}, {2, 2}, {8, 8}, {40, 9}, {3, 7}}) {
+    ExpectDecomposed(Random<T>(m, n));
+    ExpectDecomposed(Filled<T>(m, n, [](int, int) { return 1; }));           // rank 1
+    ExpectDecomposed(Filled<T>(m, n, [](int i, int j) { return i == j; }));  // all values equal
+    ExpectDecomposed(Filled<T>(m, n, [](int i, int j) { return j == 1 ? 0 : i + j; }));
+  }
+  ExpectDecomposed(Hilbert<T>(12));
+  // A zero on the diagonal of the bidiagonal form takes a path of its own.
+  ExpectDecomposed(Filled<T>(5, 5, [](int i, int j) { return j == i + 1 ? i : 0; }));
+  ExpectDecomposed(Filled<T>(6, 6, [](int i, int j) {
+    return j == i + 1 ? 1 : j == i && i != 3 ? 2 : 0;
+  }));
+}
+
+TYPED_TEST(Decomposition, FindsValuesThatAreKnown) {
+  using T = TypeParam;
+  constexpr int kRows = 9;
+  constexpr int kColumns = 6;
+  const std::array<double, kColumns> known = {8.0, 8.0, 1.0, 0.25, 1e-3, 0.0};
+  // Two reflections around the known diagonal, multiplied out in quadruple precision.
+  const auto reflection = [](int n) {
+    const QuadMatrix u = ToQuad(Random<double>(n, 1));
+    const Quad square = Times(Transposed(u), u)[0][0];
+    QuadMatrix q = Times(u, Transposed(u));
+    for (std::size_t i = 0; i < q.size(); ++i) {
+      for (Quad& element : q[i]) element *= -2 / square;
+      q[i][i] += 1;
+    }
+    return q;
+  };
+  QuadMatrix diagonal(kRows, std::vector<Quad>(kColumns, 0));
+  for (std::size_t j = 0; j < known.size(); ++j) diagonal[j][j] = known[j];
+  const QuadMatrix product = Times(reflection(kRows), Times(diagonal, reflection(kColumns)));
+  for (const double scale : {1.0, 1e-30, 1e30, sizeof(T) == sizeof(double) ? 1e290 : 1e35,
+                             sizeof(T) == sizeof(double) ? 1e-290 : 1e-35}) {
+    SCOPED_TRACE(scale);
+    Factors<T> factors(Filled<T>(kRows, kColumns, [&](int i, int j) {
+      return static_cast<double>(
+                 product[static_cast<std::size_t>(i - 1)][static_cast<std::size_t>(j - 1)]) *
+             scale;
+    }));
+    factors.Decompose();
+    std::ranges::sort(factors.w.Elements(), std::greater<>());
+    // A singular value moves by no more than the perturbation of the matrix.
+    const double bound = kRows * 8.0 * static_cast<double>(std::numeric_limits<T>::epsilon());
+    for (std::size_t j = 0; j < known.size(); ++j) {
+      EXPECT_NEAR(static_cast<double>(factors.w.Elements()[j]) / scale, known[j], bound) << j;
+    }
+  }
+}
+
+TEST(Svd, WhatIsNotFiniteDoesNotConverge) {
+  for (const double bad :
+       {std::numeric_limits<double>::quiet_NaN(), std::numeric_limits<double>::infinity()}) {
+    for (int place = 1; place <= 9; ++place) {
+      Factors<double> factors(Random<double>(3, 3));
+      factors.u.Elements()[static_cast<std::size_t>(place - 1)] = bad;
+      EXPECT_THROWS_TEXT(factors.Decompose(), kNoConvergence);
+    }
+  }
+  Factors<double> plain(Filled<double>(1, 1, [](int, int) { return std::nan(""); }));
+  EXPECT_EXIT(
+      svdcmp(RowPointers(plain.u).data(), 1, 1, plain.w.Data(1), RowPointers(plain.v).data()),
+      testing::ExitedWithCode(1), testing::HasSubstr(kNoConvergence));
+}
+
+// Fits with both flavours; gives the parameters.
+ARRAY<double> Fitted(const ARRAY<double>& x, const ARRAY<double>& y, const ARRAY<double>& sig,
+                     int ma, lsq::BasisFunctions<double> funcs, double& chisq,
+                     lsq::SvdfitWorkspace<double>& work) {
+  EXPECT_EQ(work.Create(x.Length(), ma), 0);
+  ARRAY<double> a(RANGE<int>(1, ma));
+  const std::size_t allocations = AllocationCount();
+  svdfit_fast(x, y, sig, x.Length(), a, ma, chisq, funcs, work);
+  EXPECT_EQ(AllocationCount(), allocations);
+
+  ARRAY<double> plain(RANGE<int>(1, ma));
+  lsq::SvdfitWorkspace<double> room;
+  EXPECT_EQ(room.Create(x.Length(), ma), 0);
+  double plain_chisq = -1.0;
+  svdfit(x.Data(1), y.Data(1), sig.Data(1), x.Length(), plain.Data(1), ma,
+         RowPointers(room.u).data(), RowPointers(room.v).data(), room.w.Data(1), &plain_chisq,
+         funcs);
+  EXPECT_TRUE(std::ranges::equal(plain.Elements(), a.Elements()));
+  EXPECT_EQ(plain_chisq, chisq);
+  return a;
+}
+
+TEST(SvdFit, RecoversPolynomialsToTheConditionOfTheBasis) {
+  // Samples that are exact in double: dyadic abscissas, small integer coefficients.
+  const RANGE<int> samples(1, 17);
+  ARRAY<double> x(samples);
+  ARRAY<double> y(samples);
+  ARRAY<double> sig(samples);
+  const std::array<double, 8> known = {3.0, -1.0, 4.0, 1.0, -5.0, 9.0, 2.0, -6.0};
+  for (int ma = 1; ma <= 7; ++ma) {
+    SCOPED_TRACE(ma);
+    for (int i = 1; i <= 17; ++i) {
+      x[i] = static_cast<double>(i - 1) / 16.0;
+      sig[i] = i % 2 == 0 ? 0.5 : 2.0;
+      y[i] = 0.0;
+      for (std::size_t j = static_cast<std::size_t>(ma); j-- > 0;) y[i] = y[i] * x[i] + known[j];
+    }
+    double chisq = -1.0;
+    lsq::SvdfitWorkspace<double> work;
+    const ARRAY<double> a = Fitted(x, y, sig, ma, Powers<double>, chisq, work);
+    const auto [least, most] = std::ranges::minmax(work.w.Elements());
+    // The residual is zero, so that the condition enters once, not squared; 10 stands for the sizes
+    // of the coefficients, and observed is 0.2 of the whole.
+    const double bound = 10.0 * most / least * std::numeric_limits<double>::epsilon();
+    for (int j = 1; j <= ma; ++j) {
+      EXPECT_NEAR(a[j], known[static_cast<std::size_t>(j - 1)], bound) << j;
+    }
+    EXPECT_NEAR(chisq, 0.0, 1e-24);
+  }
+}
+
+TEST(SvdFit, SharesBetweenWhatTheSamplesDoNotTellApart) {
+  const ARRAY<double> x(1, {-2.0, -1.0, 0.0, 1.0, 2.0});
+  const ARRAY<double> y(1, {-7.0, -3.0, 1.0, 5.0, 9.0});  // 1 + 4 x
+  const ARRAY<double> sig(1, {1.0, 1.0, 1.0, 1.0, 1.0});
+  double chisq = -1.0;
+  lsq::SvdfitWorkspace<double> work;
+  const ARRAY<double> a = Fitted(
+      x, y, sig, 4,
+      [](double t, double afunc[], int) {
+        afunc[1] = 1.0;
+        afunc[2] = afunc[3] = t;
+        afunc[4] = 0.0;
+      },
+      chisq, work);
+  // The shortest solution: the slope in two equal parts, nothing for a basis function that is zero.
+  EXPECT_NEAR(a[1], 1.0, 1e-14);
+  EXPECT_NEAR(a[2], 2.0, 1e-14);
+  EXPECT_NEAR(a[3], 2.0, 1e-14);
+  EXPECT_NEAR(a[4], 0.0, 1e-14);
+  EXPECT_NEAR(chisq, 0.0, 1e-26);
+  EXPECT_EQ(std::ranges::count(work.w.Elements(), 0.0), 2);
+}
+
+TEST(SvdFit, DiscardsValuesBelowItsThreshold) {
+  // One sample per basis function, so that the singular values are 1 and `second`.
+  const ARRAY<double> sig(1, {1.0, 1.0});
+  const double threshold = 2.0 * std::numeric_limits<double>::epsilon();
+  for (const double second : {threshold, std::nextafter(threshold, 0.0)}) {
+    double chisq = -1.0;
+    lsq::SvdfitWorkspace<double> work;
+    const ARRAY<double> a = Fitted(
+        ARRAY<double>(1, {0.0, second}), ARRAY<double>(1, {1.0, second}), sig, 2,
+        [](double t, double afunc[], int) {
+          afunc[1] = t == 0.0 ? 1.0 : 0.0;
+          afunc[2] = t;
+        },
+        chisq, work);
+    EXPECT_EQ(a[1], 1.0);
+    EXPECT_EQ(a[2], second < threshold ? 0.0 : 1.0);
+  }
+}
+
+}  // namespace
+}  // namespace quellmark::test
