@@ -40,8 +40,8 @@ using Numbers = testing::Types<float, double>;
 TYPED_TEST_SUITE(Solvers, Numbers);
 
 // Solves with both flavours and compares solution and inverse with the quadruple ones. A backward
-// stable elimination errs by a small multiple of n * condition * epsilon; observed are less than
-// 0.4.
+// stable elimination errs by a small multiple of n * condition * epsilon; observed are up to
+// 0.6 of it.
 template <class T>
 void ExpectSolved(const MATRIX<T>& a) {
   const int n = a.Rows().Length();
@@ -154,7 +154,7 @@ void ExpectFitted(const FitCase<T>& fit, const ARRAY<T>& before) {
       powers[j] = powers[j - 1] * static_cast<Quad>(fit.x[i]);
     }
     const auto power = [&](int j) { return powers[static_cast<std::size_t>(j)]; };
-    Quad y = fit.y[i];
+    Quad y = static_cast<Quad>(fit.y[i]);
     for (int j = 1; j <= fit.ia.Length(); ++j) {
       if (fit.ia[j] == 0) y -= static_cast<Quad>(before[j]) * power(j);
     }
