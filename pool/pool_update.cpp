@@ -74,6 +74,8 @@ bool CopyAll(int from, int to) {
 }  // namespace
 
 void PoolUpdate::Run(const PARAMETER_POOL_LIST& pending) {
+  // A signal would leave a cut-off pool behind, or a copy that nobody needs.
+  const runtime::SignalHold hold;
   MakeCopy(pending);
   PourBack();
 }
@@ -100,8 +102,6 @@ void PoolUpdate::PourBack() {
     LogLine(LogLevel::kAlarm, std::strerror(errno), "\n");
     Fail<ERROR_I_O>("Error opening file ", copy_path_, "\n");
   }
-  // From here on a signal would leave the pool cut off.
-  const runtime::SignalHold hold;
   if (::lseek(fd_, 0, SEEK_SET) != 0 || ::ftruncate(fd_, 0) != 0) FailPouring();
   touched_pool_ = true;
   if (!CopyAll(copy.Get(), fd_) || ::fsync(fd_) != 0) FailPouring();
