@@ -233,6 +233,8 @@ void LOG::Print(Level level, const char* format, ...) {
 void LOG::Open(const std::string& path) {
   EndLine();
   if (state_.file_fd.IsOpen() && path == state_.file_path) return;
+  // A signal finds the log at its old place or, with all its lines, at the new one.
+  const SignalHold hold;
   UniqueFd fd = OpenForWriting(path);
   if (!fd.IsOpen()) {
     Start(Level::kAlarm) << "can not open logging file: " << path << "\n";
@@ -240,11 +242,8 @@ void LOG::Open(const std::string& path) {
   }
   std::string old_path = path;
   const bool was_temporary = std::exchange(state_.file_is_temporary, false);
-  {
-    const SignalHold hold;
-    state_.file_fd = std::move(fd);
-    state_.file_path.swap(old_path);
-  }
+  state_.file_fd = std::move(fd);
+  state_.file_path.swap(old_path);
   if (was_temporary) CarryOver(old_path);
 }
 
