@@ -8,16 +8,31 @@ namespace {
 
 std::atomic<std::size_t> allocation_count{0};
 
-}  // namespace
-
-void* operator new(std::size_t size) {
+void* Allocate(std::size_t size) noexcept {
   ++allocation_count;
-  if (void* memory = std::malloc(size == 0 ? 1 : size)) return memory;
+  return std::malloc(size == 0 ? 1 : size);
+}
+
+void* AllocateOrThrow(std::size_t size) {
+  if (void* memory = Allocate(size)) return memory;
   throw std::bad_alloc();
 }
 
+}  // namespace
+
+// All forms are replaced together: a sanitizer brings its own of those that are left out, which do
+// not fit the others.
+void* operator new(std::size_t size) { return AllocateOrThrow(size); }
+void* operator new[](std::size_t size) { return AllocateOrThrow(size); }
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return Allocate(size); }
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept { return Allocate(size); }
+
 void operator delete(void* memory) noexcept { std::free(memory); }
+void operator delete[](void* memory) noexcept { std::free(memory); }
 void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
+void operator delete[](void* memory, std::size_t) noexcept { std::free(memory); }
+void operator delete(void* memory, const std::nothrow_t&) noexcept { std::free(memory); }
+void operator delete[](void* memory, const std::nothrow_t&) noexcept { std::free(memory); }
 
 namespace quellmark::test {
 
