@@ -16,8 +16,9 @@ namespace {
 
 using lsq::LfitWorkspace;
 using testing::ExitedWithCode;
-using testing::StrEq;
+using testing::StartsWith;
 
+// What standard error begins with; a leak checker may add that an exit in the middle frees nothing.
 std::string Report(const std::string& message) {
   return "Numerical Recipes run-time error...\n" + message + "\n...now exiting to system...\n";
 }
@@ -105,7 +106,7 @@ TEST(Elimination, SingularSystemsFailInTheWordsOfTheFlavour) {
     MATRIX<double> kept = a;
     EXPECT_THROWS_TEXT(room.Solve(a, b), std::string("gaussj_fast: ") + row.message);
     EXPECT_EXIT(gaussj(RowPointers(kept).data(), row.n, RowPointers(b).data(), 1),
-                ExitedWithCode(1), StrEq(Report(std::string("gaussj: ") + row.message)));
+                ExitedWithCode(1), StartsWith(Report(std::string("gaussj: ") + row.message)));
   }
 }
 
@@ -253,13 +254,14 @@ TEST(Fit, FailsInTheWordsOfTheFlavour) {
                       ARRAY<double>(1, {1.0, 1.0}), ARRAY<double>(1, {5.0, 6.0}),
                       ARRAY<int>(1, {0, 0}));
   EXPECT_THROWS_TEXT(fit.RunFast(), "lfit_fast: no parameters to be fitted");
-  EXPECT_EXIT(fit.RunPlain(), ExitedWithCode(1), StrEq(Report("lfit: no parameters to be fitted")));
+  EXPECT_EXIT(fit.RunPlain(), ExitedWithCode(1),
+              StartsWith(Report("lfit: no parameters to be fitted")));
   fit.ia = ARRAY<int>(1, {1, 1});
   const auto twice_the_same = [](double x, double afunc[], int) { afunc[1] = afunc[2] = x; };
   EXPECT_THROWS_TEXT(fit.RunFast(twice_the_same), "gaussj_fast: Singular Matrix-2");
   EXPECT_EQ(fit.a[2], 6.0);
   EXPECT_EXIT(fit.RunPlain(twice_the_same), ExitedWithCode(1),
-              StrEq(Report("gaussj: Singular Matrix-2")));
+              StartsWith(Report("gaussj: Singular Matrix-2")));
 }
 
 }  // namespace
