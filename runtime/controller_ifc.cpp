@@ -4,12 +4,10 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <charconv>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
-#include <limits>
 
 #include "basic/errors.h"
 #include "basic/unique_fd.h"
