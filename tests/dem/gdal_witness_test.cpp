@@ -7,16 +7,8 @@
 #include "tests/support/program_run.h"
 #include "tests/support/scoped_log.h"
 
+namespace quellmark::test {
 namespace {
-
-using quellmark::test::ProgramRun;
-using quellmark::test::ReadFile;
-using quellmark::test::RunProgram;
-using quellmark::test::ScopedLog;
-using quellmark::test::TempDir;
-using quellmark::test::TestDem;
-using quellmark::test::WriteDem;
-using quellmark::test::WriteFile;
 
 constexpr int kSize = 40;    // grid values along each side
 constexpr int kWest = 1000;  // global indices of the south-west value
@@ -111,3 +103,4 @@ TEST(GdalWitness, HeightsAgree) {
 }
 
 }  // namespace
+}  // namespace quellmark::test

@@ -9,12 +9,9 @@
 #include "tests/dem/test_dem.h"
 #include "tests/support/expect_fails.h"
 
+namespace quellmark::test {
 namespace {
 
-using quellmark::test::ScopedLog;
-using quellmark::test::SrfHeaderBytes;
-using quellmark::test::TempDir;
-using quellmark::test::WriteFile;
 using ::testing::HasSubstr;
 
 class MemMgr : public ::testing::Test {
@@ -83,7 +80,7 @@ TEST_F(MemMgr, RefusesSizesThatTheFileDoesNotHave) {
       SrfHeaderBytes(1, 1, 1, 768),     SrfHeaderBytes(1, 1, 1, kHuge),
   };
   for (const std::string& header : headers) {
-    const std::string log = quellmark::test::LogOfFailure<ERROR_CAN_NOT_MMAP>(
+    const std::string log = LogOfFailure<ERROR_CAN_NOT_MMAP>(
         [&] { memory_.MapSrf(File(header + std::string(11, 'x')), O_RDONLY); });
     EXPECT_THAT(log, HasSubstr("ALARM : MEM_MGR: mmap: mmap failed..\nALARM : MEM_MGR: "));
     EXPECT_FALSE(memory_.IsMapped());
@@ -91,3 +88,4 @@ TEST_F(MemMgr, RefusesSizesThatTheFileDoesNotHave) {
 }
 
 }  // namespace
+}  // namespace quellmark::test
