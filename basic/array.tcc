@@ -24,6 +24,7 @@ T* ShiftedTo(std::ptrdiff_t base, T* storage) {
   if (storage == nullptr) return nullptr;
   // As an integer, since a pointer must not leave its storage.
   const auto shift = static_cast<std::uintptr_t>(base) * sizeof(T);
+  // NOLINTNEXTLINE(performance-no-int-to-ptr)
   return reinterpret_cast<T*>(reinterpret_cast<std::uintptr_t>(storage) - shift);
 }
 
@@ -61,7 +62,8 @@ ARRAY<T>& ARRAY<T>::operator=(const ARRAY& other) {
   ARRAY copy;
   if (copy.ARRAY::Allocate(other.range_) != kArrayOk) throw "ARRAY : can not copy array";
   std::copy_n(other.storage_.get(), copy.Size(), copy.storage_.get());
-  return *this = std::move(copy);
+  *this = std::move(copy);
+  return *this;
 }
 
 template <class T>

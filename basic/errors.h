@@ -18,11 +18,13 @@ class ERROR_EXCEPTION {
   [[nodiscard]] virtual const char* Message() const;
 };
 
+// NOLINTBEGIN(bugprone-macro-parentheses): names of classes
 #define QM_ERROR(name, base, text)                      \
   class name : public base {                            \
    public:                                              \
     [[nodiscard]] const char* Message() const override; \
   };
+// NOLINTEND(bugprone-macro-parentheses)
 
 #include "basic/error_table.inc"
 

@@ -10,9 +10,9 @@ class INDEX {
   INDEX() = default;
   INDEX(T first, U second) : first_(std::move(first)), second_(std::move(second)) {}
   INDEX(const INDEX&) = default;
-  INDEX(INDEX&&) = default;
+  INDEX(INDEX&&) noexcept = default;
   INDEX& operator=(const INDEX&) = default;
-  INDEX& operator=(INDEX&&) = default;
+  INDEX& operator=(INDEX&&) noexcept = default;
   virtual ~INDEX() = default;
 
   [[nodiscard]] const T& First() const { return first_; }

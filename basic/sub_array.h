@@ -22,7 +22,7 @@ class SUB_ARRAY {
 
   /// Refused, always: copies the elements as far as both views reach, reports an alarm and throws
   /// ERROR_NOT_IMPLEMENTED. Deliberate: whoever assigns views has forgotten that they do not own.
-  SUB_ARRAY& operator=(const SUB_ARRAY& other);
+  SUB_ARRAY& operator=(const SUB_ARRAY& other);  // NOLINT(bugprone-unhandled-self-assignment)
 
   /// Directs the view to another part or another array; throws as the constructor does.
   void Show(ARRAY<T>& of, int first, int last);

@@ -9,9 +9,9 @@ class TUPLE {
   TUPLE() = default;
   TUPLE(T first, T second) : first_(std::move(first)), second_(std::move(second)) {}
   TUPLE(const TUPLE&) = default;
-  TUPLE(TUPLE&&) = default;
+  TUPLE(TUPLE&&) noexcept = default;
   TUPLE& operator=(const TUPLE&) = default;
-  TUPLE& operator=(TUPLE&&) = default;
+  TUPLE& operator=(TUPLE&&) noexcept = default;
   virtual ~TUPLE() = default;
 
   [[nodiscard]] const T& First() const { return first_; }
