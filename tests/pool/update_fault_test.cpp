@@ -101,7 +101,6 @@ class Scene {
 struct Call {
   long number = -1;
   std::string file;  // what the first argument stands for, if it is a descriptor
-  friend bool operator==(const Call&, const Call&) = default;
 };
 
 enum class Fault {
