@@ -4,9 +4,11 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <string>
 #include <string_view>
 #include <type_traits>
 #include <variant>
+#include <vector>
 
 #include "pool/parameter_pool_read_write_change.h"
 
@@ -29,6 +31,19 @@ inline void SetAny(PARAMETER_POOL_READ_WRITE_CHANGE& pool, std::string_view key,
                    const pool::AnyValue& any) {
   std::visit([&]<class Value>(const Value& value) { pool.Set<pool::kTypeOf<Value>>(key, value); },
              any);
+}
+
+/// The beginnings of the lines of a text, up to a limit: among them all keys that a short pool has.
+[[nodiscard]] inline std::vector<std::string> KeysOf(const void* data, std::size_t size) {
+  constexpr std::size_t kMostKeys = 100;
+  std::vector<std::string> keys;
+  std::string_view text(static_cast<const char*>(data), size);
+  while (!text.empty() && keys.size() < kMostKeys) {
+    const std::string_view line = text.substr(0, text.find_first_of("\n\r"));
+    keys.emplace_back(line.empty() ? line : pool::KeyOf(line));
+    text.remove_prefix(std::min(line.size() + 1, text.size()));
+  }
+  return keys;
 }
 
 // Scalars come back exactly; the parts of complex numbers and pairs are written with 7 and 16
