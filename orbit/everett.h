@@ -1,6 +1,7 @@
 // Everett's interpolation of equidistant samples by central differences of even order.
 #pragma once
 
+#include <algorithm>
 #include <vector>
 
 #include "orbit/interpolation.h"
@@ -35,6 +36,25 @@ class EVERETT final : public quellmark::orbit::Evaluated<EVERETT<T>, T, POINT<T>
     return jet;
   }
   static void AtAll(std::span<const EVERETT> curves, T x, std::span<quellmark::orbit::Jet<T>> jets);
+
+  static constexpr std::string_view kForm =
+      "E0(q) c0 + E0(p) c1 + E1(q) c2 + E1(p) c3 + ..., p = (t - z0) / z1, q = 1 - p, "
+      "Ek(u) = u (u^2 - 1) ... (u^2 - k^2) / (2 k + 1)!";
+  void ForEachPiece(T first, T last, auto visit) const {
+    const int highest = std::max(last_ - first_ - order_ / 2, 0);
+    const int lowest = std::min(order_ / 2, highest);
+    const int count = last_ - first_ + 1;
+    const auto node = [this](int i) { return x0_ + static_cast<T>(i) * h_; };
+    for (int i = lowest; i <= highest; ++i) {
+      quellmark::orbit::Piece<T> piece{
+          i == lowest ? first : node(i), i == highest ? last : node(i + 1), {}, {node(i), h_}};
+      for (int k = 0; k < rows_; ++k) {
+        const T* const left = &differences_[static_cast<std::size_t>(k * count + i)];
+        piece.c.insert(piece.c.end(), {left[0], i + 1 < count ? left[1] : T{0}});
+      }
+      visit(piece);
+    }
+  }
 
   /// Whether all steps and their mean are within 1e-8 of the first step.
   [[nodiscard]] virtual bool IsEquidistant(std::span<const POINT<T>> points) const;

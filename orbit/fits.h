@@ -18,7 +18,12 @@ class POLYNOM_FIT final : public quellmark::orbit::Evaluated<POLYNOM_FIT<T>, T, 
   /// order + 2 entries from index 0; the coefficient of the k-th power stands at k + 1, entry 0 is
   /// not used.
   [[nodiscard]] ARRAY<T> GetCoeffs() const override { return coefficients_; }
-  [[nodiscard]] T ReferenceX() const { return reference_x_; }
+
+  static constexpr std::string_view kForm = quellmark::orbit::kPowerForm;
+  void ForEachPiece(T first, T last, auto visit) const {
+    const auto c = coefficients_.Elements().subspan(1);
+    visit(quellmark::orbit::Piece<T>{first, last, {c.begin(), c.end()}, {reference_x_}});
+  }
 
  private:
   int order_ = 5;
@@ -41,6 +46,12 @@ class CHEBY_POLY final : public quellmark::orbit::Evaluated<CHEBY_POLY<T>, T, PO
   [[nodiscard]] quellmark::orbit::Jet<T> At(T x) const;
   /// c[0..order].
   [[nodiscard]] ARRAY<T> GetCoeffs() const override { return coefficients_; }
+
+  static constexpr std::string_view kForm = "c0 + c1 T1(u) + c2 T2(u) + ..., u = (t - z0) / z1 - 1";
+  void ForEachPiece(T first, T last, auto visit) const {
+    const auto c = coefficients_.Elements();
+    visit(quellmark::orbit::Piece<T>{first, last, {c.begin(), c.end()}, {x_min_, half_range_}});
+  }
 
   /// x on the scale on which the support range is [-1, 1].
   [[nodiscard]] virtual T MapX(T x) const { return (x - x_min_) / half_range_ - T{1}; }

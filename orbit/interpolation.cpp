@@ -1,5 +1,7 @@
 #include "orbit/interpolation.h"
 
+#include <algorithm>
+
 #include "orbit/interpolation.tcc"
 #include "orbit/local_interpolation.tcc"
 #include "orbit/newton_form.tcc"
@@ -15,10 +17,9 @@ void FailNotFinite(double x) {
 
 template <class T>
 ARRAY<T> POLYNOM<T>::GetCoeffs() const {
-  ARRAY<T> coefficients(RANGE<int>(0, static_cast<int>(form_.Degree()) + 1));
-  for (std::size_t k = 0; k <= form_.Degree(); ++k) {
-    coefficients[static_cast<int>(k)] = form_.Coefficient(k);
-  }
+  const std::vector<T> c = form_.PieceOn(T{}, T{}).c;
+  ARRAY<T> coefficients(RANGE<int>(0, static_cast<int>(c.size())));
+  std::ranges::copy(c, coefficients.Elements().begin());
   return coefficients;
 }
 

@@ -2,6 +2,8 @@
 #pragma once
 
 #include <span>
+#include <string_view>
+#include <vector>
 
 #include "basic/array.h"
 #include "basic/errors.h"
@@ -15,6 +17,16 @@ struct Jet {
   T y{};
   T dy{};
   T d2y{};
+};
+
+/// A stretch of the abscissa t_start .. t_stop on which an interpolation is one polynomial, and the
+/// numbers c and z of which the kind's form makes it.
+template <class T>
+struct Piece {
+  T t_start{};
+  T t_stop{};
+  std::vector<T> c;
+  std::vector<T> z;
 };
 
 }  // namespace quellmark::orbit
@@ -65,8 +77,13 @@ void CheckFinite(std::span<const T> coefficients, const char* kind);
 /// Throws ERROR_ARGUMENT after an ALARM line.
 [[noreturn]] void FailNotFinite(double x);
 
+inline constexpr std::string_view kNewtonForm = "c0 + (t - z0) (c1 + (t - z1) (c2 + ...))";
+inline constexpr std::string_view kPowerForm = "c0 + c1 (t - z0) + c2 (t - z0)^2 + ...";
+
 /// The virtual operations of the kind `Self` over its statically bound ones: Fit(points) builds,
-/// Report() logs, At(x) gives the Jet at a finite x, AtAll() those of several curves at once.
+/// Report() logs, At(x) gives the Jet at a finite x, AtAll() those of several curves at once,
+/// ForEachPiece(first, last, visit) visits the Pieces from the first to the last support point in
+/// the form kForm.
 template <class Self, class T, class P>
 class Evaluated : public INTERPOLATION<T, P> {
  public:

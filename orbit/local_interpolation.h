@@ -44,6 +44,14 @@ class LOCAL_INTERPOLATION final
       jets[i] = curves[i].spans_[j].interpolation.At(x);
     }
   }
+
+  static constexpr std::string_view kForm = I::kForm;
+  void ForEachPiece(T, T, auto visit) const {
+    for (const POLY_REF<T, I, P>& span : spans_.Elements()) {
+      span.interpolation.ForEachPiece(span.t_start, span.t_stop, visit);
+    }
+  }
+
   /// The spans, counted from 0.
   [[nodiscard]] const ARRAY<POLY_REF<T, I, P>>& Spans() const { return spans_; }
   /// Index of the span that answers for x; a boundary belongs to the later span.

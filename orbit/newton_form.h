@@ -37,9 +37,13 @@ class NewtonForm {
     return jet;
   }
 
-  [[nodiscard]] std::size_t Degree() const { return degree_; }
-  [[nodiscard]] T Coefficient(std::size_t k) const { return Terms()[k].coefficient; }
-  [[nodiscard]] T Node(std::size_t k) const { return Terms()[k].node; }
+  /// The Piece t_start .. t_stop of this polynomial.
+  [[nodiscard]] Piece<T> PieceOn(T t_start, T t_stop) const {
+    Piece<T> piece{t_start, t_stop, {}, {}};
+    for (std::size_t k = 0; k <= degree_; ++k) piece.c.push_back(Terms()[k].coefficient);
+    for (std::size_t k = 0; k < degree_; ++k) piece.z.push_back(Terms()[k].node);
+    return piece;
+  }
 
  private:
   struct Term {

@@ -32,6 +32,7 @@ class ORBIT : public ORBIT_BASE {
                 VECTOR_3D<double>& acceleration) const override;
 
   void List() const override;
+  void SavePolynomial(const STRING& name) const override;
 
  protected:
   /// Takes the support points, one array per coordinate, and builds an interpolator for each.

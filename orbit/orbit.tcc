@@ -5,6 +5,7 @@
 #include <type_traits>
 #include <utility>
 
+#include "orbit/coefficient_file.h"
 #include "orbit/orbit.h"
 #include "orbit/time_kind.h"
 #include "runtime/log.h"
@@ -107,4 +108,22 @@ void ORBIT<T, S, I, P>::List() const {
     log.Print(Level::kDebug, "| %f | %e | %e | %e | %e | %e | %e | %e | %e | %e |\n", t, sample.x,
               sample.y, sample.z, at.x, at.y, at.z, d.x, d.y, d.z);
   }
+}
+
+template <class T, class S, class I, class P>
+void ORBIT<T, S, I, P>::SavePolynomial(const STRING& name) const {
+  quellmark::orbit::CoefficientFile file(name.View());
+  file.Header("kind", kind_name_);
+  file.Header("form", I::kForm);
+  file.Header("order", polynomial_fit_order_);
+  file.Header("support_point_count", support_point_count_);
+  file.Header("reference_time", time_stamp_);
+  file.Header("coordinates", NumberOfCoordinates());
+  for (int i = 0; i < NumberOfCoordinates(); ++i) {
+    const ARRAY<P>& samples = samples_[i];
+    interpolators_[i].ForEachPiece(
+        samples[samples.First()].X(), samples[samples.Last()].X(),
+        [&](const quellmark::orbit::Piece<T>& piece) { file.Add(i, piece); });
+  }
+  file.Close();
 }

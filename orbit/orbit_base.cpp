@@ -20,6 +20,7 @@ ORBIT_BASE& ORBIT_BASE::operator=(const ORBIT_BASE& orbit) {
                               "virtual ORBIT_BASE& operator=( const ORBIT_BASE&  aorbit )\n");
   keys_ = orbit.keys_;
   data_file_ = orbit.data_file_;
+  kind_name_ = orbit.kind_name_;
   time_stamp_ = orbit.time_stamp_;
   time_origin_s_ = orbit.time_origin_s_;
   polynomial_fit_order_ = orbit.polynomial_fit_order_;
@@ -30,6 +31,7 @@ ORBIT_BASE& ORBIT_BASE::operator=(const ORBIT_BASE& orbit) {
 void ORBIT_BASE::ReadSource(PARAMETER_POOL&) { FailNotProvided("ReadSource"); }
 void ORBIT_BASE::SetReferenceTime(const STRING&) { FailNotProvided("SetReferenceTime"); }
 void ORBIT_BASE::ReadSamples(PARAMETER_POOL&) { FailNotProvided("ReadSamples"); }
+void ORBIT_BASE::ReadFromParameterPool(const STRING&) { FailNotProvided("ReadFromParameterPool"); }
 int ORBIT_BASE::NumberOfCoordinates() const { FailNotProvided("NumberOfCoordinates"); }
 void ORBIT_BASE::List() const { FailNotProvided("List"); }
 void ORBIT_BASE::SavePolynomial(const STRING&) const { FailNotProvided("SavePolynomial"); }

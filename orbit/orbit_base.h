@@ -2,6 +2,8 @@
 #pragma once
 
 #include <span>
+#include <string_view>
+#include <utility>
 
 #include "basic/array.h"
 #include "basic/string.h"
@@ -38,6 +40,8 @@ class ORBIT_BASE {
   /// Order and support point count for the interpolators; -1 leaves their defaults.
   void SetPolynomialFitOrder(int order) { polynomial_fit_order_ = order; }
   void SetSupportPointCount(int count) { support_point_count_ = count; }
+  /// Name of the interpolation; the text is not copied.
+  void SetKindName(std::string_view name) { kind_name_ = name; }
   void SetKeys(quellmark::orbit::OrbitKeys keys) { keys_ = std::move(keys); }
   /// Pool file with the samples; empty for the scene pool.
   void SetDataFile(const STRING& path) { data_file_ = path; }
@@ -51,6 +55,8 @@ class ORBIT_BASE {
   [[nodiscard]] const STRING& TimeStamp() const { return time_stamp_; }
   /// Reads the samples and builds the interpolators.
   virtual void ReadSamples(PARAMETER_POOL& scene_pool);
+  /// Reads the samples from the pool file at `path`. Kept for old callers.
+  virtual void ReadFromParameterPool(const STRING& path = {});
 
   [[nodiscard]] virtual int NumberOfCoordinates() const;
   /// The reference time itself if it is a plain number, else 0.0: the `double` time that lies at
@@ -97,6 +103,7 @@ class ORBIT_BASE {
 
   quellmark::orbit::OrbitKeys keys_;
   STRING data_file_;
+  std::string_view kind_name_;
   STRING time_stamp_;
   double time_origin_s_ = 0.0;
   int polynomial_fit_order_ = -1;

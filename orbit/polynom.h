@@ -12,7 +12,9 @@ class POLYNOM final : public quellmark::orbit::Evaluated<POLYNOM<T>, T, POINT<T>
   /// The Newton coefficients c[0..degree]; the nodes are the support points in their order. A
   /// degree below n means that the higher coefficients are 0.
   [[nodiscard]] ARRAY<T> GetCoeffs() const override;
-  [[nodiscard]] const quellmark::orbit::NewtonForm<T>& Form() const { return form_; }
+
+  static constexpr std::string_view kForm = quellmark::orbit::kNewtonForm;
+  void ForEachPiece(T first, T last, auto visit) const { visit(form_.PieceOn(first, last)); }
 
  private:
   quellmark::orbit::NewtonForm<T> form_;
@@ -25,7 +27,9 @@ class HERMITE_POLY final : public quellmark::orbit::Evaluated<HERMITE_POLY<T>, T
  public:
   void Fit(std::span<const DPOINT<T>> points) { form_.Fit(points); }
   [[nodiscard]] quellmark::orbit::Jet<T> At(T x) const { return form_.At(x); }
-  [[nodiscard]] const quellmark::orbit::NewtonForm<T>& Form() const { return form_; }
+
+  static constexpr std::string_view kForm = quellmark::orbit::kNewtonForm;
+  void ForEachPiece(T first, T last, auto visit) const { visit(form_.PieceOn(first, last)); }
 
  private:
   quellmark::orbit::NewtonForm<T> form_;

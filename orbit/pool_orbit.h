@@ -23,5 +23,5 @@ class POOL_ORBIT final : public ORBIT<T, S, I, P> {
   /// "POOL_ORBIT::ReadFromParameterPool::Number of coordinates in position and velocity disagree.".
   void ReadFromParameterPool(PARAMETER_POOL& pool, const quellmark::orbit::OrbitKeys& keys);
   /// The same from the pool file at `path` under the keys that were set. Kept for old callers.
-  void ReadFromParameterPool(const STRING& path = {});
+  void ReadFromParameterPool(const STRING& path = {}) override;
 };

@@ -66,7 +66,9 @@ std::unique_ptr<ORBIT_BASE> CreateCoreObject(int orbit_type_id, int interpolatio
   if (row == table.end() || row->create == nullptr) {
     Fail<ERROR_ARGUMENT>("ORBIT: can not determine type of core object\n");
   }
-  return row->create();
+  std::unique_ptr<ORBIT_BASE> orbit = row->create();
+  orbit->SetKindName(row->interpolation_name);
+  return orbit;
 }
 
 InterpolationChoice ParseInterpolation(std::string_view text, InterpolationChoice before) {

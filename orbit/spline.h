@@ -27,6 +27,15 @@ class SPLINE final : public quellmark::orbit::Evaluated<SPLINE<T>, T, POINT<T>> 
   /// a, b, c, d of the segments one after the other, from index 0.
   [[nodiscard]] ARRAY<T> GetCoeffs() const override;
 
+  static constexpr std::string_view kForm = quellmark::orbit::kPowerForm;
+  void ForEachPiece(T, T last, auto visit) const {
+    for (std::size_t i = 0; i < segments_.size(); ++i) {
+      const Segment& s = segments_[i];
+      const T t_stop = i + 1 < segments_.size() ? segments_[i + 1].left : last;
+      visit(quellmark::orbit::Piece<T>{s.left, t_stop, {s.a, s.b, s.c, s.d}, {s.left}});
+    }
+  }
+
   /// a + b t + c t^2 + d t^3 with t = x - left.
   struct Segment {
     T left;
@@ -40,8 +49,6 @@ class SPLINE final : public quellmark::orbit::Evaluated<SPLINE<T>, T, POINT<T>> 
               T{2} * c + T{6} * t * d};
     }
   };
-  [[nodiscard]] std::span<const Segment> Segments() const { return segments_; }
-  [[nodiscard]] T Last() const { return last_; }
 
  private:
   [[nodiscard]] bool Holds(T x) const { return x >= segments_.front().left && x <= last_; }

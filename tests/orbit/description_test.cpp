@@ -1,0 +1,407 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <iterator>
+#include <map>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "orbit/everett.h"
+#include "orbit/local_interpolation.h"
+#include "orbit/mdb_orbit.h"
+#include "orbit/polynom.h"
+#include "orbit/pool_orbit.h"
+#include "orbit/selection.h"
+#include "tests/orbit/orbit_pool.h"
+#include "tests/support/expect_fails.h"
+
+namespace {
+
+using namespace quellmark::test;
+using namespace quellmark::orbit;
+using quellmark::pool::ValueType;
+
+TEST(Selection, NinetyRowsInOrder) {
+  const char* const types[] = {
+      "orbit_pool_float_double",  "orbit_pool_float_utc",  "orbit_pool_float_met",
+      "orbit_pool_double_double", "orbit_pool_double_utc", "orbit_pool_double_met",
+      "orbit_mdb_double_double",  "orbit_mdb_double_utc",  "orbit_mdb_double_met"};
+  const char* const kinds[] = {"polynom",      "polyfit",   "spline",         "localpolynom",
+                               "localpolyfit", "chebyshev", "localchebyshev", "hermite",
+                               "localhermite", "everett"};
+  const auto& table = SelectionTable();
+  ASSERT_EQ(table.size(), 90u);
+  for (std::size_t row = 0; row < table.size(); ++row) {
+    EXPECT_EQ(table[row].orbit_type_id, static_cast<int>(row / 10) + 1);
+    EXPECT_EQ(table[row].orbit_type_name, types[row / 10]);
+    EXPECT_EQ(table[row].interpolation_id, static_cast<int>(row % 10));
+    EXPECT_EQ(table[row].interpolation_name, kinds[row % 10]);
+    EXPECT_NE(table[row].create(), nullptr);
+    EXPECT_EQ(OrbitTypeId(table[row].orbit_type_name), table[row].orbit_type_id);
+    EXPECT_EQ(ParseInterpolation(table[row].interpolation_name).interpolation_id,
+              table[row].interpolation_id);
+  }
+  EXPECT_FAILS(CreateCoreObject(10, 0), ERROR_ARGUMENT,
+               "ORBIT: can not determine type of core object\n");
+  EXPECT_FAILS(OrbitTypeId("orbit_pool_double"), ERROR_ARGUMENT,
+               "GENERAL_ORBIT: can not convert orbit_pool_double to orbit_type_id\n");
+}
+
+template <class Class>
+bool Makes(int orbit_type_id, int interpolation_id) {
+  const auto core = CreateCoreObject(orbit_type_id, interpolation_id);
+  return dynamic_cast<const Class*>(core.get()) != nullptr;
+}
+
+TEST(Selection, RowsMakeTheirClass) {
+  using LocalHermite = LOCAL_INTERPOLATION<double, HERMITE_POLY<double>, DPOINT<double>>;
+  using U = UNIVERSAL_TIME;
+  EXPECT_TRUE((Makes<POOL_ORBIT<float, double, POLYNOM<float>, POINT<float>>>(1, 0)));
+  EXPECT_TRUE((Makes<POOL_ORBIT<float, MISSION_ELAPSED_TIME, EVERETT<float>, POINT<float>>>(3, 9)));
+  EXPECT_TRUE((Makes<POOL_ORBIT<double, U, LocalHermite, DPOINT<double>>>(5, 8)));
+  EXPECT_TRUE((Makes<MDB_ORBIT<double, U, EVERETT<double>, POINT<double>>>(8, 9)));
+  // These rows of the record database share the pool orbits.
+  EXPECT_TRUE((Makes<POOL_ORBIT<double, U, LocalHermite, DPOINT<double>>>(8, 8)));
+  EXPECT_TRUE((Makes<POOL_ORBIT<double, U, HERMITE_POLY<double>, DPOINT<double>>>(8, 7)));
+}
+
+TEST(Selection, InterpolationTexts) {
+  struct Row {
+    std::string text;
+    int id, order, count;
+  };
+  const Row rows[] = {
+      {"localpolyfit_8_12", 4, 8, 12}, {"spline", 2, -1, -1},          {"--(everett)", 9, -1, -1},
+      {"everett, 6", 9, -1, -1},       {"localhermite:-7;4", 8, 7, 4}, {"polyfit_5_6_7", 1, 5, 6},
+      {"polynom_007", 0, 7, -1},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.text);
+    if (row.text == "everett, 6") {  // a blank is no separator
+      EXPECT_FAILS(ParseInterpolation(row.text), ERROR_ARGUMENT,
+                   "ORBIT:  6 is no number in interpolation type: everett, 6\n");
+      continue;
+    }
+    const InterpolationChoice choice = ParseInterpolation(row.text);
+    EXPECT_EQ(choice.interpolation_id, row.id);
+    EXPECT_EQ(choice.polynomial_fit_order, row.order);
+    EXPECT_EQ(choice.support_point_count, row.count);
+  }
+  // What the text does not give stays as it was.
+  EXPECT_EQ(ParseInterpolation("spline", {4, 8, 12}).support_point_count, 12);
+
+  const ScopedLog log;
+  static_cast<void>(ParseInterpolation("localpolyfit_8_12"));
+  EXPECT_EQ(log.Text(),
+            "PARAM : ORBIT: detected poly fit order: 8\n"
+            "PARAM : ORBIT: detected support point count: 12\n");
+  for (const char* empty : {"", "_,;:-()"}) {
+    EXPECT_FAILS(ParseInterpolation(empty), ERROR_ARGUMENT,
+                 std::string("ORBIT: can not determine interpolation type from: ") + empty + "\n");
+  }
+  for (const char* near : {"Hermite", "hermit", "hermites", "local hermite"}) {
+    EXPECT_FAILS(ParseInterpolation(near), ERROR_ARGUMENT,
+                 std::string("GENERAL_ORBIT: can not convert ") + near + " to interpolation_id\n");
+  }
+  for (const char* number : {"x", "7x", "99999999999", "7.5"}) {
+    EXPECT_FAILS(ParseInterpolation(std::string("polyfit_") + number), ERROR_ARGUMENT,
+                 std::string("ORBIT: ") + number + " is no number in interpolation type: polyfit_" +
+                     number + "\n");
+  }
+}
+
+TEST(Description, ReferenceTimesAndTimeArguments) {
+  const ScopedLog quiet(LOG::Level::kSilent);
+  struct Row {
+    const char* type;
+    const char* reference;
+    bool fits;
+  };
+  const Row rows[] = {
+      {"double", "-250.5", true},
+      {"double", " +12 ", true},
+      {"double", "+0012/10:00:00", false},
+      {"double", "2022-04-14T10:00:00Z", false},
+      {"double", "nan", false},
+      {"utc", "14-APR-2022/10:00:00.000000", true},
+      {"utc", "12.5", false},
+      {"utc", "-0001/00:00:00", false},
+      {"met", "0012/10:00:00.000000", true},
+      {"met", "-0001/00:00:00", true},
+      {"met", "-250.5", false},
+      {"met", "14-APR-2022/10:00:00", false},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(std::string(row.type) + " " + row.reference);
+    OrbitPool pool = CircularOrbitPool(std::string("orbit_pool_double_") + row.type, 8);
+    pool.reference = row.reference;
+    if (row.fits) {
+      EXPECT_EQ(pool.Read().CoreObject()->TimeStamp(), row.reference);
+    } else {
+      EXPECT_THROWS_TEXT(pool.Read(), "not allowed time conversion");
+    }
+  }
+  const UNIVERSAL_TIME utc{2022, 4, 14, 10, 0, 35, 500, 0};
+  const MISSION_ELAPSED_TIME met(1, 12, 10, 0, 35, 500, 0);
+  for (const std::string type : {"double", "utc", "met"}) {
+    const Orbit orbit = CircularOrbitPool("orbit_pool_double_" + type, 8).Read();
+    Vector expected, position;
+    orbit.Position(orbit.TimeOrigin() + 35.5, expected);
+    const auto check = [&](const auto& time, bool taken) {
+      if (!taken) {
+        EXPECT_THROWS_TEXT(orbit.Position(time, position), "not allowed time conversion");
+        return;
+      }
+      orbit.Position(time, position);
+      EXPECT_EQ(position, expected);
+    };
+    check(utc, type == "utc");
+    check(met, type == "met");
+  }
+}
+
+TEST(Description, WhatIsWrongIsSaid) {
+  struct Row {
+    const char* what;
+    void (*spoil)(OrbitPool&);
+    const char* line;
+  };
+  const Row rows[] = {
+      {"few positions", [](OrbitPool& pool) { pool.values[1].pop_back(); },
+       "POOL_ORBIT: pos_y has 7 values, but times has 8\n"},
+      {"many velocities", [](OrbitPool& pool) { pool.velocities[2].push_back(0.0); },
+       "POOL_ORBIT: vel_z has 9 values, but times has 8\n"},
+      {"descending", [](OrbitPool& pool) { std::swap(pool.times[3], pool.times[4]); },
+       "INTERPOLATION::Create: abscissae do not ascend at support point 4: 40, 30\n"},
+      {"no epochs",
+       [](OrbitPool& pool) {
+         pool.times.clear();
+         for (auto* columns : {&pool.values, &pool.velocities}) {
+           for (auto& column : *columns) column.clear();
+         }
+       },
+       "INTERPOLATION::Create: no support points.\n"},
+      {"no points per span", [](OrbitPool& pool) { pool.interpolation = "localhermite_7_0"; },
+       "LOCAL_INTERPOLATION: support_point_count 0 is below 1\n"},
+      {"no number", [](OrbitPool& pool) { pool.times[2] = "1020.5s"; },
+       "ORBIT: not a number of seconds: 1020.5s\n"},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.what);
+    OrbitPool pool = CircularOrbitPool("orbit_pool_double_double", 8);
+    row.spoil(pool);
+    EXPECT_FAILS(pool.Read(), INVALID_PARAMETER_VALUE, row.line);
+  }
+  OrbitPool pool = CircularOrbitPool("orbit_pool_double_utc", 8);
+  pool.velocities.pop_back();
+  EXPECT_THROWS_TEXT(pool.Read(),
+                     "POOL_ORBIT::ReadFromParameterPool::Number of coordinates in position and "
+                     "velocity disagree.");
+  pool.interpolation = "localpolynom_7_8";
+  static_cast<void>(pool.Read());  // a kind without derivatives does not look at them
+  pool.times[1] = "2022-04-14T10:61:00";
+  EXPECT_THAT(LogOfFailure<ERROR_DATA>([&] { static_cast<void>(pool.Read()); }),
+              testing::HasSubstr("EXCEP : UTC_SCANNER: invalid minute: 61\n"));
+}
+
+TEST(Description, AFailureLeavesTheOrbitAsItWas) {
+  const ScopedLog quiet(LOG::Level::kSilent);
+  const TempDir directory;
+  OrbitPool pool = CircularOrbitPool("orbit_pool_double_utc", 8);
+  pool.Write(directory / "good");
+  Orbit orbit = OrbitPool::ReadOrbit(directory / "good");
+  pool.interpolation = "everett_5";
+  pool.Write(directory / "bad");
+  PARAMETER_POOL bad;
+  static_cast<void>(bad.Open(directory / "bad"));
+  EXPECT_THROW(orbit.ReadFromParameterPool(bad), INVALID_PARAMETER_VALUE);
+  EXPECT_EQ(orbit.InterpolationId(), 8);
+  Vector position;
+  orbit.Position(35.0, position);
+  EXPECT_LT(Length(position - CircularOrbit::At(35.0, 0)), 1e-8);
+  const Orbit empty;
+  EXPECT_FAILS(empty.Position(1.0, position), ERROR_ALGORITHM,
+               "GENERAL_ORBIT: no orbit was read\n");
+}
+
+TEST(Description, EpochsAndSamplesFromElsewhere) {
+  const ScopedLog quiet(LOG::Level::kSilent);
+  const TempDir directory;
+  OrbitPool pool = CircularOrbitPool("orbit_pool_double_double", 8);
+  pool.data_file = directory / "samples.pool";
+  pool.Write(directory / "scene.pool");
+  {  // plain-number epochs may be numbers
+    PARAMETER_POOL_READ_WRITE_CHANGE data(pool.data_file);
+    ARRAY<double> times(RANGE<int>(-2, 8));
+    for (int j = 0; j < 8; ++j) times[j - 2] = 1000.5 + 10.0 * j;
+    data.Set<ValueType::kFlt15V>("times", times);
+  }
+  const Orbit orbit = OrbitPool::ReadOrbit(directory / "scene.pool");
+  Vector position;
+  orbit.Position(1000.5 + 35.0, position);
+  EXPECT_LT(Length(position - CircularOrbit::At(35.0, 0)), 1e-8);
+
+  const auto core = CreateCoreObject(4, 0);
+  core->SetKeys({"times", ARRAY<STRING>(1, {"pos_x", "pos_y"}), {}});
+  const ScopedLog log;
+  core->ReadFromParameterPool(STRING(pool.data_file));
+  EXPECT_THAT(log.Text(),
+              testing::HasSubstr("DEBUG : Deprecated function! Please use read() instead!\n"));
+  ARRAY<double> two;
+  core->Position(1035.0, two);
+  EXPECT_EQ(two.Length(), 2);
+  EXPECT_NEAR(two[1], CircularOrbit::At(34.5, 0).y, 1e-8);
+  EXPECT_FAILS(core->Position(1035.0, position), ERROR_ARGUMENT,
+               "ORBIT: not a position of 3 coordinates but of 2\n");
+  EXPECT_FAILS(core->GetState(35.0, position, position, position), ERROR_ARGUMENT,
+               "ORBIT: not a position of 3 coordinates but of 2\n");
+}
+
+TEST(Description, RecordDatabase) {
+  const TempDir directory;
+  OrbitPool pool = CircularOrbitPool("orbit_mdb_double_utc", 8);
+  static_cast<void>(pool.Read());  // localhermite: a pool orbit, no key of the database is read
+  pool.interpolation = "everett_6";
+  pool.Write(directory / "scene.pool");
+  EXPECT_FAILS(OrbitPool::ReadOrbit(directory / "scene.pool"), PARAMETER_KEY_NOT_FOUND,
+               "parameter pool: parameter key >> root_path << not found\n");
+  PARAMETER_POOL_READ_WRITE_CHANGE scene(directory / "scene.pool");
+  for (const char* key :
+       {"root_path", "mission_id", "tape_source_id", "channel_id", "mdb_orbit_data_file"}) {
+    scene.Set<ValueType::kStr>(key, "x");
+  }
+  for (const char* key : {"tape_id_number", "major_data_take_id", "minor_data_take_id"}) {
+    scene.Set<ValueType::kInt32>(key, 1);
+  }
+  scene.Close();
+  EXPECT_FAILS(OrbitPool::ReadOrbit(directory / "scene.pool"), ERROR_ARGUMENT,
+               "ORBIT: orbit_source_id is not set\n");
+}
+
+TEST(Assignment, CopiesTheCoreOrNothing) {
+  const std::string general =
+      "DEBUG : virtual GENERAL_ORBIT<T>& operator=( const GENERAL_ORBIT<T>& agen_orbit )\n";
+  Orbit copy;
+  for (const char* interpolation :
+       {"localhermite_7_4", "everett_6", "localpolyfit_5_8", "spline"}) {
+    OrbitPool pool = CircularOrbitPool("orbit_pool_double_utc", 8);
+    pool.interpolation = interpolation;
+    const Orbit orbit = pool.Read();
+    const ScopedLog log(LOG::Level::kDebug);
+    copy = orbit;
+    EXPECT_THAT(
+        log.Text(),
+        testing::StartsWith(
+            general +
+            "DEBUG : virtual POOL_ORBIT<T,S,I,P>& operator=( const ORBIT_BASE& apool_orbit )\n"
+            "DEBUG : virtual ORBIT_BASE& ORBIT<T,S,I,P>::operator=( const ORBIT_BASE& aorbit )\n"
+            "DEBUG : virtual ORBIT_BASE& operator=( const ORBIT_BASE&  aorbit )\n"));
+    Vector a, b;
+    orbit.Velocity(35.0, a);
+    copy.Velocity(35.0, b);
+    EXPECT_EQ(a, b) << interpolation;
+    EXPECT_EQ(copy.InterpolationId(), orbit.InterpolationId());
+    EXPECT_EQ(copy.SupportPointCount(), orbit.SupportPointCount());
+    EXPECT_EQ(copy.CoreObject()->TimeStamp(), "2022-04-14T10:00:00");
+  }
+  const ScopedLog log;
+  copy = Orbit(Orbit());
+  const auto spline = CreateCoreObject(4, 2);
+  const auto polynom = CreateCoreObject(4, 0);
+  EXPECT_FAILS(*spline = *polynom, ERROR_ARGUMENT,
+               "ORBIT: can not assign an orbit of another class\n");
+  Orbit target = CircularOrbitPool("orbit_pool_double_utc", 8).Read();
+  const Orbit empty;
+  target = empty;
+  EXPECT_EQ(target.CoreObject(), nullptr);
+  EXPECT_EQ(target.OrbitTypeId(), 0);
+}
+
+TEST(Listing, OneRowPerSample) {
+  OrbitPool pool = CircularOrbitPool("orbit_pool_double_utc", 2);
+  pool.interpolation = "hermite";
+  const Orbit orbit = pool.Read();
+  const ScopedLog log;
+  orbit.List();
+  EXPECT_EQ(log.Text(),
+            "DEBUG : |t [s]|x [m]|y [m]|z [m]|ix [m]|iy [m]|iz [m]|dx [m]|dy [m]|dz [m]|\n"
+            "DEBUG : | 0.000000 | 5.407434e+06 | -6.376467e+05 | 4.509073e+06 | 5.407434e+06 | "
+            "-6.376467e+05 | 4.509073e+06 | 0.000000e+00 | 0.000000e+00 | 0.000000e+00 |\n"
+            "DEBUG : | 10.000000 | 5.358576e+06 | -6.456803e+05 | 4.565882e+06 | 5.358576e+06 | "
+            "-6.456803e+05 | 4.565882e+06 | 0.000000e+00 | 0.000000e+00 | 0.000000e+00 |\n");
+}
+
+// The polynomial of a line of the coefficient file, evaluated by the form that its header names.
+double Evaluate(const std::string& form, double t, const std::vector<double>& c,
+                const std::vector<double>& z) {
+  double sum = 0.0;
+  double factor = 1.0;
+  for (std::size_t k = 0; k < c.size(); ++k) {
+    if (form.starts_with("E0")) {
+      const double p = (t - z[0]) / z[1];
+      const double u = k % 2 == 0 ? 1.0 - p : p;
+      double e = u;
+      for (std::size_t m = 1; m <= k / 2; ++m) {
+        const double n = static_cast<double>(m);
+        e *= (u * u - n * n) / (2.0 * n * (2.0 * n + 1.0));
+      }
+      sum += e * c[k];
+    } else if (form.find("T1(u)") != std::string::npos) {
+      sum += c[k] * std::cos(static_cast<double>(k) * std::acos((t - z[0]) / z[1] - 1.0));
+    } else {
+      sum += factor * c[k];
+      factor *= t - (form.find("z1") != std::string::npos ? (k < z.size() ? z[k] : 0.0) : z[0]);
+    }
+  }
+  return sum;
+}
+
+TEST(SavePolynomial, TheFileHoldsTheOrbit) {
+  const ScopedLog quiet(LOG::Level::kSilent);
+  const TempDir directory;
+  for (const char* kind :
+       {"polynom", "polyfit_7", "spline", "localpolynom_5_6", "localpolyfit_5_7", "chebyshev_7",
+        "localchebyshev_5_7", "hermite", "localhermite_7_4", "everett_4"}) {
+    SCOPED_TRACE(kind);
+    OrbitPool pool = CircularOrbitPool("orbit_pool_double_utc", 12);
+    pool.interpolation = kind;
+    const Orbit orbit = pool.Read();
+    orbit.SavePolynomial(STRING(directory / "orbit"));
+    std::istringstream file(ReadFile(directory / "orbit.pkt"));
+    std::map<std::string, std::string> header;
+    std::string line;
+    while (header.size() < 6 && std::getline(file, line)) {
+      header[line.substr(0, line.find(':'))] = line.substr(line.find(':') + 2);
+    }
+    EXPECT_EQ(header["kind"], std::string(kind).substr(0, std::string(kind).find('_')));
+    EXPECT_EQ(header["reference_time"], "2022-04-14T10:00:00");
+    EXPECT_EQ(header["coordinates"], "3");
+    double covered_to[3] = {0.0, 0.0, 0.0};
+    while (std::getline(file, line)) {
+      std::istringstream left(line.substr(0, line.find('|')));
+      std::istringstream right(line.substr(line.find('|') + 1));
+      std::size_t coordinate = 9;
+      double t_start = 0.0;
+      double t_stop = 0.0;
+      left >> coordinate >> t_start >> t_stop;
+      ASSERT_LT(coordinate, 3u);
+      const std::vector<double> c{std::istream_iterator<double>(left), {}};
+      const std::vector<double> z{std::istream_iterator<double>(right), {}};
+      EXPECT_EQ(t_start, covered_to[coordinate]);
+      covered_to[coordinate] = t_stop;
+      const double t = t_start + 0.4 * (t_stop - t_start);
+      ARRAY<double> position;
+      orbit.CoreObject()->Position(t, position);
+      EXPECT_NEAR(Evaluate(header["form"], t, c, z), position[static_cast<int>(coordinate)], 1e-6);
+    }
+    for (const double end : covered_to) EXPECT_EQ(end, 110.0);
+  }
+  const Orbit orbit = CircularOrbitPool("orbit_pool_double_utc", 12).Read();
+  const ScopedLog log;
+  orbit.SavePolynomial(STRING(directory / "none/orbit"));
+  EXPECT_EQ(log.Text(), "ALARM : ORBIT::SavePolynomial() can not create file: " +
+                            (directory / "none/orbit.pkt") + "\n");
+}
+
+}  // namespace

@@ -1,0 +1,440 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <functional>
+#include <limits>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "orbit/everett.h"
+#include "orbit/fits.h"
+#include "orbit/local_interpolation.h"
+#include "orbit/polynom.h"
+#include "orbit/spline.h"
+#include "tests/support/expect_fails.h"
+#include "tests/support/scoped_log.h"
+
+namespace {
+
+using quellmark::orbit::Jet;
+using quellmark::test::ScopedLog;
+using Function = std::function<Jet<double>(double)>;
+
+template <class T>
+using LocalPolynom = LOCAL_INTERPOLATION<T, POLYNOM<T>, POINT<T>>;
+template <class T>
+using LocalFit = LOCAL_INTERPOLATION<T, POLYNOM_FIT<T>, POINT<T>>;
+template <class T>
+using LocalCheby = LOCAL_INTERPOLATION<T, CHEBY_POLY<T>, POINT<T>>;
+template <class T>
+using LocalHermite = LOCAL_INTERPOLATION<T, HERMITE_POLY<T>, DPOINT<T>>;
+
+// Samples of `f` at `abscissae`, from index `first`.
+template <class P>
+ARRAY<P> Sampled(const Function& f, const std::vector<double>& abscissae, int first = 0) {
+  using T = decltype(P().X());
+  ARRAY<P> points(RANGE<int>(first, static_cast<int>(abscissae.size())));
+  for (std::size_t j = 0; j < abscissae.size(); ++j) {
+    const Jet<double> jet = f(abscissae[j]);
+    P& point = points[first + static_cast<int>(j)];
+    if constexpr (std::is_same_v<P, DPOINT<T>>) {
+      point = P(static_cast<T>(abscissae[j]), static_cast<T>(jet.y), static_cast<T>(jet.dy));
+    } else {
+      point = P(static_cast<T>(abscissae[j]), static_cast<T>(jet.y));
+    }
+  }
+  return points;
+}
+
+std::vector<double> Steps(int count, double step = 1.0, double start = 0.0) {
+  std::vector<double> abscissae;
+  for (int j = 0; j < count; ++j) abscissae.push_back(start + j * step);
+  return abscissae;
+}
+
+std::vector<double> WithMiddles(const std::vector<double>& nodes) {
+  std::vector<double> all = {nodes[0]};
+  for (std::size_t j = 1; j < nodes.size(); ++j) {
+    for (const double part : {0.1, 0.5, 0.97, 1.0}) {
+      all.push_back(nodes[j - 1] + part * (nodes[j] - nodes[j - 1]));
+    }
+  }
+  return all;
+}
+
+// x^degree / scale^degree + 1 and its derivatives.
+Function Power(int degree, double scale) {
+  return [=](double x) {
+    const double u = x / scale;
+    const auto power = [&](int drop) {
+      return degree < drop ? 0.0 : std::pow(u, degree - drop) / std::pow(scale, drop);
+    };
+    return Jet<double>{power(0) + 1.0, degree * power(1), degree * (degree - 1) * power(2)};
+  };
+}
+
+const Function kSine = [](double x) { return Jet<double>{std::sin(x), std::cos(x), -std::sin(x)}; };
+
+template <class I, class P>
+struct Tag {
+  using Interpolation = I;
+  using Point = P;
+};
+
+// Calls check(Tag, order, support point count, highest degree that is reproduced) for each kind.
+template <class T>
+void ForEachKind(auto check) {
+  check("polynom", Tag<POLYNOM<T>, POINT<T>>(), -1, -1, 7);
+  check("hermite", Tag<HERMITE_POLY<T>, DPOINT<T>>(), -1, -1, 15);
+  check("polyfit", Tag<POLYNOM_FIT<T>, POINT<T>>(), 6, -1, 6);
+  check("chebyshev", Tag<CHEBY_POLY<T>, POINT<T>>(), 6, -1, 6);
+  check("spline", Tag<SPLINE<T>, POINT<T>>(), -1, -1, 1);
+  check("everett", Tag<EVERETT<T>, POINT<T>>(), 4, -1, 5);
+  check("localpolynom", Tag<LocalPolynom<T>, POINT<T>>(), -1, 5, 4);
+  check("localpolyfit", Tag<LocalFit<T>, POINT<T>>(), 4, 6, 4);
+  check("localchebyshev", Tag<LocalCheby<T>, POINT<T>>(), 4, 6, 4);
+  check("localhermite", Tag<LocalHermite<T>, DPOINT<T>>(), -1, 3, 5);
+}
+
+template <class T>
+void CheckPolynomialsAreReproduced() {
+  const std::vector<double> nodes = Steps(8);
+  ForEachKind<T>([&](const char* name, auto tag, int order, int count, int highest) {
+    using P = typename decltype(tag)::Point;
+    for (const int first : {-3, 0, 1}) {
+      for (int degree = 0; degree <= highest; ++degree) {
+        SCOPED_TRACE(std::string(name) + ", degree " + std::to_string(degree));
+        typename decltype(tag)::Interpolation curve;
+        curve.SetOrder(order);
+        curve.SetSupportPointCount(count);
+        const Function f = Power(degree, 7.0);
+        curve.Create(Sampled<P>(f, nodes, first));
+        // The nodes lie 1 apart and the values are at most 2: rounding grows with the number of
+        // differences taken, 2^order, and once more with each derivative.
+        const double epsilon = 500.0 * static_cast<double>(std::numeric_limits<T>::epsilon());
+        for (const double x : WithMiddles(nodes)) {
+          // The interval after the last full one lacks a difference, by contract.
+          if (std::string(name) == "everett" && x >= nodes[5]) break;
+          const Jet<double> truth = f(x);
+          const T at = static_cast<T>(x);
+          EXPECT_NEAR(static_cast<double>(curve.GetY(at)), truth.y, epsilon) << x;
+          EXPECT_NEAR(static_cast<double>(curve.GetDerivedY(at)), truth.dy, 10 * epsilon) << x;
+          EXPECT_NEAR(static_cast<double>(curve.GetDerived2Y(at)), truth.d2y, 40 * epsilon) << x;
+        }
+      }
+    }
+  });
+}
+
+TEST(Interpolation, PolynomialsAreReproduced) {
+  const ScopedLog quiet(LOG::Level::kAlarm);
+  CheckPolynomialsAreReproduced<double>();
+  CheckPolynomialsAreReproduced<float>();
+}
+
+TEST(Interpolation, DerivativesAreThoseOfTheValue) {
+  const ScopedLog quiet(LOG::Level::kAlarm);
+  const std::vector<double> nodes = Steps(12, 0.1);
+  ForEachKind<double>([&](const char* name, auto tag, int order, int count, int) {
+    typename decltype(tag)::Interpolation curve;
+    curve.SetOrder(order);
+    curve.SetSupportPointCount(count);
+    curve.Create(Sampled<typename decltype(tag)::Point>(kSine, nodes));
+    for (const double x : WithMiddles({nodes.begin() + 2, nodes.end() - 2})) {
+      SCOPED_TRACE(std::string(name) + " at " + std::to_string(x));
+      // Five-point forward differences, which stay within the piece that x belongs to. Their error
+      // is of order h^4 and h^3; the rounding of the values, 1e-15, is divided by h and by h^2.
+      const double h = 5e-4;
+      double y[5];
+      for (int k = 0; k < 5; ++k) y[k] = curve.GetY(x + k * h);
+      const double dy = (-25 * y[0] + 48 * y[1] - 36 * y[2] + 16 * y[3] - 3 * y[4]) / (12 * h);
+      const double d2y =
+          (35 * y[0] - 104 * y[1] + 114 * y[2] - 56 * y[3] + 11 * y[4]) / (12 * h * h);
+      EXPECT_NEAR(curve.GetDerivedY(x), dy, 1e-10);
+      EXPECT_NEAR(curve.GetDerived2Y(x), d2y, 5e-7);
+      // No pole and no jump at a node beyond the error of the method.
+      EXPECT_NEAR(curve.GetDerivedY(x), kSine(x).dy, 3e-3);
+      EXPECT_NEAR(curve.GetDerived2Y(x), kSine(x).d2y, 0.1);
+    }
+  });
+}
+
+TEST(Interpolation, BaseOperationsRefuse) {
+  const INTERPOLATION<double, POINT<double>> base;
+  EXPECT_FAILS(base.GetY(0.0), ERROR_ALGORITHM, "INTERPOLATION::GetY() shell not be called\n");
+  EXPECT_FAILS(base.GetDerivedY(0.0), ERROR_ALGORITHM,
+               "INTERPOLATION::GetDerivedY() shell not be called\n");
+  EXPECT_FAILS(base.GetDerived2Y(0.0), ERROR_ALGORITHM,
+               "INTERPOLATION::GetDerived2Y() shell not be called\n");
+  EXPECT_FAILS(base.GetCoeffs(), ERROR_ALGORITHM,
+               "INTERPOLATION::GetCoeffs() shall not be called\n");
+}
+
+TEST(Interpolation, HostileSupportPointsAreRefused) {
+  const double nan = std::numeric_limits<double>::quiet_NaN();
+  const double huge = std::numeric_limits<double>::max();
+  const auto refuse = [](const std::vector<double>& x, const Function& f, const char* line) {
+    ForEachKind<double>([&](const char* name, auto tag, int order, int count, int) {
+      SCOPED_TRACE(name);
+      typename decltype(tag)::Interpolation curve;
+      curve.SetOrder(order);
+      curve.SetSupportPointCount(count);
+      const auto points = Sampled<typename decltype(tag)::Point>(f, x);
+      EXPECT_FAILS(curve.Create(points), INVALID_PARAMETER_VALUE,
+                   std::string("INTERPOLATION::Create: ") + line);
+    });
+  };
+  refuse({}, kSine, "no support points.\n");
+  refuse({0.0, 1.0, 1.0}, kSine, "abscissae do not ascend at support point 2: 1, 1\n");
+  refuse({0.0, 2.0, 1.0}, kSine, "abscissae do not ascend at support point 2: 2, 1\n");
+  refuse({0.0, nan, 3.0}, kSine, "support point 1 is not finite.\n");
+  refuse(
+      {0.0, 1.0},
+      [=](double) {
+        return Jet<double>{nan, 0.0, 0.0};
+      },
+      "support point 0 is not finite.\n");
+  POLYNOM<double> polynom;
+  EXPECT_FAILS(polynom.Create(Sampled<POINT<double>>(
+                   [=](double x) {
+                     return Jet<double>{x < 1.0 ? -huge : huge, 0, 0};
+                   },
+                   Steps(4))),
+               INVALID_PARAMETER_VALUE,
+               "POLYNOM: divided differences of order 1 are not finite.\n");
+}
+
+TEST(Interpolation, NoAbscissaIsTakenThatIsNotFinite) {
+  const ScopedLog quiet(LOG::Level::kSilent);
+  ForEachKind<double>([&](const char* name, auto tag, int order, int count, int) {
+    SCOPED_TRACE(name);
+    typename decltype(tag)::Interpolation curve;
+    curve.SetOrder(order);
+    curve.SetSupportPointCount(count);
+    curve.Create(Sampled<typename decltype(tag)::Point>(kSine, Steps(9)));
+    for (const auto& [x, text] : {std::pair(std::nan(""), "nan"), std::pair(HUGE_VAL, "inf"),
+                                  std::pair(-HUGE_VAL, "-inf")}) {
+      const std::string line = std::string("INTERPOLATION: abscissa is not finite: ") + text + "\n";
+      EXPECT_FAILS(curve.GetY(x), ERROR_ARGUMENT, line);
+      EXPECT_FAILS(curve.GetDerivedY(x), ERROR_ARGUMENT, line);
+      EXPECT_FAILS(curve.GetDerived2Y(x), ERROR_ARGUMENT, line);
+    }
+    // Far is not infinite: it may give any number, but must stay within the tables.
+    for (const double x : {1e300, -1e300, 1e18, -1e18}) static_cast<void>(curve.GetY(x));
+  });
+}
+
+TEST(Everett, EndsOfTheTable) {
+  ScopedLog log;
+  EVERETT<double> line;
+  line.SetOrder(0);
+  line.Create(Sampled<POINT<double>>(Power(1, 1.0), {3.0, 5.0}));
+  EXPECT_DOUBLE_EQ(line.GetY(3.5), 4.5);
+  EXPECT_DOUBLE_EQ(line.GetDerivedY(3.5), 1.0);
+  EXPECT_EQ(line.GetDerived2Y(3.5), 0.0);
+  EXPECT_DOUBLE_EQ(line.GetY(5.0), 6.0);
+  EXPECT_EQ(log.Text(), "");
+  line.SetOrder(2);
+  line.SetOrder(-1);
+  line.Create(Sampled<POINT<double>>(Power(1, 1.0), {3.0, 5.0}));
+  EXPECT_DOUBLE_EQ(line.GetY(3.5), 4.5);
+  EXPECT_EQ(log.Text(),
+            "WARN  : EVERETT::GetXi: Forced interpolation left hand side.\n"
+            "WARN  : EVERETT::GetXi: Forced interpolation right hand side.\n");
+}
+
+TEST(Everett, PlacesAndForcedPlaces) {
+  struct Row {
+    double x;
+    int i;
+    double p;
+    std::string log;
+  };
+  const std::string left = "WARN  : EVERETT::GetXi: Forced interpolation left hand side.\n";
+  const std::string right = "WARN  : EVERETT::GetXi: Forced interpolation right hand side.\n";
+  const std::string extrapolated = "DEBUG : EVERETT::GetXi: Extrapolation needed (r=";
+  // Indices -5..4 at 100, 102 .. 118; order 4 needs two points on each side.
+  const Row rows[] = {
+      {104.0, -3, 0.0, ""},
+      {109.0, -1, 0.5, ""},
+      {114.5, 2, 0.25, ""},
+      {103.0, -3, -0.5, left + extrapolated + "-0.5, s=1.5, i=-3, ax=103).\n"},
+      {116.0, 2, 1.0, right},
+      {121.0, 2, 3.5, right + extrapolated + "3.5, s=-2.5, i=2, ax=121).\n"},
+  };
+  EVERETT<double> everett;
+  everett.SetOrder(4);
+  everett.Create(Sampled<POINT<double>>(Power(3, 100.0), Steps(10, 2.0, 100.0), -5));
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.x);
+    const ScopedLog log;
+    const auto xi = everett.GetXi(row.x);
+    EXPECT_EQ(xi.i, row.i);
+    EXPECT_EQ(xi.p, row.p);
+    EXPECT_EQ(xi.q, 1.0 - row.p);
+    EXPECT_EQ(log.Text(), row.log);
+    EXPECT_NEAR(everett.GetY(row.x), Power(3, 100.0)(row.x).y, 1e-14);
+  }
+}
+
+TEST(Everett, RefusedGrids) {
+  const auto create = [](int order, const std::vector<double>& x) {
+    EVERETT<double> everett;
+    everett.SetOrder(order);
+    everett.Create(Sampled<POINT<double>>(kSine, x));
+  };
+  EXPECT_FAILS(create(4, {1.0}), INVALID_PARAMETER_VALUE,
+               "EVERETT::Create: more than 1 value needed.\n");
+  EXPECT_FAILS(
+      create(3, {1.0, 2.0}), INVALID_PARAMETER_VALUE,
+      "EVERETT::Create: Everett interpolation only possible with even order, not for given "
+      "order 3\n");
+  const char* const uneven =
+      "EVERETT::Create: Everett interpolation only possible on equidistant grid.\n";
+  EXPECT_FAILS(create(2, {0.0, 1.0, 2.0 + 1.1e-8, 3.0}), INVALID_PARAMETER_VALUE, uneven);
+  EXPECT_FAILS(create(2, {0.0, 1.0, 2.0, 3.0 - 1.1e-8}), INVALID_PARAMETER_VALUE, uneven);
+  create(2, {0.0, 1.0, 2.0 + 0.9e-8, 3.0});
+}
+
+TEST(Spline, NaturalAndSilentOutside) {
+  SPLINE<double> spline;
+  const std::vector<double> nodes = {0.0, 0.5, 1.5, 2.0, 3.25};
+  spline.Create(Sampled<POINT<double>>(kSine, nodes));
+  EXPECT_NEAR(spline.GetDerived2Y(0.0), 0.0, 1e-15);
+  EXPECT_NEAR(spline.GetDerived2Y(3.25), 0.0, 1e-15);
+  // Interpolation, natural ends and two continuous derivatives: there is one such function only.
+  for (const double x : nodes) EXPECT_NEAR(spline.GetY(x), std::sin(x), 1e-15);
+  for (std::size_t j = 1; j + 1 < nodes.size(); ++j) {
+    const double x = nodes[j];
+    const double before = std::nextafter(x, 0.0);
+    EXPECT_NEAR(spline.GetY(before), spline.GetY(x), 1e-15);
+    EXPECT_NEAR(spline.GetDerivedY(before), spline.GetDerivedY(x), 1e-14);
+    EXPECT_NEAR(spline.GetDerived2Y(before), spline.GetDerived2Y(x), 1e-14);
+  }
+  for (const double x : {std::nextafter(0.0, -1.0), std::nextafter(3.25, 4.0)}) {
+    EXPECT_EQ(spline.GetY(x), 0.0);
+    EXPECT_EQ(spline.GetDerivedY(x), 0.0);
+    EXPECT_EQ(spline.GetDerived2Y(x), 0.0);
+  }
+  EXPECT_EQ(spline.GetCoeffs().Length(), 16);
+  EXPECT_FAILS(spline.Create(Sampled<POINT<double>>(kSine, {1.0})), INVALID_PARAMETER_VALUE,
+               "SPLINE::Create: more than 1 value needed.\n");
+}
+
+TEST(Fits, OrdersAreReducedAndReported) {
+  const auto points = Sampled<POINT<double>>(Power(2, 1.0), Steps(5));
+  const ScopedLog log;
+  POLYNOM_FIT<double> fit;
+  fit.SetOrder(8);
+  fit.Create(points);
+  EXPECT_EQ(log.Text(), "WARN  : POLYFIT: reduce polynomial fit order 8 -> 4\n");
+  EXPECT_EQ(fit.GetCoeffs().Range(), RANGE<int>(0, 6));
+  // (x - 2)^2 + 4 (x - 2) + 5
+  EXPECT_NEAR(fit.GetCoeffs()[1], 5.0, 1e-12);
+  EXPECT_NEAR(fit.GetCoeffs()[2], 4.0, 1e-12);
+  EXPECT_NEAR(fit.GetCoeffs()[3], 1.0, 1e-12);
+  CHEBY_POLY<double> chebyshev;
+  chebyshev.SetOrder(5);
+  chebyshev.Create(points);
+  EXPECT_EQ(log.Text().substr(log.Text().find('\n') + 1),
+            "WARN  : CHEBY_POLY::Create: reduce polynomial fit order 5->4\n");
+  // x = 2 + 2 u: 4 u^2 + 8 u + 5 = 2 T2 + 8 T1 + 7
+  EXPECT_NEAR(chebyshev.GetCoeffs()[0], 7.0, 1e-12);
+  EXPECT_NEAR(chebyshev.GetCoeffs()[1], 8.0, 1e-12);
+  EXPECT_NEAR(chebyshev.GetCoeffs()[2], 2.0, 1e-12);
+  EXPECT_EQ(chebyshev.MapX(0.0), -1.0);
+  EXPECT_EQ(chebyshev.MapX(4.0), 1.0);
+  chebyshev.Create(Sampled<POINT<double>>(Power(0, 1.0), {3.0}));
+  EXPECT_DOUBLE_EQ(chebyshev.GetY(3.0), 2.0);
+}
+
+TEST(Fits, ChiSquareIsReported) {
+  // The best line through 0, 1, 0 is 1/3: residuals 1/9 + 4/9 + 1/9.
+  const auto points = Sampled<POINT<double>>(
+      [](double x) {
+        return Jet<double>{x == 1.0 ? 1.0 : 0.0, 0.0, 0.0};
+      },
+      Steps(3));
+  const ScopedLog log;
+  POLYNOM_FIT<double> fit;
+  fit.SetOrder(1);
+  fit.CreateWithReport(points);
+  CHEBY_POLY<double> chebyshev;
+  chebyshev.SetOrder(1);
+  chebyshev.CreateWithReport(points);
+  EXPECT_EQ(log.Text(),
+            "PARAM : POLYFIT: polynomial fit order = 1\n"
+            "PARAM : POLYFIT: chi^2 = 0.666667\n"
+            "PARAM : CHEBY_POLY::Create: chi^2 = 0.666667\n");
+  EXPECT_NEAR(fit.GetY(0.3), 1.0 / 3.0, 1e-15);
+  fit.SetOrder(101);
+  EXPECT_FAILS(fit.Create(Sampled<POINT<double>>(kSine, Steps(200))), INVALID_PARAMETER_VALUE,
+               "POLYFIT: polynomial fit order 101 is above 100\n");
+}
+
+TEST(LocalInterpolation, SpansAndTheirLines) {
+  const std::vector<double> x = {0.0, 1.0, 3.0, 4.0, 8.0};
+  LocalPolynom<double> local;
+  const auto lines_of = [&](int count) {
+    const ScopedLog log;
+    local.SetSupportPointCount(count);
+    local.Create(Sampled<POINT<double>>(kSine, x, 1));
+    return log.Text();
+  };
+  EXPECT_EQ(lines_of(2),
+            "PARAM : LOCAL_INTERPOLATION: polynom count; 4\n"
+            "PARAM : idx_start=0 idx_stop=1 t_start=0 t_stop=1\n"
+            "PARAM : idx_start=1 idx_stop=2 t_start=1 t_stop=3\n"
+            "PARAM : idx_start=2 idx_stop=3 t_start=3 t_stop=4\n"
+            "PARAM : idx_start=3 idx_stop=4 t_start=4 t_stop=8\n");
+  // A boundary belongs to the later span; beyond the ends the nearest span answers.
+  const std::pair<double, int> owners[] = {{-9.0, 0}, {0.0, 0}, {0.9, 0}, {1.0, 1}, {2.9, 1},
+                                           {3.0, 2},  {4.0, 3}, {8.0, 3}, {99.0, 3}};
+  for (const auto& [at, owner] : owners) EXPECT_EQ(local.FindSpan(at), owner) << at;
+  EXPECT_EQ(lines_of(3),
+            "PARAM : LOCAL_INTERPOLATION: polynom count; 3\n"
+            "PARAM : idx_start=0 idx_stop=2 t_start=0 t_stop=2\n"
+            "PARAM : idx_start=1 idx_stop=3 t_start=2 t_stop=3.5\n"
+            "PARAM : idx_start=2 idx_stop=4 t_start=3.5 t_stop=8\n");
+  EXPECT_EQ(lines_of(9),
+            "WARN  : LOCAL_INTERPOLATION: change support_point_count from 9 to 5\n"
+            "PARAM : LOCAL_INTERPOLATION: polynom count; 1\n"
+            "PARAM : idx_start=0 idx_stop=4 t_start=0 t_stop=8\n");
+  POLYNOM<double> whole;
+  whole.Create(Sampled<POINT<double>>(kSine, x));
+  EXPECT_EQ(local.GetY(5.5), whole.GetY(5.5));
+  local.SetSupportPointCount(0);
+  EXPECT_FAILS(local.Create(Sampled<POINT<double>>(kSine, x)), INVALID_PARAMETER_VALUE,
+               "LOCAL_INTERPOLATION: support_point_count 0 is below 1\n");
+}
+
+TEST(LocalInterpolation, FindsTheSpanOfUnevenPoints) {
+  const ScopedLog quiet(LOG::Level::kAlarm);
+  std::vector<double> x = {0.0};
+  for (int j = 1; j < 500; ++j) x.push_back(x.back() + std::pow(2.0, j * 7919 % 13));
+  LocalPolynom<double> local;
+  local.SetSupportPointCount(4);
+  local.Create(Sampled<POINT<double>>(kSine, x));
+  const auto& spans = local.Spans();
+  for (const double at : WithMiddles(x)) {
+    int expected = spans.Last();
+    while (expected > 0 && at < spans[expected].t_start) --expected;
+    EXPECT_EQ(local.FindSpan(at), expected) << at;
+  }
+}
+
+TEST(LocalInterpolation, CopiesAreTheirOwn) {
+  const ScopedLog quiet(LOG::Level::kSilent);
+  auto original = std::make_unique<LocalHermite<double>>();
+  original->SetSupportPointCount(4);
+  original->Create(Sampled<DPOINT<double>>(kSine, Steps(9, 0.5)));
+  const double expected = original->GetY(1.3);
+  const LocalHermite<double> copy(*original);
+  EXPECT_FAILS(ARRAY(original->Spans()), ERROR_NOT_IMPLEMENTED,
+               "never call: SUB_ARRAY<T>::operator=( const SUB_ARRAY< T >& )\n");
+  original.reset();
+  EXPECT_EQ(copy.GetY(1.3), expected);
+}
+
+}  // namespace
