@@ -43,7 +43,9 @@ void AppendFloating(std::string& text, Float value, int digits) {
   };
   std::string_view formatted = format(digits);
   constexpr auto kLargest = static_cast<double>(std::numeric_limits<Float>::max());
-  if (std::fabs(std::strtod(buffer.data(), nullptr)) > kLargest) {
+  // Rounding moves no value that is smaller than half the largest out of the range.
+  if (std::fabs(static_cast<double>(value)) > kLargest / 2 &&
+      std::fabs(std::strtod(buffer.data(), nullptr)) > kLargest) {
     constexpr int kExtraDigits = 10;
     formatted = format(digits + kExtraDigits);
     const std::size_t exponent = formatted.find('E');
