@@ -261,6 +261,7 @@ TEST_F(UpdateFaults, ToldToEndAtEveryCall) {
     EXPECT_TRUE(WIFSIGNALED(run.status) && WTERMSIG(run.status) == SIGTERM);
     const std::string pool = scene.Pool();
     EXPECT_TRUE(pool == old_ || pool == new_) << "the signal did not wait until the pool was whole";
+    EXPECT_TRUE(scene.Copies().empty());
   });
 }
 
