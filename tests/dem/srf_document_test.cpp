@@ -317,12 +317,14 @@ TEST_F(SrfDocument, FastModeIsSettledWhenMapping) {
   ASSERT_EQ(::mkfifo((directory_ / "fifo").c_str(), 0600), 0);
   EXPECT_THROW(OpenWithLine("dem_fname0", "dem_fname0 STR \"fifo\""), ERROR_CAN_NOT_READ_FILE);
 
-  // Width and height of the header are not examined: the grid is as large as the corners say.
-  const std::string path = WriteDem(directory_, kSmall);
+  // Width and height of the header are not examined: the grid, here of several pages, is as large
+  // as the corners say.
+  const TestDem large{.tiles = {{0, 99, 99, 0}}};
+  const std::string path = WriteDem(directory_, large);
   WriteFile(TilePath(), SrfHeaderBytes(0, 0, 1) + ReadFile(TilePath()).substr(32));
   SRF_DOCUMENT document = Reopen(path, true);
   EXPECT_TRUE(document.IsFast());
-  ExpectTerrain(document, kSmall, 100, 10, 50, 8);
+  ExpectTerrain(document, large, 0, 99, 0, 99);
 }
 
 }  // namespace
