@@ -213,9 +213,12 @@ TEST(Interpolation, NoAbscissaIsTakenThatIsNotFinite) {
     curve.SetOrder(order);
     curve.SetSupportPointCount(count);
     curve.Create(Sampled<typename decltype(tag)::Point>(kSine, Steps(9)));
-    for (const auto& [x, text] : {std::pair(std::nan(""), "nan"), std::pair(HUGE_VAL, "inf"),
-                                  std::pair(-HUGE_VAL, "-inf")}) {
-      const std::string line = std::string("INTERPOLATION: abscissa is not finite: ") + text + "\n";
+    const std::pair<double, const char*> abscissae[] = {
+        {std::nan(""), "nan"}, {HUGE_VAL, "inf"}, {-HUGE_VAL, "-inf"}};
+    for (const auto& at : abscissae) {
+      const double x = at.first;
+      const std::string line =
+          std::string("INTERPOLATION: abscissa is not finite: ") + at.second + "\n";
       EXPECT_FAILS(curve.GetY(x), ERROR_ARGUMENT, line);
       EXPECT_FAILS(curve.GetDerivedY(x), ERROR_ARGUMENT, line);
       EXPECT_FAILS(curve.GetDerived2Y(x), ERROR_ARGUMENT, line);
