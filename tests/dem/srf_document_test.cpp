@@ -251,10 +251,10 @@ TEST_F(SrfDocument, HeadersThatDoNotFit) {
       {SrfHeaderBytes(2, 2, 1).substr(1),
        "SRF_DOCUMENT: can not read header from: " + TilePath(1) + "\n"},
   };
-  for (const auto& [header, message] : rows) {
+  for (const auto& row : rows) {
     const std::string path = WriteDem(directory_, two);
-    WriteFile(TilePath(1), header);
-    EXPECT_FAILS(Reopen(path, true), ERROR_CANNOT_OPEN_SUBDOC, message);
+    WriteFile(TilePath(1), row.first);
+    EXPECT_FAILS(Reopen(path, true), ERROR_CANNOT_OPEN_SUBDOC, row.second);
   }
 }
 
@@ -283,9 +283,10 @@ TEST_F(SrfDocument, DescriptorsThatMakeNoGrid) {
                           "dem_tile_annotation", "dem_lon_res", "dem_lat_res"}) {
     rows.emplace_back(key, "");
   }
-  for (const auto& [key, line] : rows) {
-    SCOPED_TRACE(key + " -> " + line);
-    const std::string log = LogOfFailure<ERROR_DESCRIPTOR_VALUE>([&] { OpenWithLine(key, line); });
+  for (const auto& row : rows) {
+    SCOPED_TRACE(row.first + " -> " + row.second);
+    const std::string log =
+        LogOfFailure<ERROR_DESCRIPTOR_VALUE>([&] { OpenWithLine(row.first, row.second); });
     EXPECT_THAT(log, HasSubstr("ALARM : "));
   }
   EXPECT_THROW(OpenWithLine("dem_upper_left", "", {.tiles = {{0, 1, 1, 0}, {2, 1, 3, 0}}}),
