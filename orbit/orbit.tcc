@@ -4,11 +4,12 @@
 #include <array>
 #include <type_traits>
 #include <utility>
+#include <variant>
 
 #include "orbit/coefficient_file.h"
 #include "orbit/orbit.h"
-#include "orbit/time_kind.h"
 #include "runtime/log.h"
+#include "time/time_value.h"
 
 template <class T, class S, class I, class P>
 ORBIT_BASE& ORBIT<T, S, I, P>::operator=(const ORBIT_BASE& orbit) {
@@ -27,14 +28,13 @@ ORBIT_BASE& ORBIT<T, S, I, P>::operator=(const ORBIT_BASE& orbit) {
 
 template <class T, class S, class I, class P>
 void ORBIT<T, S, I, P>::SetReferenceTime(const STRING& text) {
-  using Kind = quellmark::orbit::TimeKind<S>;
-  if (!Kind::IsKindOf(text.View())) {
+  const quellmark::time::TimeValue time = quellmark::time::ScanTime(text.View());
+  if (!std::holds_alternative<S>(time)) {
     quellmark::runtime::LogLine(LOG::Level::kAlarm,
                                 "ORBIT: reference time is of another kind than the epochs: ", text,
                                 "\n");
-    throw "not allowed time conversion";
   }
-  reference_time_ = Kind::Scan(text.View());
+  reference_time_ = quellmark::time::ConvertTime<S>(time);
   time_stamp_ = text;
   if constexpr (std::is_same_v<S, double>) time_origin_s_ = reference_time_;
 }
@@ -42,11 +42,7 @@ void ORBIT<T, S, I, P>::SetReferenceTime(const STRING& text) {
 template <class T, class S, class I, class P>
 template <class Time>
 double ORBIT<T, S, I, P>::AbscissaOf(const Time& time) const {
-  if constexpr (std::is_same_v<S, Time>) {
-    return quellmark::orbit::TimeKind<S>::SecondsAfter(time, reference_time_);
-  } else {
-    throw "not allowed time conversion";
-  }
+  return quellmark::time::SecondsBetween(reference_time_, quellmark::time::ConvertTime<S>(time));
 }
 
 template <class T, class S, class I, class P>

@@ -3,32 +3,49 @@
 #include <type_traits>
 
 #include "basic/errors.h"
-#include "orbit/time_kind.h"
 #include "pool/parameter_pool.h"
 #include "runtime/log.h"
+#include "time/met_scanner.h"
+#include "time/time_value.h"
+#include "time/utc_scanner.h"
 
 namespace quellmark::orbit {
 
 using pool::ValueType;
 
+namespace {
+
+template <class S>
+S ScanEpoch(std::string_view text) {
+  if constexpr (std::is_same_v<S, UNIVERSAL_TIME>) {
+    return time::ScanUtc(text);
+  } else if constexpr (std::is_same_v<S, MISSION_ELAPSED_TIME>) {
+    return time::ScanMet(text);
+  } else {
+    return time::ConvertTime<S>(time::ScanTime(text));
+  }
+}
+
+}  // namespace
+
 template <class S>
 std::vector<double> ReadEpochs(PARAMETER_POOL& pool, std::string_view key,
                                const S& reference_time) {
   std::vector<double> seconds;
-  const auto append = [&](const S& time) {
-    seconds.push_back(TimeKind<S>::SecondsAfter(time, reference_time));
+  const auto append = [&](const S& epoch) {
+    seconds.push_back(time::SecondsBetween(reference_time, epoch));
   };
   if constexpr (std::is_same_v<S, double>) {
     if (pool.TypeOf(key) == ValueType::kFlt15V) {
       const ARRAY<double> times = pool.Read<ValueType::kFlt15V>(key);
       seconds.reserve(times.Elements().size());
-      for (const double time : times.Elements()) append(time);
+      for (const double epoch : times.Elements()) append(epoch);
       return seconds;
     }
   }
   const ARRAY<STRING> texts = pool.Read<ValueType::kStrV>(key);
   seconds.reserve(texts.Elements().size());
-  for (const STRING& text : texts.Elements()) append(TimeKind<S>::Scan(text.View()));
+  for (const STRING& text : texts.Elements()) append(ScanEpoch<S>(text.View()));
   return seconds;
 }
 
