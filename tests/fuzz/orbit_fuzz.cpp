@@ -1,0 +1,95 @@
+// Any bytes as the text of an interpolation. What is accepted must read back from its own numbers
+// as it was, and the interpolator that it asks for must be refused or answer everywhere.
+#include <cmath>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <string>
+#include <string_view>
+
+#include "basic/errors.h"
+#include "orbit/everett.h"
+#include "orbit/fits.h"
+#include "orbit/local_interpolation.h"
+#include "orbit/polynom.h"
+#include "orbit/selection.h"
+#include "orbit/spline.h"
+#include "runtime/log.h"
+
+namespace {
+
+using quellmark::orbit::InterpolationChoice;
+using quellmark::orbit::ParseInterpolation;
+
+void Check(bool holds) {
+  if (!holds) std::abort();
+}
+
+void CheckAgain(const InterpolationChoice& choice) {
+  const auto id = static_cast<std::size_t>(choice.interpolation_id);
+  std::string text(quellmark::orbit::kInterpolationNames.at(id));
+  if (choice.polynomial_fit_order >= 0) text += "_" + std::to_string(choice.polynomial_fit_order);
+  if (choice.support_point_count >= 0) text += "_" + std::to_string(choice.support_point_count);
+  const InterpolationChoice again = ParseInterpolation(text);
+  Check(again.interpolation_id == choice.interpolation_id);
+  Check(again.polynomial_fit_order == choice.polynomial_fit_order);
+  Check(again.support_point_count == choice.support_point_count);
+}
+
+template <class I, class P>
+void Interpolate(const InterpolationChoice& choice) {
+  ARRAY<P> points(RANGE<int>(-2, 9));
+  for (int j = -2; j < 7; ++j) {
+    const double x = 10.0 * j;
+    if constexpr (requires(P p) { p.Dy(); }) {
+      points[j] = P(x, std::sin(0.01 * x), 0.01 * std::cos(0.01 * x));
+    } else {
+      points[j] = P(x, std::sin(0.01 * x));
+    }
+  }
+  I curve;
+  curve.SetOrder(choice.polynomial_fit_order);
+  curve.SetSupportPointCount(choice.support_point_count);
+  curve.CreateWithReport(points);
+  for (const double x : {-1e300, -20.0, -3.0, 0.0, 37.5, 60.0, 1e300}) {
+    static_cast<void>(curve.GetY(x));
+    static_cast<void>(curve.GetDerivedY(x));
+    static_cast<void>(curve.GetDerived2Y(x));
+  }
+  // Between the points a smooth function is met, whatever the order (0 is a constant or a line).
+  Check(std::abs(curve.GetY(22.0) - std::sin(0.22)) < 1.0);
+}
+
+template <class I>
+using Local = LOCAL_INTERPOLATION<double, I, POINT<double>>;
+using LocalHermite = LOCAL_INTERPOLATION<double, HERMITE_POLY<double>, DPOINT<double>>;
+
+constexpr void (*kInterpolate[])(const InterpolationChoice&) = {
+    Interpolate<POLYNOM<double>, POINT<double>>,
+    Interpolate<POLYNOM_FIT<double>, POINT<double>>,
+    Interpolate<SPLINE<double>, POINT<double>>,
+    Interpolate<Local<POLYNOM<double>>, POINT<double>>,
+    Interpolate<Local<POLYNOM_FIT<double>>, POINT<double>>,
+    Interpolate<CHEBY_POLY<double>, POINT<double>>,
+    Interpolate<Local<CHEBY_POLY<double>>, POINT<double>>,
+    Interpolate<HERMITE_POLY<double>, DPOINT<double>>,
+    Interpolate<LocalHermite, DPOINT<double>>,
+    Interpolate<EVERETT<double>, POINT<double>>,
+};
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  LOG& log = quellmark::runtime::Log();
+  log.SetScreenThreshold(LOG::Level::kSilent);
+  log.SetFileThreshold(LOG::Level::kSilent);
+  try {
+    const InterpolationChoice choice =
+        ParseInterpolation({reinterpret_cast<const char*>(data), size});
+    CheckAgain(choice);
+    kInterpolate[choice.interpolation_id](choice);
+  } catch (const ERROR_ARGUMENT&) {           // the text
+  } catch (const INVALID_PARAMETER_VALUE&) {  // its numbers
+  }
+  return 0;
+}
