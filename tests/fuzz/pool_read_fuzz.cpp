@@ -12,11 +12,12 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   LOG& log = quellmark::runtime::Log();
   log.SetScreenThreshold(LOG::Level::kSilent);
   log.SetFileThreshold(LOG::Level::kSilent);
+  const std::string_view text(reinterpret_cast<const char*>(data), size);
   const quellmark::basic::UniqueFd memory(::memfd_create("pool", MFD_CLOEXEC));
   if (::write(memory.Get(), data, size) != static_cast<ssize_t>(size)) return 0;
   PARAMETER_POOL pool;
   pool.Open("/proc/self/fd/" + std::to_string(memory.Get()));
-  for (const std::string& key : quellmark::test::KeysOf(data, size)) {
+  for (const std::string& key : quellmark::test::KeysOf(text)) {
     try {
       static_cast<void>(quellmark::test::ReadAny(pool, pool.TypeOf(key), key));
     } catch (const ERROR_EXCEPTION&) {  // a refusal, with its reason in the log

@@ -83,6 +83,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   std::ofstream(directory.Pool(), std::ios::binary) << text;
   PARAMETER_POOL_READ_WRITE_CHANGE pool(directory.Pool());
   AppendOne(pool, text);
-  WriteBackAll(pool, quellmark::test::KeysOf(data, size));
+  WriteBackAll(pool, quellmark::test::KeysOf(text));
   return 0;
 }

@@ -33,14 +33,12 @@ inline void SetAny(PARAMETER_POOL_READ_WRITE_CHANGE& pool, std::string_view key,
              any);
 }
 
-/// The beginnings of the lines of a text, up to a limit: among them all keys that a short pool has.
-[[nodiscard]] inline std::vector<std::string> KeysOf(const void* data, std::size_t size) {
-  constexpr std::size_t kMostKeys = 100;
+/// The first words of the lines of a text: among them all keys of a pool without overlong lines.
+[[nodiscard]] inline std::vector<std::string> KeysOf(std::string_view text) {
   std::vector<std::string> keys;
-  std::string_view text(static_cast<const char*>(data), size);
-  while (!text.empty() && keys.size() < kMostKeys) {
+  while (!text.empty()) {
     const std::string_view line = text.substr(0, text.find_first_of("\n\r"));
-    keys.emplace_back(line.empty() ? line : pool::KeyOf(line));
+    if (!line.empty()) keys.emplace_back(pool::KeyOf(line));
     text.remove_prefix(std::min(line.size() + 1, text.size()));
   }
   return keys;
