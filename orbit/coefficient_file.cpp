@@ -1,48 +1,42 @@
 #include "orbit/coefficient_file.h"
 
-#include <array>
-#include <charconv>
-
 #include "basic/errors.h"
 #include "runtime/log.h"
 
 namespace quellmark::orbit {
 
-namespace {
-
-void Write(std::ofstream& out, double number) {
-  std::array<char, 32> text;
-  const auto end = std::to_chars(text.data(), text.data() + text.size(), number,
-                                 std::chars_format::scientific, 16);
-  out << ' ' << std::string_view(text.data(), static_cast<std::size_t>(end.ptr - text.data()));
-}
-
-}  // namespace
-
-CoefficientFile::CoefficientFile(std::string_view name) : name_(std::string(name) + ".pkt") {
-  out_.open(name_, std::ios::trunc);
-  if (!out_.is_open()) {
+CoefficientFile::CoefficientFile(std::string_view name)
+    : name_(std::string(name) + ".pkt"), file_(std::fopen(name_.c_str(), "we")) {
+  if (file_ == nullptr) {
     runtime::LogLine(LOG::Level::kAlarm, "ORBIT::SavePolynomial() can not create file: ", name_);
   }
 }
 
+void CoefficientFile::Header(std::string_view name, std::string_view value) {
+  if (file_ == nullptr) return;
+  std::fprintf(file_.get(), "%s: %s\n", std::string(name).c_str(), std::string(value).c_str());
+}
+
+void CoefficientFile::WriteNumber(double number) { std::fprintf(file_.get(), " %.16e", number); }
+
 template <class T>
 void CoefficientFile::Add(int coordinate, const Piece<T>& piece) {
-  out_ << coordinate;
-  for (const T t : {piece.t_start, piece.t_stop}) Write(out_, static_cast<double>(t));
-  for (const T c : piece.c) Write(out_, static_cast<double>(c));
-  out_ << " |";
-  for (const T z : piece.z) Write(out_, static_cast<double>(z));
-  out_ << '\n';
+  if (file_ == nullptr) return;
+  std::fprintf(file_.get(), "%d", coordinate);
+  for (const T t : {piece.t_start, piece.t_stop}) WriteNumber(static_cast<double>(t));
+  for (const T c : piece.c) WriteNumber(static_cast<double>(c));
+  std::fputs(" |", file_.get());
+  for (const T z : piece.z) WriteNumber(static_cast<double>(z));
+  std::fputc('\n', file_.get());
 }
 
 template void CoefficientFile::Add(int, const Piece<float>&);
 template void CoefficientFile::Add(int, const Piece<double>&);
 
 void CoefficientFile::Close() {
-  if (!out_.is_open()) return;
-  out_.close();
-  if (out_.fail()) {
+  if (file_ == nullptr) return;
+  const bool was_written = std::ferror(file_.get()) == 0;
+  if (std::fclose(file_.release()) != 0 || !was_written) {
     runtime::Fail<ERROR_CAN_NOT_WRITE_FILE>("ORBIT::SavePolynomial() can not write file: ", name_,
                                             "\n");
   }

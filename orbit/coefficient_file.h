@@ -1,7 +1,8 @@
 // The file that SavePolynomial writes.
 #pragma once
 
-#include <fstream>
+#include <cstdio>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -20,10 +21,8 @@ class CoefficientFile {
   explicit CoefficientFile(std::string_view name);
 
   /// One line of the header.
-  template <class Value>
-  void Header(std::string_view name, const Value& value) {
-    out_ << name << ": " << value << '\n';
-  }
+  void Header(std::string_view name, std::string_view value);
+  void Header(std::string_view name, int value) { Header(name, std::to_string(value)); }
   /// One line of coefficients.
   template <class T>
   void Add(int coordinate, const Piece<T>& piece);
@@ -31,8 +30,14 @@ class CoefficientFile {
   void Close();
 
  private:
+  struct Closer {
+    void operator()(std::FILE* file) const { static_cast<void>(std::fclose(file)); }
+  };
+
+  void WriteNumber(double number);
+
   std::string name_;
-  std::ofstream out_;
+  std::unique_ptr<std::FILE, Closer> file_;  // the C library's: C++ streams weigh a megabyte
 };
 
 }  // namespace quellmark::orbit
