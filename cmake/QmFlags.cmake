@@ -15,6 +15,10 @@ target_compile_options(qm_flags INTERFACE
   # g++ 12 sees an overlap inside its own std::string when text and character are added up.
   $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)
 
+# What a program does not reach is left out of it: the executable is copied to many hosts.
+target_compile_options(qm_flags INTERFACE -ffunction-sections -fdata-sections)
+target_link_options(qm_flags INTERFACE -Wl,--gc-sections)
+
 if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
   set(CMAKE_BUILD_TYPE Release CACHE STRING "Build type" FORCE)
 endif()
