@@ -42,6 +42,13 @@ void LOCAL_INTERPOLATION<T, I, P>::Fit(std::span<const P> points) {
             support_point_count_, " to ", count, "\n");
     support_point_count_ = count;
   }
+  // Each span keeps numbers of its own: what real orbits need is far below this.
+  constexpr long long kMaxNumbers = 1LL << 25;
+  if (static_cast<long long>(count + 1 - support_point_count_) * support_point_count_ >
+      kMaxNumbers) {
+    Fail<INVALID_PARAMETER_VALUE>("LOCAL_INTERPOLATION: support_point_count ", support_point_count_,
+                                  " is too large for ", count, " points\n");
+  }
   points_ = ARRAY<P>(RANGE<int>(0, count));
   std::ranges::copy(points, points_.Elements().begin());
   // "polynom count;": kept exactly, do not correct.

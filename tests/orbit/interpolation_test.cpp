@@ -412,6 +412,13 @@ TEST(LocalInterpolation, SpansAndTheirLines) {
                "LOCAL_INTERPOLATION: support_point_count 0 is below 1\n");
 }
 
+TEST(LocalInterpolation, RefusesToFillTheMemory) {
+  LocalPolynom<double> local;
+  local.SetSupportPointCount(6000);
+  EXPECT_FAILS(local.Create(Sampled<POINT<double>>(kSine, Steps(12000))), INVALID_PARAMETER_VALUE,
+               "LOCAL_INTERPOLATION: support_point_count 6000 is too large for 12000 points\n");
+}
+
 TEST(LocalInterpolation, FindsTheSpanOfUnevenPoints) {
   const ScopedLog quiet(LOG::Level::kAlarm);
   std::vector<double> x = {0.0};
