@@ -5,10 +5,15 @@
 #include <array>
 #include <cmath>
 #include <cstddef>
+#include <random>
+#include <vector>
 
+#include "dem/srf_document.h"
 #include "geolocation/ellipsoid_type.h"
 #include "geolocation/geolocation_fast.h"
 #include "runtime/log.h"
+#include "tests/geolocation/geometry.h"
+#include "tests/geolocation/hills.h"
 
 namespace {
 
@@ -63,7 +68,7 @@ Result Floor(const Vector& s, const Vector& v, double look, double height, doubl
   const double e2 = (a - b) / a * (1.0 + ratio);
   const double range = fast_time * 299792458.0 * 0.5, range2 = range * range;
   const double above = radius - b, both = radius + b, half_inverse = 0.5 * inverse;
-  const double slope = -vu / vt, offset = range * doppler / vt;
+  const double slope = -vu / vt, offset = range * doppler / vt, side_z = nz * look;
 
   double flat = e2 * (1.0 - uz * uz), rest = 1.0 - flat;
   double rise = b * flat / (rest + std::sqrt(rest));
@@ -71,9 +76,10 @@ Result Floor(const Vector& s, const Vector& v, double look, double height, doubl
   do {
     p = ((above - rise) * (both + rise) + range2) * half_inverse;
     q = slope * p + offset;
-    w = std::sqrt((range - p) * (range + p) - q * q) * look;
-    const double sine = (s.z + p * uz + q * tz + w * nz) / (b + rise);
-    flat = e2 * (1.0 - sine * sine);
+    const double side = std::sqrt((range - p) * (range + p) - q * q);
+    w = side * look;
+    const double r = b + rise, z = s.z + p * uz + q * tz + side * side_z;
+    flat = e2 * (1.0 - z * z * (1.0 / (r * r)));
     rest = 1.0 - flat;
     const double next = b * flat / (rest + std::sqrt(rest));
     const double length = std::sqrt(p * p + q * q + w * w);
@@ -129,5 +135,34 @@ void GeolocationFast(benchmark::State& state) {
   }
 }
 BENCHMARK(GeolocationFast);
+
+// Random points of a mapped tile of hills from 300 m to 2300 m, degree 3.
+void GeolocationFastDem(benchmark::State& state) {
+  using quellmark::test::kDegree;
+  QuietLog();
+  const quellmark::test::HillTile tile;
+  SRF_DOCUMENT dem(tile.Descriptor(), true);
+  quellmark::test::RandomGeometries random(1);
+  std::vector<quellmark::test::Geometry> geometries;
+  for (int i = 0; i < 4096; ++i) {
+    geometries.push_back(quellmark::test::MakeGeometryTowards(
+        random.Uniform(9.4, 9.6) * kDegree, random.Uniform(45.2, 45.4) * kDegree,
+        random.Uniform(-3.1, 3.1), random.Uniform(25.0, 60.0) * kDegree));
+  }
+  GEOLOCATION_DEM_WORKSPACE workspace;
+  workspace.Prepare(3);
+  std::size_t i = 0;
+  for (auto _ : state) {
+    const auto& g = geometries[i++ % geometries.size()];
+    Result result;
+    double height_m = 0.0;
+    benchmark::DoNotOptimize(geolocation_fast(workspace, dem, g.sat_pos, g.sat_vel, result.ground,
+                                              result.heading, result.latitude, result.longitude,
+                                              result.incidence, height_m, 3, g.look, g.rpole,
+                                              g.requator, g.fast_time, g.doppler));
+    benchmark::DoNotOptimize(result);
+  }
+}
+BENCHMARK(GeolocationFastDem);
 
 }  // namespace

@@ -1,8 +1,13 @@
 // Geolocation on the ellipsoid for callers that locate many points.
 #pragma once
 
+#include <cstdint>
+
 #include "basic/vector_3d.h"
 #include "geolocation/range_doppler.h"
+#include "geolocation/terrain.h"
+
+class DEM_DOCUMENT;
 
 /// Scratch of one caller of geolocation_fast(); nothing is kept in it between calls, each
 /// concurrent caller owns its own.
@@ -27,3 +32,38 @@ double& geolocation_fast(GEOLOCATION_WORKSPACE& workspace, const VECTOR_3D<doubl
                          double& heading_deg, double& latitude_deg, double& longitude_deg,
                          double& incidence_deg, double look_direction, double height_m,
                          double rpole_m, double requator_m, double fast_time_s, double doppler_ms);
+
+/// Work area of one worker for geolocation_fast() with a DEM; each concurrent worker owns its own.
+class GEOLOCATION_DEM_WORKSPACE {
+ public:
+  /// `thread` tells the workers apart in log lines.
+  explicit GEOLOCATION_DEM_WORKSPACE(std::uint32_t thread = 0) : thread_(thread) {}
+
+  /// Sizes the arrays for curves of that degree, start index 1 and length degree + 1, and logs so
+  /// at level kTrace. Throws ERROR_NO_MEMORY.
+  void Prepare(std::uint8_t degree);
+  /// Reports at level kTrace each array whose start or length is not what the degree asks for;
+  /// changes nothing. Whether all are as asked for.
+  [[nodiscard]] bool Check(std::uint8_t degree) const;
+
+  [[nodiscard]] quellmark::geolocation::TerrainArrays& Arrays() { return arrays_; }
+
+ private:
+  std::uint32_t thread_;
+  quellmark::geolocation::TerrainArrays arrays_;
+};
+
+/// As geolocation_fast() above, with the height of the terrain that `dem` has at the ground point;
+/// writes that height too. The point is found by way of a curve of `degree` (3 is meant) through
+/// ground points between -500 m and 9000 m; its height and the terrain's differ by at most 1 m.
+/// Allocates nothing if `workspace` has been prepared for the degree, and prepares it if not.
+///
+/// Throws, besides what the above and the DEM throw, the character string "geolocation_fast:
+/// Initializing error. DEM possibly too small or contains values outside [-500,9000]." and those of
+/// lfit_fast(); all places are then untouched.
+double& geolocation_fast(GEOLOCATION_DEM_WORKSPACE& workspace, DEM_DOCUMENT& dem,
+                         const VECTOR_3D<double>& sat_pos, const VECTOR_3D<double>& sat_vel,
+                         VECTOR_3D<double>& ground, double& heading_deg, double& latitude_deg,
+                         double& longitude_deg, double& incidence_deg, double& terrain_height_m,
+                         std::uint8_t degree, double look_direction, double rpole_m,
+                         double requator_m, double fast_time_s, double doppler_ms);

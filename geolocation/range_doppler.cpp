@@ -74,6 +74,7 @@ struct StepConstants {
   double half_inverse_radius;  // 1 / (2 |S|)
   double doppler_slope;        // -vu / vt
   double doppler_offset;       // R d / vt
+  double side_z;               // z of n times the look direction
 };
 
 bool LongitudeIsUndefined(const Vector& v) { return std::isnan(v.x) || std::isnan(v.y); }
@@ -158,7 +159,8 @@ StepConstants PrepareSteps(const RangeDopplerQuery& query, const LocalFrame& fra
           .range2 = range * range,
           .half_inverse_radius = 0.5 / frame.radius_m,
           .doppler_slope = -frame.speed_down_ms / frame.speed_along_ms,
-          .doppler_offset = range * query.doppler_ms / frame.speed_along_ms};
+          .doppler_offset = range * query.doppler_ms / frame.speed_along_ms,
+          .side_z = frame.across.z * query.look_direction};
 }
 
 // Both spheres, around the sensor and around the earth's centre, meet in a circle across u at the
@@ -171,12 +173,13 @@ Step TakeStep(const RangeDopplerQuery& query, const LocalFrame& frame,
            c.half_inverse_radius;
   step.q = c.doppler_slope * step.p + c.doppler_offset;
   step.w2 = (c.range - step.p) * (c.range + step.p) - step.q * step.q;
-  step.w = std::sqrt(step.w2) * query.look_direction;
+  const double w = std::sqrt(step.w2);
+  step.w = w * query.look_direction;
 
-  const double z =
-      query.sat_pos.z + step.p * frame.down.z + step.q * frame.along.z + step.w * frame.across.z;
-  const double sin_phi = z / (ellipsoid.rpole_m + rise);
-  step.rise = RiseAt(ellipsoid, 1.0 - sin_phi * sin_phi);
+  // sin^2 phi = Z^2 / r^2, with the radius of this step, not of the candidate.
+  const double radius = ellipsoid.rpole_m + rise;
+  const double z = query.sat_pos.z + step.p * frame.down.z + step.q * frame.along.z + w * c.side_z;
+  step.rise = RiseAt(ellipsoid, 1.0 - z * z * (1.0 / (radius * radius)));
 
   const double length = std::sqrt(step.p * step.p + step.q * step.q + step.w * step.w);
   const double x_dot_v = step.p * frame.speed_down_ms + step.q * frame.speed_along_ms;
@@ -250,6 +253,7 @@ GroundPoint LocateOnEllipsoid(const RangeDopplerQuery& query, const LocalFrame& 
   if (LongitudeIsUndefined(ground.position) || !IsSolution(step)) {
     FailWithoutLongitude(query, ground.position);
   }
+  LogLine(LogLevel::kTrace, query.routine, ": ", iteration, " iterations.\n");
   return ground;
 }
 
@@ -276,6 +280,22 @@ GroundAngles AnglesAt(const Vector& sat_pos, const LocalFrame& frame,
       .latitude_deg = std::atan2(g.z, axis_distance * ellipsoid.one_minus_e2) * kDegreesPerRadian,
       .longitude_deg = LongitudeDegrees(g),
       .incidence_deg = incidence * kDegreesPerRadian};
+}
+
+double& StoreAngles(const GroundAngles& angles, double& heading_deg, double& latitude_deg,
+                    double& longitude_deg, double& incidence_deg) {
+  heading_deg = angles.heading_deg;
+  latitude_deg = angles.latitude_deg;
+  longitude_deg = angles.longitude_deg;
+  incidence_deg = angles.incidence_deg;
+  return incidence_deg;
+}
+
+Location Locate(const RangeDopplerQuery& query, LocalFrame& frame, RaisedEllipsoid& ellipsoid) {
+  frame = MakeLocalFrame(query);
+  ellipsoid = RaiseEllipsoid(query);
+  const GroundPoint ground = LocateOnEllipsoid(query, frame, ellipsoid);
+  return {.ground = ground.position, .angles = AnglesAt(query.sat_pos, frame, ellipsoid, ground)};
 }
 
 }  // namespace quellmark::geolocation

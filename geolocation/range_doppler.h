@@ -53,6 +53,11 @@ struct GroundAngles {
   double incidence_deg = 0.0;  ///< between the ellipsoid's normal and the direction to the sensor
 };
 
+struct Location {
+  VECTOR_3D<double> ground;  ///< earth-fixed [m]
+  GroundAngles angles;
+};
+
 /// The frame of a query's sensor. Throws ERROR_ARGUMENT for a sensor nearer to the centre than the
 /// pole and ERROR_UNHANDLED_CASE for one whose longitude is undefined. A velocity without
 /// horizontal component gives a frame that LocateOnEllipsoid() refuses.
@@ -65,12 +70,20 @@ struct GroundAngles {
 /// of the sensor's radius, multiplied by the cotangent of the look angle (docs/geometry.md).
 /// Throws ERROR_DATA when range, Doppler plane and ellipsoid do not meet and when the iteration
 /// does not converge in time, ERROR_ALGORITHM when the point is undefined (a NaN or an overflow on
-/// the way). Allocates nothing unless it fails.
+/// the way). Allocates nothing unless it fails or the log is at level kTrace.
 [[nodiscard]] GroundPoint LocateOnEllipsoid(const RangeDopplerQuery& query, const LocalFrame& frame,
                                             const RaisedEllipsoid& ellipsoid);
 
 /// Angles of a solution that LocateOnEllipsoid() gave for a sensor at `sat_pos`.
 [[nodiscard]] GroundAngles AnglesAt(const VECTOR_3D<double>& sat_pos, const LocalFrame& frame,
                                     const RaisedEllipsoid& ellipsoid, const GroundPoint& ground);
+
+/// Writes the angles to the places of the public routines; gives the place of the incidence angle.
+double& StoreAngles(const GroundAngles& angles, double& heading_deg, double& latitude_deg,
+                    double& longitude_deg, double& incidence_deg);
+
+/// Frame, ellipsoid, solution and angles in turn, with the caller's room for frame and ellipsoid.
+[[nodiscard]] Location Locate(const RangeDopplerQuery& query, LocalFrame& frame,
+                              RaisedEllipsoid& ellipsoid);
 
 }  // namespace quellmark::geolocation

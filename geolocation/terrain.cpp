@@ -1,0 +1,217 @@
+// Symbols of this file:
+//
+//   a, b       semi-axes of the ellipsoid, not raised [m]
+//   p          distance of a point from the axis [m];  h  its height above the ellipsoid [m]
+//   theta      parametric latitude of Bowring's method;  phi  geodetic latitude, lambda longitude
+//   e2, f2     squares of the first and second eccentricity, (a^2 - b^2) / a^2 and / b^2
+//   error      height above the ellipsoid less the terrain's height below the point [m]
+
+#include "geolocation/terrain.h"
+
+#include <array>
+#include <cmath>
+#include <cstdio>
+
+#include "basic/errors.h"
+#include "dem/dem_document.h"
+#include "runtime/log.h"
+
+namespace quellmark::geolocation {
+
+namespace {
+
+using runtime::Log;
+using runtime::LogLevel;
+using runtime::LogLine;
+
+using Vector = VECTOR_3D<double>;
+
+constexpr double kDegreesPerRadian = 180.0 / 3.141592653589793;
+constexpr double kLowestHeight_m = -500.0;
+constexpr double kHeightSpan_m = 9500.0;
+constexpr double kHeightTolerance_m = 1.0;
+constexpr int kIterationLimit = 21;
+constexpr double kMissingHeight_m = -32767.0;
+
+// A point's height above the ellipsoid and its error.
+struct HeightSample {
+  double height_m = 0.0;
+  double error_m = 0.0;
+};
+
+// What the steps of one search share.
+struct Search {
+  const RangeDopplerQuery& query;
+  const TerrainVariant& variant;
+  EllipsoidRecord ellipsoid;
+  DEM_DOCUMENT& dem;
+  const TerrainArrays& arrays;
+};
+
+HeightSample HeightErrorAt(const Search& search, const Vector& point) {
+  const GeodeticPoint at = ToGeodetic(search.ellipsoid, point);
+  const double latitude_deg = at.latitude_rad * kDegreesPerRadian;
+  const double longitude_deg = at.longitude_rad * kDegreesPerRadian;
+  LogLine(LogLevel::kTrace,
+          "calc in geolocation/geolocation_fast: Looking up DEM height at (lat/lon) ", latitude_deg,
+          "/", longitude_deg, " (iterative height ", at.height_m, ")\n");
+  const double terrain = search.dem.GetElevationInterpolated(longitude_deg, latitude_deg);
+  if (terrain == kMissingHeight_m) {
+    // In radians, and used as a height below: deliberate, the readers of the log know it so.
+    LogLine(LogLevel::kWarning, "Invalid DEM height/value -32767m occurred at latitude ",
+            at.latitude_rad, " longitude ", at.longitude_rad, "\n");
+  }
+  return {at.height_m, at.height_m - terrain};
+}
+
+double Evaluate(const ARRAY<double>& coefficients, double h) {
+  double value = 0.0;
+  const auto elements = coefficients.Elements();
+  for (auto c = elements.rbegin(); c != elements.rend(); ++c) value = value * h + *c;
+  return value;
+}
+
+HeightSample HeightErrorOnCurve(const Search& search, double h) {
+  const TerrainArrays& c = search.arrays;
+  return HeightErrorAt(search, {Evaluate(c.X_, h), Evaluate(c.Y_, h), Evaluate(c.Z_, h)});
+}
+
+Vector TrialPoint(const TerrainArrays& arrays, int i) {
+  return {arrays.xx[i], arrays.yy[i], arrays.zz[i]};
+}
+
+void SolveAtTrialHeights(const Search& search, const LocalFrame& frame, int degree,
+                         TerrainArrays& arrays) {
+  const bool logs = search.variant.logs_samples && Log().Passes(LogLevel::kTrace);
+  RangeDopplerQuery trial = search.query;
+  for (int k = 0; k <= degree; ++k) {
+    trial.height_m = k * kHeightSpan_m / degree + kLowestHeight_m;
+    const Vector ground = LocateOnEllipsoid(trial, frame, RaiseEllipsoid(trial)).position;
+    arrays.ht[k + 1] = trial.height_m;
+    arrays.xx[k + 1] = ground.x;
+    arrays.yy[k + 1] = ground.y;
+    arrays.zz[k + 1] = ground.z;
+    if (!logs) continue;
+    const GeodeticPoint at = ToGeodetic(search.ellipsoid, ground);
+    LogLine(LogLevel::kTrace, "location of height ", trial.height_m, " is (", ground.x, ",",
+            ground.y, ",", ground.z, ") at (lat/lon/height) ", at.latitude_rad * kDegreesPerRadian,
+            "/", at.longitude_rad * kDegreesPerRadian, "/", at.height_m, "\n");
+  }
+}
+
+// Tells what the DEM has at a point; serves the failure report alone.
+void ProbeDem(const Search& search, const Vector& point) {
+  const GeodeticPoint at = ToGeodetic(search.ellipsoid, point);
+  const double latitude_deg = at.latitude_rad * kDegreesPerRadian;
+  const double longitude_deg = at.longitude_rad * kDegreesPerRadian;
+  const double terrain = search.dem.GetElevationInterpolated(longitude_deg, latitude_deg);
+  LogLine(LogLevel::kInfo, "DEM height at lat=", latitude_deg, " lon=", longitude_deg, " is ",
+          terrain, "m\n");
+}
+
+[[noreturn]] void FailToBracket(const Search& search, const HeightSample& low,
+                                const HeightSample& high) {
+  const RangeDopplerQuery& query = search.query;
+  // 17 digits give the very same numbers back.
+  std::array<char, 400> inputs;
+  const auto& [px, py, pz] = query.sat_pos;
+  const auto& [vx, vy, vz] = query.sat_vel;
+  std::snprintf(inputs.data(), inputs.size(),
+                "%.17g, DEM, fast_time=%.17g sat_pos=(%.17g,%.17g,%.17g) "
+                "sat_vel=(%.17g,%.17g,%.17g)",
+                query.look_direction, query.fast_time_s, px, py, pz, vx, vy, vz);
+  LogLine(LogLevel::kInfo, query.routine, " was called with look_dir=", inputs.data());
+  LogLine(LogLevel::kInfo, "height range was ", low.height_m, ",", high.height_m,
+          " with height errors ", low.error_m, ",", high.error_m);
+  ProbeDem(search, TrialPoint(search.arrays, search.arrays.ht.First()));
+  ProbeDem(search, TrialPoint(search.arrays, search.arrays.ht.Last()));
+  throw search.variant.initializing_error;
+}
+
+// The height above the ellipsoid at which the curve meets the terrain.
+double BisectAlongCurve(const Search& search) {
+  const TerrainArrays& arrays = search.arrays;
+  HeightSample low = HeightErrorAt(search, TrialPoint(arrays, arrays.ht.First()));
+  HeightSample high = HeightErrorAt(search, TrialPoint(arrays, arrays.ht.Last()));
+  // Not a number brackets nothing either.
+  if (!(low.error_m * high.error_m < 0.0)) FailToBracket(search, low, high);
+
+  HeightSample middle;
+  int iterations = 0;
+  do {
+    middle = HeightErrorOnCurve(search, (low.height_m + high.height_m) * 0.5);
+    ++iterations;
+    // The end takes the height that was computed for the point, not the curve's parameter:
+    // deliberate, the two differ by the error of the fit.
+    (low.error_m * middle.error_m >= 0.0 ? low : high) = middle;
+  } while (iterations < kIterationLimit && !(std::abs(middle.error_m) <= kHeightTolerance_m));
+  LogLine(LogLevel::kTrace, search.query.routine, " (DEM): ", iterations,
+          " Iterations. Error: ", middle.error_m, " meters\n");
+  return middle.height_m;
+}
+
+}  // namespace
+
+GeodeticPoint ToGeodetic(const EllipsoidRecord& ellipsoid, const Vector& point) {
+  const auto& [a, b, a2, b2] = ellipsoid;
+  const double p = std::sqrt(point.x * point.x + point.y * point.y);
+  const double longitude = std::atan2(point.y, point.x);
+  // On the axis the height below would be 0 / 0.
+  if (p == 0.0)
+    return {std::copysign(0.5 * 3.141592653589793, point.z), longitude, std::abs(point.z) - b};
+  const double e2 = (a2 - b2) / a2;
+  const double f2 = (a2 - b2) / b2;
+  // Sines and cosines by the sides of the triangles whose angles are theta and phi.
+  const double theta_scale = 1.0 / std::sqrt(point.z * a * point.z * a + p * b * p * b);
+  const double sin_theta = point.z * a * theta_scale;
+  const double cos_theta = p * b * theta_scale;
+  const double opposite = point.z + f2 * b * sin_theta * sin_theta * sin_theta;
+  const double adjacent = p - e2 * a * cos_theta * cos_theta * cos_theta;
+  const double side2 = opposite * opposite + adjacent * adjacent;
+  // p / cos phi - a / sqrt(1 - e2 sin^2 phi)
+  const double height =
+      std::sqrt(side2) * (p / adjacent - a / std::sqrt(side2 - e2 * opposite * opposite));
+  return {std::atan2(opposite, adjacent), longitude, height};
+}
+
+int TerrainArrays::Create(int length) {
+  const RANGE<int> range(1, length);
+  for (ARRAY<double>* array : {&ht, &xx, &yy, &zz, &X_, &Y_, &Z_, &sig}) {
+    array->Free();
+    if (const int status = array->Create(range); status != kArrayOk) return status;
+    for (double& element : array->Elements()) element = array == &sig ? 1.0 : 0.0;
+  }
+  ia.Free();
+  if (const int status = ia.Create(range); status != kArrayOk) return status;
+  for (int& fitted : ia.Elements()) fitted = 1;
+  if (const int status = covar.Create(range, range); status != kArrayOk) return status;
+  return lfit.Create(length);
+}
+
+void PowerBasis(double h, double powers[], int count) {
+  powers[1] = 1.0;
+  for (int i = 2; i <= count; ++i) powers[i] = powers[i - 1] * h;
+}
+
+TerrainLocation LocateOnTerrain(const RangeDopplerQuery& query, DEM_DOCUMENT& dem,
+                                std::uint8_t degree, TerrainArrays& arrays,
+                                const TerrainVariant& variant) {
+  const double a = query.requator_m;
+  const double b = query.rpole_m;
+  const Search search{query, variant, {a, b, a * a, b * b}, dem, arrays};
+  const LocalFrame frame = MakeLocalFrame(query);
+  SolveAtTrialHeights(search, frame, degree, arrays);
+  variant.fit(arrays, arrays.xx, arrays.X_);
+  variant.fit(arrays, arrays.yy, arrays.Y_);
+  variant.fit(arrays, arrays.zz, arrays.Z_);
+
+  RangeDopplerQuery at_terrain = query;
+  at_terrain.height_m = BisectAlongCurve(search);
+  const RaisedEllipsoid ellipsoid = RaiseEllipsoid(at_terrain);
+  const GroundPoint ground = LocateOnEllipsoid(at_terrain, frame, ellipsoid);
+  return {.location = {.ground = ground.position,
+                       .angles = AnglesAt(query.sat_pos, frame, ellipsoid, ground)},
+          .height_m = at_terrain.height_m};
+}
+
+}  // namespace quellmark::geolocation

@@ -1,0 +1,79 @@
+// Geolocation on the terrain of a DEM: the search behind the DEM-aware routines.
+#pragma once
+
+#include <cstdint>
+
+#include "basic/array.h"
+#include "basic/matrix.h"
+#include "basic/vector_3d.h"
+#include "geolocation/lsq/lfit.h"
+#include "geolocation/range_doppler.h"
+
+class DEM_DOCUMENT;
+
+namespace quellmark::geolocation {
+
+/// Semi-axes of the ellipsoid, not raised, and their squares [m, m^2].
+struct EllipsoidRecord {
+  double a = 0.0;
+  double b = 0.0;
+  double a2 = 0.0;
+  double b2 = 0.0;
+};
+
+struct GeodeticPoint {
+  double latitude_rad = 0.0;
+  double longitude_rad = 0.0;  ///< in (-pi, pi]
+  double height_m = 0.0;
+};
+
+/// Geodetic coordinates of an earth-fixed point outside the centre, by one step of Bowring's method
+/// (B. R. Bowring, Transformation from spatial to geographical coordinates, Survey Review 23,
+/// 1976). Heights from -500 m to 9000 m come out right to 1e-5 m.
+[[nodiscard]] GeodeticPoint ToGeodetic(const EllipsoidRecord& ellipsoid,
+                                       const VECTOR_3D<double>& point);
+
+/// What a search works in: for a curve of degree d all arrays have start index 1 and length d + 1.
+struct TerrainArrays {
+  ARRAY<double> ht;          ///< trial heights [m]
+  ARRAY<double> xx, yy, zz;  ///< ground points at the trial heights [m]
+  ARRAY<double> X_, Y_, Z_;  ///< the curve x(h) = X_[1] + X_[2] h + X_[3] h^2 ..., likewise y and z
+  MATRIX<double> covar;      ///< covariance of the fit done last
+  ARRAY<double> sig;         ///< of the samples: all 1
+  ARRAY<int> ia;             ///< all 1: no coefficient is held
+  lsq::LfitWorkspace<double> lfit;
+
+  /// Makes room for d + 1 = `length` samples; gives an ArrayStatus.
+  [[nodiscard]] int Create(int length);
+};
+
+/// What tells the two DEM-aware routines apart.
+struct TerrainVariant {
+  /// Fits one coordinate of the ground points against the heights on the powers 1, h, h^2, ...
+  void (*fit)(TerrainArrays& arrays, const ARRAY<double>& coordinate, ARRAY<double>& coefficients);
+  const char* initializing_error;  ///< thrown when there is no sign change
+  bool logs_samples;               ///< each trial point, at level kTrace
+};
+
+struct TerrainLocation {
+  Location location;
+  double height_m = 0.0;  ///< above the ellipsoid, where the search met the terrain
+};
+
+/// The powers 1, h, h^2, ... as the fits take them.
+void PowerBasis(double h, double powers[], int count);
+
+/// Finds the ground point of `query` whose height above the ellipsoid is the terrain's height below
+/// it; the query's own height is not used. Solves the equations at degree + 1 heights from -500 m
+/// to 9000 m, fits a curve through the points, halves that interval along the curve until height
+/// and terrain agree to 1 m (at most 21 times; the last height counts, whatever its error is) and
+/// solves once more at the height found. `arrays` have been made for the degree.
+///
+/// Throws the variant's character string if the height error has one sign at both ends; what the
+/// equations, the fit and the DEM throw passes through. A degree of 0 has no trial heights and
+/// throws ERROR_ALGORITHM. Allocates nothing unless it fails or the log is at level kTrace.
+[[nodiscard]] TerrainLocation LocateOnTerrain(const RangeDopplerQuery& query, DEM_DOCUMENT& dem,
+                                              std::uint8_t degree, TerrainArrays& arrays,
+                                              const TerrainVariant& variant);
+
+}  // namespace quellmark::geolocation

@@ -1,0 +1,305 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <functional>
+#include <string>
+
+#include "basic/errors.h"
+#include "dem/srf_document.h"
+#include "geolocation/geolocation.h"
+#include "geolocation/geolocation_fast.h"
+#include "tests/geolocation/geometry.h"
+#include "tests/geolocation/hills.h"
+#include "tests/support/allocation_counter.h"
+#include "tests/support/expect_fails.h"
+
+namespace {
+
+using quellmark::test::Geometry;
+using quellmark::test::HillTile;
+using quellmark::test::kDegree;
+using quellmark::test::kSpeedOfLight;
+using quellmark::test::LocalAxes;
+using quellmark::test::LogOfThrownText;
+using quellmark::test::MakeGeometryTowards;
+using quellmark::test::RandomGeometries;
+using quellmark::test::ScopedLog;
+using testing::HasSubstr;
+using Vector = VECTOR_3D<double>;
+using Level = quellmark::runtime::LogLevel;
+
+constexpr std::uint8_t kDegreeOfCurve = 3;
+constexpr const char* kNoBracketFast =
+    "geolocation_fast: Initializing error. DEM possibly too small or contains values outside "
+    "[-500,9000].";
+constexpr const char* kNoBracketPlain =
+    "geolocation: Initializing error. DEM possibly too small or contains values outside "
+    "[-500,9000].";
+
+// A terrain given by a function of longitude and latitude in degrees.
+class FunctionDem : public DEM_DOCUMENT {
+ public:
+  using Terrain = std::function<double(double, double)>;
+  explicit FunctionDem(Terrain terrain) : DEM_DOCUMENT(Grid()), terrain_(std::move(terrain)) {}
+  double GetElevationInterpolated(double longitude_deg, double latitude_deg) override {
+    return terrain_(longitude_deg, latitude_deg);
+  }
+  unsigned short DocumentType() const override { return 0; }
+  void VerifyTileHeaders() override {}
+
+ private:
+  static DEM_DESCRIPTOR Grid() {
+    DEM_DESCRIPTOR descriptor;
+    descriptor.value_type = 2;
+    descriptor.lon_res_deg = descriptor.lat_res_deg = 1.0;
+    return descriptor;
+  }
+  Terrain terrain_;
+};
+
+FunctionDem Flat(double height_m) {
+  return FunctionDem([height_m](double, double) { return height_m; });
+}
+
+struct Located {
+  Vector ground;
+  double heading = -1.0, latitude = -1.0, longitude = -1.0, incidence = -1.0, height = -1.0;
+  friend bool operator==(const Located&, const Located&) = default;
+};
+
+Located LocateFast(GEOLOCATION_DEM_WORKSPACE& workspace, DEM_DOCUMENT& dem, const Geometry& g,
+                   std::uint8_t degree = kDegreeOfCurve) {
+  Located l;
+  geolocation_fast(workspace, dem, g.sat_pos, g.sat_vel, l.ground, l.heading, l.latitude,
+                   l.longitude, l.incidence, l.height, degree, g.look, g.rpole, g.requator,
+                   g.fast_time, g.doppler);
+  return l;
+}
+
+Located LocateFast(DEM_DOCUMENT& dem, const Geometry& g) {
+  GEOLOCATION_DEM_WORKSPACE workspace(7);
+  return LocateFast(workspace, dem, g);
+}
+
+VECTOR<double> General(const Vector& v, int start = 1) { return {start, {v.x, v.y, v.z}}; }
+
+Vector Fixed(const VECTOR<double>& v) { return {v[v.First()], v[v.First() + 1], v[v.First() + 2]}; }
+
+Located LocatePlain(DEM_DOCUMENT& dem, const Geometry& g) {
+  Located l;
+  VECTOR<double> ground;
+  geolocation(dem, General(g.sat_pos), General(g.sat_vel), ground, l.heading, l.latitude,
+              l.longitude, l.incidence, l.height, kDegreeOfCurve, g.look, g.rpole, g.requator,
+              g.fast_time, g.doppler);
+  l.ground = Fixed(ground);
+  return l;
+}
+
+// What the ellipsoid routine gives at a height.
+Located LocateAtHeight(const Geometry& g, double height) {
+  Located l;
+  GEOLOCATION_WORKSPACE workspace;
+  l.height = height;
+  geolocation_fast(workspace, g.sat_pos, g.sat_vel, l.ground, l.heading, l.latitude, l.longitude,
+                   l.incidence, g.look, height, g.rpole, g.requator, g.fast_time, g.doppler);
+  return l;
+}
+
+Geometry OverTheHills(double longitude = 9.5, double latitude = 45.3) {
+  return MakeGeometryTowards(longitude * kDegree, latitude * kDegree, 1.2, 35.0 * kDegree);
+}
+
+TEST(GeolocationDem, PointsLieOnTheHills) {
+  const ScopedLog quiet(Level::kSilent);
+  const HillTile tile;
+  SRF_DOCUMENT dem(tile.Descriptor(), true);
+  GEOLOCATION_DEM_WORKSPACE workspace;
+  RandomGeometries random(11);
+  for (int i = 0; i < 2000; ++i) {
+    SCOPED_TRACE(i);
+    Geometry g = MakeGeometryTowards(random.Uniform(9.4, 9.6) * kDegree,
+                                     random.Uniform(45.2, 45.4) * kDegree,
+                                     random.Uniform(-3.1, 3.1), random.Uniform(25, 60) * kDegree);
+    g.doppler = random.Uniform(-20.0, 20.0);
+    const Located located = LocateFast(workspace, dem, g);
+    const Vector look = located.ground - g.sat_pos;
+    const double range = 0.5 * kSpeedOfLight * g.fast_time;
+    ASSERT_NEAR(Length(look), range, 1e-6);
+    ASSERT_NEAR(Dot(look, g.sat_vel), range * g.doppler, 1e-6 * range);
+    // The raised ellipsoid has not quite the height everywhere that raised it: 1e-5 of it.
+    const double terrain = dem.GetElevationInterpolated(located.longitude, located.latitude);
+    ASSERT_NEAR(located.height, terrain, 1.01);
+    ASSERT_EQ(located, LocateAtHeight(g, located.height));
+    if (i % 20 == 0) {
+      ASSERT_EQ(LocatePlain(dem, g), located);
+    }
+  }
+}
+
+TEST(GeolocationDem, FlatTerrainAndItsTrace) {
+  FunctionDem dem = Flat(0.0);
+  const Geometry g = OverTheHills();
+  GEOLOCATION_DEM_WORKSPACE workspace(7);
+  ScopedLog log;
+  const Located located = LocateFast(workspace, dem, g);
+  EXPECT_NEAR(located.height, 0.0, 1.0);
+  const std::string text = log.Text();
+  EXPECT_THAT(text, HasSubstr("TRACE : ht start change  0 to 1 in thread 7\n"
+                              "TRACE : ht length change 0 to 4 in thread 7\n"
+                              "TRACE : xx start change  0 to 1 in thread 7\n"));
+  EXPECT_THAT(text, HasSubstr("TRACE : covar xstart change 0 to 1 in thread 7\n"
+                              "TRACE : covar width  change 0 to 4 in thread 7\n"
+                              "TRACE : covar ystart change 0 to 1 in thread 7\n"
+                              "TRACE : covar height change 0 to 4 in thread 7\n"
+                              "TRACE : changed Arrays start 1 length 4 for thread 7\n"));
+  EXPECT_THAT(text, HasSubstr("\nTRACE : location of height 2666.67 is ("));
+  EXPECT_THAT(text, HasSubstr("calc in geolocation/geolocation_fast: Looking up DEM height at "));
+  EXPECT_THAT(text, testing::ContainsRegex(
+                        "TRACE : geolocation_fast .DEM.: [0-9]+ Iterations. Error: .* meters\n"));
+
+  const double heights[] = {-500.0, -500.0 + 9500.0 / 3.0, -500.0 + 19000.0 / 3.0, 9000.0};
+  for (int i = 1; i <= 4; ++i) {
+    const auto& arrays = workspace.Arrays();
+    EXPECT_DOUBLE_EQ(arrays.ht[i], heights[i - 1]);
+    const Located sample = LocateAtHeight(g, arrays.ht[i]);
+    EXPECT_EQ((Vector{arrays.xx[i], arrays.yy[i], arrays.zz[i]}), sample.ground);
+    // The curve goes through the samples.
+    double x = 0.0;
+    for (int j = 4; j >= 1; --j) x = x * arrays.ht[i] + arrays.X_[j];
+    EXPECT_NEAR(x, sample.ground.x, 1e-4);
+  }
+}
+
+TEST(GeolocationDem, NothingIsAllocatedInAPreparedWorkspace) {
+  const ScopedLog log(Level::kDebug);
+  const HillTile tile;
+  SRF_DOCUMENT dem(tile.Descriptor(), true);
+  const Geometry g = OverTheHills();
+  GEOLOCATION_DEM_WORKSPACE workspace;
+  workspace.Prepare(kDegreeOfCurve);
+  const std::size_t before = quellmark::test::AllocationCount();
+  static_cast<void>(LocateFast(workspace, dem, g));
+  EXPECT_EQ(quellmark::test::AllocationCount(), before);
+  // For another degree it is prepared anew.
+  EXPECT_NEAR(LocateFast(workspace, dem, g, 2).height, LocateFast(workspace, dem, g).height, 2.0);
+}
+
+// Terrain that the bracket does not reach, and a missing value, which counts as a depth.
+TEST(GeolocationDem, NoSignChange) {
+  const Geometry g = OverTheHills();
+  for (const double height : {9100.0, -600.0, -32767.0}) {
+    SCOPED_TRACE(height);
+    FunctionDem dem = Flat(height);
+    Located untouched;
+    const std::string log =
+        LogOfThrownText(kNoBracketFast, [&] { untouched = LocateFast(dem, g); });
+    EXPECT_EQ(untouched, Located());
+    EXPECT_THAT(log, HasSubstr("\nINFO  : geolocation_fast was called with look_dir=1, DEM, "
+                               "fast_time=0.00"));
+    EXPECT_THAT(log, HasSubstr(" sat_pos=("));
+    EXPECT_THAT(log, HasSubstr(") sat_vel=("));
+    // As converted back from the points: not quite -500 and 9000.
+    EXPECT_THAT(log, HasSubstr("\nINFO  : height range was -499.999,8999.99 with height errors "));
+    EXPECT_THAT(log, HasSubstr("\nINFO  : DEM height at lat=45.5332 lon=9.65052 is "));
+    EXPECT_EQ(log.find("\nWARN  : Invalid DEM height/value -32767m occurred at latitude 0.79") !=
+                  std::string::npos,
+              height == -32767.0);
+    static_cast<void>(LogOfThrownText(kNoBracketPlain, [&] { LocatePlain(dem, g); }));
+  }
+}
+
+// A cliff that no step meets: all 21 are made, and the last counts.
+TEST(GeolocationDem, CliffTakesAllIterations) {
+  const Geometry g = OverTheHills();
+  const double edge = LocateAtHeight(g, 1000.0).longitude;
+  // Nearer ground is higher; the far side of the edge lies below the sight, the near side above.
+  const double east = LocateAtHeight(g, 2000.0).longitude > edge ? 1.0 : -1.0;
+  FunctionDem dem(
+      [=](double longitude, double) { return (longitude - edge) * east < 0.0 ? 1500.0 : 500.0; });
+  ScopedLog log;
+  const Located located = LocateFast(dem, g);
+  EXPECT_THAT(log.Text(), HasSubstr("geolocation_fast (DEM): 21 Iterations. Error: "));
+  EXPECT_NEAR(located.height, 1000.0, 0.02);
+}
+
+TEST(GeolocationDem, FailuresPassThrough) {
+  const ScopedLog quiet(Level::kSilent);
+  const HillTile tile;
+  SRF_DOCUMENT dem(tile.Descriptor(), false);
+  EXPECT_THROW(static_cast<void>(LocateFast(dem, OverTheHills(20.0))), ERROR_NO_SUBDOC);
+  Geometry g = OverTheHills();
+  g.fast_time *= 0.5;
+  EXPECT_THROW(static_cast<void>(LocateFast(dem, g)), ERROR_DATA);
+  GEOLOCATION_DEM_WORKSPACE workspace;
+  EXPECT_THROW(static_cast<void>(LocateFast(workspace, dem, OverTheHills(), 0)), ERROR_ALGORITHM);
+  // Powers that overflow leave no pivot.
+  static_cast<void>(LogOfThrownText("gaussj_fast: Singular Matrix-1", [&] {
+    static_cast<void>(LocateFast(workspace, dem, OverTheHills(), 255));
+  }));
+}
+
+TEST(Geodetic, ComesBackFromTheForwardConversion) {
+  namespace geo = quellmark::geolocation;
+  const double a = 6378137.0;
+  const double b = 6356752.315;
+  const double e2 = (a * a - b * b) / (a * a);
+  for (const double latitude : {-90.0, -89.9999, -60.0, -1e-9, 0.0, 12.3, 45.0, 75.0, 90.0}) {
+    for (const double longitude : {-179.0, -90.0, 0.0, 33.0, 180.0}) {
+      for (const double height : {-500.0, 0.0, 4000.0, 9000.0}) {
+        SCOPED_TRACE(testing::Message() << latitude << " " << longitude << " " << height);
+        const LocalAxes axes(longitude * kDegree, latitude * kDegree);
+        const double normal = a / std::sqrt(1.0 - e2 * axes.up.z * axes.up.z);
+        const Vector point =
+            (normal + height) * axes.up - Vector{0.0, 0.0, normal * e2 * axes.up.z};
+        const geo::GeodeticPoint found = geo::ToGeodetic({a, b, a * a, b * b}, point);
+        EXPECT_NEAR(found.height_m, height, 1e-5);
+        EXPECT_NEAR(found.latitude_rad, latitude * kDegree, 1e-12);
+        if (std::abs(latitude) < 89.99) {
+          EXPECT_NEAR(std::remainder(found.longitude_rad / kDegree - longitude, 360.0), 0.0, 1e-12);
+        }
+      }
+    }
+  }
+  const geo::GeodeticPoint pole = geo::ToGeodetic({a, b, a * a, b * b}, {0.0, 0.0, -b - 5.0});
+  EXPECT_EQ(pole.latitude_rad, -90.0 * kDegree);
+  EXPECT_NEAR(pole.height_m, 5.0, 1e-9);
+}
+
+// The plain routine gives the same numbers on general vectors, under its own name.
+TEST(GeolocationPlain, EqualsTheFastOne) {
+  RandomGeometries next(5);
+  for (int i = 0; i < 100; ++i) {
+    const Geometry g = next();
+    Located plain;
+    VECTOR<double> ground;
+    geolocation(General(g.sat_pos, -1), General(g.sat_vel, 4), ground, plain.heading,
+                plain.latitude, plain.longitude, plain.incidence, g.look, g.height, g.rpole,
+                g.requator, g.fast_time, g.doppler);
+    EXPECT_EQ(ground.First(), -1);
+    plain.ground = Fixed(ground);
+    plain.height = g.height;
+    EXPECT_EQ(plain, LocateAtHeight(g, g.height));
+  }
+}
+
+TEST(GeolocationPlain, FailsUnderItsOwnName) {
+  const Geometry g = OverTheHills();
+  double unused = 0.0;
+  VECTOR<double> ground;
+  const auto locate = [&](const VECTOR<double>& position, const VECTOR<double>& velocity) {
+    geolocation(position, velocity, ground, unused, unused, unused, unused, 1.0, 0.0, g.rpole,
+                g.requator, g.fast_time, 0.0);
+  };
+  const VECTOR<double> two(1, {7e6, 1.0});
+  EXPECT_THROWS_TEXT(locate(two, General(g.sat_vel)),
+                     "CrossProduct: vector a has not dimension of 3");
+  EXPECT_THROWS_TEXT(locate(General(g.sat_pos), two),
+                     "CrossProduct: vector b has not dimension of 3");
+  EXPECT_FAILS(locate(General({1.0, 0.0, 0.0}), General(g.sat_vel)), ERROR_ARGUMENT,
+               "geolocation: satellite position lies within the earth!\n"
+               "ALARM : geolocation: length of satellite position is: 1\n");
+  EXPECT_EQ(ground.Length(), 0);
+}
+
+}  // namespace
