@@ -13,8 +13,8 @@ struct ProgramRun {
   std::string output;  ///< standard output and standard error
 };
 
-/// Runs `program` with `arguments` in `directory`, standard input empty; `environment` ("NAME=value")
-/// is added to the test's own. A program that takes more than a minute is killed.
+/// Runs `program` with `arguments` in `directory`, standard input empty; `environment`
+/// ("NAME=value") is added to the test's own. A program that takes more than a minute is killed.
 [[nodiscard]] ProgramRun RunProgram(const std::string& program,
                                     const std::vector<std::string>& arguments,
                                     const std::filesystem::path& directory,
