@@ -8,12 +8,12 @@
 #include <random>
 #include <vector>
 
+#include "bench/hills.h"
 #include "dem/srf_document.h"
 #include "geolocation/ellipsoid_type.h"
 #include "geolocation/geolocation_fast.h"
 #include "runtime/log.h"
 #include "tests/geolocation/geometry.h"
-#include "tests/geolocation/hills.h"
 
 namespace {
 
@@ -140,7 +140,7 @@ BENCHMARK(GeolocationFast);
 void GeolocationFastDem(benchmark::State& state) {
   using quellmark::test::kDegree;
   QuietLog();
-  const quellmark::test::HillTile tile;
+  const quellmark::bench::HillTile tile;
   SRF_DOCUMENT dem(tile.Descriptor(), true);
   quellmark::test::RandomGeometries random(1);
   std::vector<quellmark::test::Geometry> geometries;

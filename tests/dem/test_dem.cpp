@@ -49,7 +49,7 @@ double TerrainHeight(const TestDem& dem, double longitude_deg, double latitude_d
   const auto at = [&](long i, long j) -> long double {  // any i: the globe closes
     const long count = dem.LonCount();
     const long wrapped = ((i + count / 2) % count + count) % count - count / 2;
-    return TerrainAt(static_cast<int>(wrapped), static_cast<int>(j));
+    return dem.terrain(static_cast<int>(wrapped), static_cast<int>(j));
   };
   const long i = static_cast<long>(std::floor(u));
   const long j = static_cast<long>(std::floor(v));
@@ -85,7 +85,7 @@ std::string TileBytes(const TestDem& dem, const TestTile& tile,
       if (tile.east < tile.west && x >= dem.LonCount() / 2) x -= dem.LonCount();
       const int y = tile.south + r;
       const bool is_missing = std::count(missing.begin(), missing.end(), std::pair(x, y)) > 0;
-      const int value = is_missing ? kMissing : TerrainAt(x, y);
+      const int value = is_missing ? kMissing : dem.terrain(x, y);
       const auto at = start + static_cast<std::size_t>(OffsetInGrid(dem, columns, rows, c, r));
       if (dem.value_type == 2) Put(bytes, at, static_cast<std::int16_t>(value));
       if (dem.value_type == 3) Put(bytes, at, static_cast<std::int32_t>(value));

@@ -18,6 +18,10 @@ struct TestTile {
   int south;
 };
 
+/// The terrain at a grid point: whole metres of either sign, with steps of a few metres between
+/// neighbours, so that no two cells are alike and a wrong cell, row or byte shows.
+[[nodiscard]] int TerrainAt(int lon_index, int lat_index);
+
 /// What a DEM is made of; the defaults are the simplest there is.
 struct TestDem {
   std::vector<TestTile> tiles{};
@@ -28,14 +32,11 @@ struct TestDem {
   int record_header = 0;
   std::uint32_t colormap_length = 0;
   std::string annotation = "PIXEL_CENTRE";
+  int (*terrain)(int lon_index, int lat_index) = TerrainAt;
 
   [[nodiscard]] int LonCount() const { return static_cast<int>(1296000 / resolution_arcsec + 0.5); }
   [[nodiscard]] int Columns(const TestTile& tile) const;
 };
-
-/// The terrain at a grid point: whole metres of either sign, with steps of a few metres between
-/// neighbours, so that no two cells are alike and a wrong cell, row or byte shows.
-[[nodiscard]] int TerrainAt(int lon_index, int lat_index);
 
 /// The bilinear surface over the terrain, evaluated with extended precision.
 [[nodiscard]] double TerrainHeight(const TestDem& dem, double longitude_deg, double latitude_deg);

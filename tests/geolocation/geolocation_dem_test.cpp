@@ -9,22 +9,25 @@
 #include "dem/srf_document.h"
 #include "geolocation/geolocation.h"
 #include "geolocation/geolocation_fast.h"
+#include "tests/dem/test_dem.h"
 #include "tests/geolocation/geometry.h"
-#include "tests/geolocation/hills.h"
 #include "tests/support/allocation_counter.h"
 #include "tests/support/expect_fails.h"
 
 namespace {
 
 using quellmark::test::Geometry;
-using quellmark::test::HillTile;
 using quellmark::test::kDegree;
 using quellmark::test::kSpeedOfLight;
 using quellmark::test::LocalAxes;
+using quellmark::test::Locate;
+using quellmark::test::Located;
 using quellmark::test::LogOfThrownText;
 using quellmark::test::MakeGeometryTowards;
 using quellmark::test::RandomGeometries;
 using quellmark::test::ScopedLog;
+using quellmark::test::TempDir;
+using quellmark::test::TestDem;
 using testing::HasSubstr;
 using Vector = VECTOR_3D<double>;
 using Level = quellmark::runtime::LogLevel;
@@ -62,12 +65,6 @@ FunctionDem Flat(double height_m) {
   return FunctionDem([height_m](double, double) { return height_m; });
 }
 
-struct Located {
-  Vector ground;
-  double heading = -1.0, latitude = -1.0, longitude = -1.0, incidence = -1.0, height = -1.0;
-  friend bool operator==(const Located&, const Located&) = default;
-};
-
 Located LocateFast(GEOLOCATION_DEM_WORKSPACE& workspace, DEM_DOCUMENT& dem, const Geometry& g,
                    std::uint8_t degree = kDegreeOfCurve) {
   Located l;
@@ -97,13 +94,18 @@ Located LocatePlain(DEM_DOCUMENT& dem, const Geometry& g) {
 }
 
 // What the ellipsoid routine gives at a height.
-Located LocateAtHeight(const Geometry& g, double height) {
-  Located l;
-  GEOLOCATION_WORKSPACE workspace;
-  l.height = height;
-  geolocation_fast(workspace, g.sat_pos, g.sat_vel, l.ground, l.heading, l.latitude, l.longitude,
-                   l.incidence, g.look, height, g.rpole, g.requator, g.fast_time, g.doppler);
-  return l;
+Located LocateAtHeight(Geometry g, double height) {
+  g.height = height;
+  return Locate(g);
+}
+
+// Hills of 300 m to 2300 m between 9 and 10 degrees east, 45 and 46 degrees north.
+SRF_DOCUMENT OpenHills(const TempDir& directory, bool fast) {
+  const TestDem hills{
+      .tiles = {{10800, 55200, 12000, 54000}}, .terrain = [](int x, int y) {
+        return static_cast<int>(1200.0 + 1000.0 * std::sin(x * 0.013) * std::cos(y * 0.017));
+      }};
+  return SRF_DOCUMENT(DEM_DESCRIPTOR::ReadFromFile(WriteDem(directory, hills)), fast);
 }
 
 Geometry OverTheHills(double longitude = 9.5, double latitude = 45.3) {
@@ -112,8 +114,8 @@ Geometry OverTheHills(double longitude = 9.5, double latitude = 45.3) {
 
 TEST(GeolocationDem, PointsLieOnTheHills) {
   const ScopedLog quiet(Level::kSilent);
-  const HillTile tile;
-  SRF_DOCUMENT dem(tile.Descriptor(), true);
+  const TempDir directory;
+  SRF_DOCUMENT dem = OpenHills(directory, true);
   GEOLOCATION_DEM_WORKSPACE workspace;
   RandomGeometries random(11);
   for (int i = 0; i < 2000; ++i) {
@@ -173,8 +175,8 @@ TEST(GeolocationDem, FlatTerrainAndItsTrace) {
 
 TEST(GeolocationDem, NothingIsAllocatedInAPreparedWorkspace) {
   const ScopedLog log(Level::kDebug);
-  const HillTile tile;
-  SRF_DOCUMENT dem(tile.Descriptor(), true);
+  const TempDir directory;
+  SRF_DOCUMENT dem = OpenHills(directory, true);
   const Geometry g = OverTheHills();
   GEOLOCATION_DEM_WORKSPACE workspace;
   workspace.Prepare(kDegreeOfCurve);
@@ -225,8 +227,8 @@ TEST(GeolocationDem, CliffTakesAllIterations) {
 
 TEST(GeolocationDem, FailuresPassThrough) {
   const ScopedLog quiet(Level::kSilent);
-  const HillTile tile;
-  SRF_DOCUMENT dem(tile.Descriptor(), false);
+  const TempDir directory;
+  SRF_DOCUMENT dem = OpenHills(directory, false);
   EXPECT_THROW(static_cast<void>(LocateFast(dem, OverTheHills(20.0))), ERROR_NO_SUBDOC);
   Geometry g = OverTheHills();
   g.fast_time *= 0.5;

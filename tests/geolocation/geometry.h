@@ -7,6 +7,7 @@
 
 #include "basic/vector_3d.h"
 #include "geolocation/ellipsoid_type.h"
+#include "geolocation/geolocation_fast.h"
 
 namespace quellmark::test {
 
@@ -23,6 +24,29 @@ struct Geometry {
   double fast_time = 0.0;
   double doppler = 0.0;
 };
+
+/// All that a geolocation gives; what none has written is -1.
+struct Located {
+  VECTOR_3D<double> ground;
+  double heading = -1.0, latitude = -1.0, longitude = -1.0, incidence = -1.0, height = -1.0;
+  friend bool operator==(const Located&, const Located&) = default;
+};
+
+/// The place that geolocation_fast() gives back.
+inline const double& LocateInto(Located& l, const Geometry& g) {
+  GEOLOCATION_WORKSPACE workspace;
+  const double& place = geolocation_fast(workspace, g.sat_pos, g.sat_vel, l.ground, l.heading,
+                                         l.latitude, l.longitude, l.incidence, g.look, g.height,
+                                         g.rpole, g.requator, g.fast_time, g.doppler);
+  l.height = g.height;
+  return place;
+}
+
+inline Located Locate(const Geometry& g) {
+  Located located;
+  LocateInto(located, g);
+  return located;
+}
 
 /// Unit vectors of a longitude and latitude.
 struct LocalAxes {

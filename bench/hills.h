@@ -1,5 +1,5 @@
-// A DEM of smooth hills for tests and benchmarks: one tile of 1201 x 1201 values of 2 bytes between
-// 9 and 10 degrees east, 45 and 46 degrees north.
+// A DEM of smooth hills: one tile of 1201 x 1201 values of 2 bytes between 9 and 10 degrees east,
+// 45 and 46 degrees north, rows from north to south.
 #pragma once
 
 #include <unistd.h>
@@ -12,11 +12,16 @@
 
 #include "dem/dem_descriptor.h"
 
-namespace quellmark::test {
+namespace quellmark::bench {
 
 /// Writes the tile into a directory of its own, which goes away with the object.
 class HillTile {
  public:
+  static constexpr int kSize = 1201;      ///< values along each side
+  static constexpr int kWest = 9 * 1200;  ///< global indices of the south-west value
+  static constexpr int kSouth = 45 * 1200;
+  static constexpr double kStep_deg = 1.0 / 1200.0;
+
   HillTile() {
     std::filesystem::create_directories(directory_);
     std::ofstream file(directory_ / "tile.srf", std::ios::binary);
@@ -38,22 +43,24 @@ class HillTile {
     std::filesystem::remove_all(directory_, ignored);
   }
 
+  [[nodiscard]] std::string Path() const { return directory_ / "tile.srf"; }
   [[nodiscard]] DEM_DESCRIPTOR Descriptor() const {
     DEM_DESCRIPTOR d;
     d.directory = STRING(directory_.string() + "/");
     d.file_names = ARRAY<STRING>(0, {"tile.srf"});
     d.has_header = true;
     d.value_type = 2;
-    d.upper_left = ARRAY<TUPLE<int>>(0, {{9 * 1200, 45 * 1200 + kSize - 1}});
-    d.lower_right = ARRAY<TUPLE<int>>(0, {{9 * 1200 + kSize - 1, 45 * 1200}});
-    d.lon_res_deg = d.lat_res_deg = 1.0 / 1200.0;
+    d.y_origin_north = true;
+    d.upper_left = ARRAY<TUPLE<int>>(0, {{kWest, kSouth + kSize - 1}});
+    d.lower_right = ARRAY<TUPLE<int>>(0, {{kWest + kSize - 1, kSouth}});
+    d.special_coding = -32767;
+    d.lon_res_deg = d.lat_res_deg = kStep_deg;
     return d;
   }
 
  private:
-  static constexpr int kSize = 1201;
   std::filesystem::path directory_ =
       std::filesystem::temp_directory_path() / ("hills." + std::to_string(::getpid()));
 };
 
-}  // namespace quellmark::test
+}  // namespace quellmark::bench
