@@ -59,28 +59,13 @@ TEST(GdalWitness, HeightsAgree) {
     WriteFile(directory / "raw.vrt", RawRaster(step, row.gdal_type, row.value_bytes));
     // Heights at the centres of a finer raster between the outermost grid values.
     const int fine = (kSize - 1) * kFiner;
-    const ProgramRun run = RunProgram("/usr/bin/env",
-                                      {"gdalwarp",
-                                       "-q",
-                                       "-r",
-                                       "bilinear",
-                                       "-et",
-                                       "0",
-                                       "-ot",
-                                       "Float64",
-                                       "-of",
-                                       "ENVI",
-                                       "-te",
-                                       Number(kWest * step),
-                                       Number(kSouth * step),
-                                       Number((kWest + kSize - 1) * step),
-                                       Number((kSouth + kSize - 1) * step),
-                                       "-ts",
-                                       std::to_string(fine),
-                                       std::to_string(fine),
-                                       "raw.vrt",
-                                       "fine.raw"},
-                                      directory.Path());
+    const ProgramRun run = RunProgram(
+        "/bin/sh",
+        {"-c", "gdalwarp -q -r bilinear -et 0 -ot Float64 -of ENVI -te " + Number(kWest * step) +
+                   " " + Number(kSouth * step) + " " + Number((kWest + kSize - 1) * step) + " " +
+                   Number((kSouth + kSize - 1) * step) + " -ts " + std::to_string(fine) + " " +
+                   std::to_string(fine) + " raw.vrt fine.raw"},
+        directory.Path());
     ASSERT_EQ(run.exit_status, 0) << run.output;
     const std::string bytes = ReadFile(directory / "fine.raw");
     ASSERT_EQ(bytes.size(), sizeof(double) * static_cast<std::size_t>(fine * fine));

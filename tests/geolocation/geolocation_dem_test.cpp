@@ -14,23 +14,13 @@
 #include "tests/support/allocation_counter.h"
 #include "tests/support/expect_fails.h"
 
+namespace quellmark::test {
 namespace {
 
-using quellmark::test::Geometry;
-using quellmark::test::kDegree;
-using quellmark::test::kSpeedOfLight;
-using quellmark::test::LocalAxes;
-using quellmark::test::Locate;
-using quellmark::test::Located;
-using quellmark::test::LogOfThrownText;
-using quellmark::test::MakeGeometryTowards;
-using quellmark::test::RandomGeometries;
-using quellmark::test::ScopedLog;
-using quellmark::test::TempDir;
-using quellmark::test::TestDem;
 using testing::HasSubstr;
 using Vector = VECTOR_3D<double>;
-using Level = quellmark::runtime::LogLevel;
+namespace geo = quellmark::geolocation;
+using Level = runtime::LogLevel;
 
 constexpr std::uint8_t kDegreeOfCurve = 3;
 constexpr const char* kNoBracketFast =
@@ -86,9 +76,9 @@ Vector Fixed(const VECTOR<double>& v) { return {v[v.First()], v[v.First() + 1], 
 Located LocatePlain(DEM_DOCUMENT& dem, const Geometry& g) {
   Located l;
   VECTOR<double> ground;
-  geolocation(dem, General(g.sat_pos), General(g.sat_vel), ground, l.heading, l.latitude,
-              l.longitude, l.incidence, l.height, kDegreeOfCurve, g.look, g.rpole, g.requator,
-              g.fast_time, g.doppler);
+  ::geolocation(dem, General(g.sat_pos), General(g.sat_vel), ground, l.heading, l.latitude,
+                l.longitude, l.incidence, l.height, kDegreeOfCurve, g.look, g.rpole, g.requator,
+                g.fast_time, g.doppler);
   l.ground = Fixed(ground);
   return l;
 }
@@ -180,9 +170,9 @@ TEST(GeolocationDem, NothingIsAllocatedInAPreparedWorkspace) {
   const Geometry g = OverTheHills();
   GEOLOCATION_DEM_WORKSPACE workspace;
   workspace.Prepare(kDegreeOfCurve);
-  const std::size_t before = quellmark::test::AllocationCount();
+  const std::size_t before = AllocationCount();
   static_cast<void>(LocateFast(workspace, dem, g));
-  EXPECT_EQ(quellmark::test::AllocationCount(), before);
+  EXPECT_EQ(AllocationCount(), before);
   // For another degree it is prepared anew.
   EXPECT_NEAR(LocateFast(workspace, dem, g, 2).height, LocateFast(workspace, dem, g).height, 2.0);
 }
@@ -242,7 +232,6 @@ TEST(GeolocationDem, FailuresPassThrough) {
 }
 
 TEST(Geodetic, ComesBackFromTheForwardConversion) {
-  namespace geo = quellmark::geolocation;
   const double a = 6378137.0;
   const double b = 6356752.315;
   const double e2 = (a * a - b * b) / (a * a);
@@ -275,9 +264,9 @@ TEST(GeolocationPlain, EqualsTheFastOne) {
     const Geometry g = next();
     Located plain;
     VECTOR<double> ground;
-    geolocation(General(g.sat_pos, -1), General(g.sat_vel, 4), ground, plain.heading,
-                plain.latitude, plain.longitude, plain.incidence, g.look, g.height, g.rpole,
-                g.requator, g.fast_time, g.doppler);
+    ::geolocation(General(g.sat_pos, -1), General(g.sat_vel, 4), ground, plain.heading,
+                  plain.latitude, plain.longitude, plain.incidence, g.look, g.height, g.rpole,
+                  g.requator, g.fast_time, g.doppler);
     EXPECT_EQ(ground.First(), -1);
     plain.ground = Fixed(ground);
     plain.height = g.height;
@@ -290,8 +279,8 @@ TEST(GeolocationPlain, FailsUnderItsOwnName) {
   double unused = 0.0;
   VECTOR<double> ground;
   const auto locate = [&](const VECTOR<double>& position, const VECTOR<double>& velocity) {
-    geolocation(position, velocity, ground, unused, unused, unused, unused, 1.0, 0.0, g.rpole,
-                g.requator, g.fast_time, 0.0);
+    ::geolocation(position, velocity, ground, unused, unused, unused, unused, 1.0, 0.0, g.rpole,
+                  g.requator, g.fast_time, 0.0);
   };
   const VECTOR<double> two(1, {7e6, 1.0});
   EXPECT_THROWS_TEXT(locate(two, General(g.sat_vel)),
@@ -305,3 +294,4 @@ TEST(GeolocationPlain, FailsUnderItsOwnName) {
 }
 
 }  // namespace
+}  // namespace quellmark::test

@@ -13,25 +13,20 @@
 #include "tests/support/allocation_counter.h"
 #include "tests/support/expect_fails.h"
 
+namespace quellmark::test {
 namespace {
 
-using quellmark::test::ErrorOf;
-using quellmark::test::Geometry;
-using quellmark::test::kDegree;
-using quellmark::test::kSpeedOfLight;
-using quellmark::test::LocalAxes;
-using quellmark::test::Locate;
-using quellmark::test::Located;
-using quellmark::test::LocateInto;
-using quellmark::test::LogOfFailure;
-using quellmark::test::MakeGeometry;
-using quellmark::test::RandomGeometries;
-using quellmark::test::ScopedLog;
 using testing::HasSubstr;
 using Vector = VECTOR_3D<double>;
-using Level = quellmark::runtime::LogLevel;
+namespace geo = quellmark::geolocation;
+using Level = runtime::LogLevel;
 
 double SlantRange(const Geometry& g) { return 0.5 * kSpeedOfLight * g.fast_time; }
+
+geo::RangeDopplerQuery QueryOf(const Geometry& g) {
+  return {"test",  g.sat_pos,  g.sat_vel,   g.look,   g.height,
+          g.rpole, g.requator, g.fast_time, g.doppler};
+}
 
 // Iterations of one call, from its trace line.
 int Iterations(const Geometry& g) {
@@ -49,14 +44,12 @@ double Apart(double a, double b) { return std::abs(std::remainder(a - b, 360.0))
 
 // The frame, the iteration and the side over 10^6 geometries; every eighth against the truth.
 TEST(GeolocationFast, RandomLowOrbitsConvergeToTheTruth) {
-  namespace geo = quellmark::geolocation;
   RandomGeometries next(20240611);
   int most_iterations = 0;
   double largest_error_m = 0.0;
   for (int i = 0; i < 1'000'000; ++i) {
     const Geometry g = next();
-    const geo::RangeDopplerQuery query{"test",  g.sat_pos,  g.sat_vel,   g.look,   g.height,
-                                       g.rpole, g.requator, g.fast_time, g.doppler};
+    const geo::RangeDopplerQuery query = QueryOf(g);
     const geo::LocalFrame frame = geo::MakeLocalFrame(query);
     const geo::GroundPoint point = geo::LocateOnEllipsoid(query, frame, geo::RaiseEllipsoid(query));
     most_iterations = std::max(most_iterations, point.iterations);
@@ -162,10 +155,8 @@ TEST(GeolocationFast, SensorOverThePole) {
 
 // Zeros and tiny components decide between 0 and 360, 90 and 270.
 TEST(GeolocationFast, AnglesAtTheSeams) {
-  namespace geo = quellmark::geolocation;
   const Geometry g = MakeGeometry(0.0, 0.0, 600e3, 0.0, 30.0 * kDegree);
-  const geo::RangeDopplerQuery query{"test",  g.sat_pos,  g.sat_vel,   g.look,   g.height,
-                                     g.rpole, g.requator, g.fast_time, g.doppler};
+  const geo::RangeDopplerQuery query = QueryOf(g);
   const geo::LocalFrame frame = geo::MakeLocalFrame(query);
   const geo::RaisedEllipsoid ellipsoid = geo::RaiseEllipsoid(query);
   const double r = 6.37e6;
@@ -335,9 +326,10 @@ TEST(GeolocationFast, AllocatesNothing) {
   const ScopedLog log(Level::kDebug);
   const Geometry g = Plain();
   Located located;
-  const std::size_t before = quellmark::test::AllocationCount();
+  const std::size_t before = AllocationCount();
   EXPECT_EQ(&LocateInto(located, g), &located.incidence);
-  EXPECT_EQ(quellmark::test::AllocationCount(), before);
+  EXPECT_EQ(AllocationCount(), before);
 }
 
 }  // namespace
+}  // namespace quellmark::test

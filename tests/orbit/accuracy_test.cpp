@@ -6,7 +6,6 @@
 
 #include "basic/errors.h"
 #include "tests/orbit/orbit_pool.h"
-#include "tests/support/allocation_counter.h"
 #include "tests/support/scoped_log.h"
 #include "time/utc_scanner.h"
 
@@ -104,21 +103,6 @@ TEST(Accuracy, LeftOutVectors) {
                     *std::ranges::max_element(errors_m));
       }
     }
-  }
-}
-
-TEST(Accuracy, StatesAllocateNothing) {
-  const ScopedLog quiet(LOG::Level::kSilent);
-  for (const AccuracyRow& row : kAccuracy) {
-    OrbitPool pool = CircularOrbitPool("orbit_pool_double_utc", 16);
-    pool.interpolation = row.interpolation;
-    const Orbit orbit = pool.Read();
-    Vector position, velocity, acceleration;
-    const std::size_t before = AllocationCount();
-    for (double t = 41.0; t < 90.0; t += 7.0) {
-      orbit.GetState(0.0, t, position, velocity, acceleration);
-    }
-    EXPECT_EQ(AllocationCount(), before) << row.interpolation;
   }
 }
 

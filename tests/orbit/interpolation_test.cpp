@@ -24,10 +24,6 @@ using Function = std::function<Jet<double>(double)>;
 template <class T>
 using LocalPolynom = LOCAL_INTERPOLATION<T, POLYNOM<T>, POINT<T>>;
 template <class T>
-using LocalFit = LOCAL_INTERPOLATION<T, POLYNOM_FIT<T>, POINT<T>>;
-template <class T>
-using LocalCheby = LOCAL_INTERPOLATION<T, CHEBY_POLY<T>, POINT<T>>;
-template <class T>
 using LocalHermite = LOCAL_INTERPOLATION<T, HERMITE_POLY<T>, DPOINT<T>>;
 
 // Samples of `f` at `abscissae`, from index `first`.
@@ -76,40 +72,40 @@ Function Power(int degree, double scale) {
 
 const Function kSine = [](double x) { return Jet<double>{std::sin(x), std::cos(x), -std::sin(x)}; };
 
-template <class I, class P>
-struct Tag {
-  using Interpolation = I;
-  using Point = P;
-};
+template <class I>
+I Ordered(int order, int support_point_count) {
+  I curve;
+  curve.SetOrder(order);
+  curve.SetSupportPointCount(support_point_count);
+  return curve;
+}
 
-// Calls check(Tag, order, support point count, highest degree that is reproduced) for each kind.
+// Calls check(name, curve, point, highest degree that is reproduced) for each kind, with a curve
+// that is still to be created from points of that type.
 template <class T>
 void ForEachKind(auto check) {
-  check("polynom", Tag<POLYNOM<T>, POINT<T>>(), -1, -1, 7);
-  check("hermite", Tag<HERMITE_POLY<T>, DPOINT<T>>(), -1, -1, 15);
-  check("polyfit", Tag<POLYNOM_FIT<T>, POINT<T>>(), 6, -1, 6);
-  check("chebyshev", Tag<CHEBY_POLY<T>, POINT<T>>(), 6, -1, 6);
-  check("spline", Tag<SPLINE<T>, POINT<T>>(), -1, -1, 1);
-  check("everett", Tag<EVERETT<T>, POINT<T>>(), 4, -1, 5);
-  check("localpolynom", Tag<LocalPolynom<T>, POINT<T>>(), -1, 5, 4);
-  check("localpolyfit", Tag<LocalFit<T>, POINT<T>>(), 4, 6, 4);
-  check("localchebyshev", Tag<LocalCheby<T>, POINT<T>>(), 4, 6, 4);
-  check("localhermite", Tag<LocalHermite<T>, DPOINT<T>>(), -1, 3, 5);
+  const POINT<T> point;
+  check("polynom", Ordered<POLYNOM<T>>(-1, -1), point, 7);
+  check("hermite", Ordered<HERMITE_POLY<T>>(-1, -1), DPOINT<T>(), 15);
+  check("polyfit", Ordered<POLYNOM_FIT<T>>(6, -1), point, 6);
+  check("chebyshev", Ordered<CHEBY_POLY<T>>(6, -1), point, 6);
+  check("spline", Ordered<SPLINE<T>>(-1, -1), point, 1);
+  check("everett", Ordered<EVERETT<T>>(4, -1), point, 5);
+  check("localpolynom", Ordered<LocalPolynom<T>>(-1, 5), point, 4);
+  check("localpolyfit", Ordered<LOCAL_INTERPOLATION<T, POLYNOM_FIT<T>, POINT<T>>>(4, 6), point, 4);
+  check("localchebyshev", Ordered<LOCAL_INTERPOLATION<T, CHEBY_POLY<T>, POINT<T>>>(4, 6), point, 4);
+  check("localhermite", Ordered<LocalHermite<T>>(-1, 3), DPOINT<T>(), 5);
 }
 
 template <class T>
 void CheckPolynomialsAreReproduced() {
   const std::vector<double> nodes = Steps(8);
-  ForEachKind<T>([&](const char* name, auto tag, int order, int count, int highest) {
-    using P = typename decltype(tag)::Point;
+  ForEachKind<T>([&](const char* name, auto curve, auto point, int highest) {
     for (const int first : {-3, 0, 1}) {
       for (int degree = 0; degree <= highest; ++degree) {
         SCOPED_TRACE(std::string(name) + ", degree " + std::to_string(degree));
-        typename decltype(tag)::Interpolation curve;
-        curve.SetOrder(order);
-        curve.SetSupportPointCount(count);
         const Function f = Power(degree, 7.0);
-        curve.Create(Sampled<P>(f, nodes, first));
+        curve.Create(Sampled<decltype(point)>(f, nodes, first));
         // The nodes lie 1 apart and the values are at most 2: rounding grows with the number of
         // differences taken, 2^order, and once more with each derivative.
         const double epsilon = 500.0 * static_cast<double>(std::numeric_limits<T>::epsilon());
@@ -136,11 +132,8 @@ TEST(Interpolation, PolynomialsAreReproduced) {
 TEST(Interpolation, DerivativesAreThoseOfTheValue) {
   const ScopedLog quiet(LOG::Level::kAlarm);
   const std::vector<double> nodes = Steps(12, 0.1);
-  ForEachKind<double>([&](const char* name, auto tag, int order, int count, int) {
-    typename decltype(tag)::Interpolation curve;
-    curve.SetOrder(order);
-    curve.SetSupportPointCount(count);
-    curve.Create(Sampled<typename decltype(tag)::Point>(kSine, nodes));
+  ForEachKind<double>([&](const char* name, auto curve, auto point, int) {
+    curve.Create(Sampled<decltype(point)>(kSine, nodes));
     for (const double x : WithMiddles({nodes.begin() + 2, nodes.end() - 2})) {
       SCOPED_TRACE(std::string(name) + " at " + std::to_string(x));
       // Five-point forward differences, which stay within the piece that x belongs to. Their error
@@ -175,12 +168,9 @@ TEST(Interpolation, HostileSupportPointsAreRefused) {
   const double nan = std::numeric_limits<double>::quiet_NaN();
   const double huge = std::numeric_limits<double>::max();
   const auto refuse = [](const std::vector<double>& x, const Function& f, const char* line) {
-    ForEachKind<double>([&](const char* name, auto tag, int order, int count, int) {
+    ForEachKind<double>([&](const char* name, auto curve, auto point, int) {
       SCOPED_TRACE(name);
-      typename decltype(tag)::Interpolation curve;
-      curve.SetOrder(order);
-      curve.SetSupportPointCount(count);
-      const auto points = Sampled<typename decltype(tag)::Point>(f, x);
+      const auto points = Sampled<decltype(point)>(f, x);
       EXPECT_FAILS(curve.Create(points), INVALID_PARAMETER_VALUE,
                    std::string("INTERPOLATION::Create: ") + line);
     });
@@ -207,12 +197,9 @@ TEST(Interpolation, HostileSupportPointsAreRefused) {
 
 TEST(Interpolation, NoAbscissaIsTakenThatIsNotFinite) {
   const ScopedLog quiet(LOG::Level::kSilent);
-  ForEachKind<double>([&](const char* name, auto tag, int order, int count, int) {
+  ForEachKind<double>([&](const char* name, auto curve, auto point, int) {
     SCOPED_TRACE(name);
-    typename decltype(tag)::Interpolation curve;
-    curve.SetOrder(order);
-    curve.SetSupportPointCount(count);
-    curve.Create(Sampled<typename decltype(tag)::Point>(kSine, Steps(9)));
+    curve.Create(Sampled<decltype(point)>(kSine, Steps(9)));
     const std::pair<double, const char*> abscissae[] = {
         {std::nan(""), "nan"}, {HUGE_VAL, "inf"}, {-HUGE_VAL, "-inf"}};
     for (const auto& at : abscissae) {
