@@ -4,6 +4,7 @@
 #include <cmath>
 #include <functional>
 #include <string>
+#include <vector>
 
 #include "basic/errors.h"
 #include "dem/srf_document.h"
@@ -107,6 +108,7 @@ TEST(GeolocationDem, PointsLieOnTheHills) {
   const TempDir directory;
   SRF_DOCUMENT dem = OpenHills(directory, true);
   GEOLOCATION_DEM_WORKSPACE workspace;
+  workspace.Prepare(kDegreeOfCurve);
   RandomGeometries random(11);
   for (int i = 0; i < 2000; ++i) {
     SCOPED_TRACE(i);
@@ -114,7 +116,9 @@ TEST(GeolocationDem, PointsLieOnTheHills) {
                                      random.Uniform(45.2, 45.4) * kDegree,
                                      random.Uniform(-3.1, 3.1), random.Uniform(25, 60) * kDegree);
     g.doppler = random.Uniform(-20.0, 20.0);
+    const std::size_t before = AllocationCount();
     const Located located = LocateFast(workspace, dem, g);
+    ASSERT_EQ(AllocationCount(), before);
     const Vector look = located.ground - g.sat_pos;
     const double range = 0.5 * kSpeedOfLight * g.fast_time;
     ASSERT_NEAR(Length(look), range, 1e-6);
@@ -125,6 +129,10 @@ TEST(GeolocationDem, PointsLieOnTheHills) {
     ASSERT_EQ(located, LocateAtHeight(g, located.height));
     if (i % 20 == 0) {
       ASSERT_EQ(LocatePlain(dem, g), located);
+      // For another degree a workspace is prepared anew.
+      GEOLOCATION_DEM_WORKSPACE other;
+      other.Prepare(5);
+      ASSERT_EQ(LocateFast(other, dem, g), located);
     }
   }
 }
@@ -163,20 +171,6 @@ TEST(GeolocationDem, FlatTerrainAndItsTrace) {
   }
 }
 
-TEST(GeolocationDem, NothingIsAllocatedInAPreparedWorkspace) {
-  const ScopedLog log(Level::kDebug);
-  const TempDir directory;
-  SRF_DOCUMENT dem = OpenHills(directory, true);
-  const Geometry g = OverTheHills();
-  GEOLOCATION_DEM_WORKSPACE workspace;
-  workspace.Prepare(kDegreeOfCurve);
-  const std::size_t before = AllocationCount();
-  static_cast<void>(LocateFast(workspace, dem, g));
-  EXPECT_EQ(AllocationCount(), before);
-  // For another degree it is prepared anew.
-  EXPECT_NEAR(LocateFast(workspace, dem, g, 2).height, LocateFast(workspace, dem, g).height, 2.0);
-}
-
 // Terrain that the bracket does not reach, and a missing value, which counts as a depth.
 TEST(GeolocationDem, NoSignChange) {
   const Geometry g = OverTheHills();
@@ -198,6 +192,33 @@ TEST(GeolocationDem, NoSignChange) {
                   std::string::npos,
               height == -32767.0);
     static_cast<void>(LogOfThrownText(kNoBracketPlain, [&] { LocatePlain(dem, g); }));
+  }
+}
+
+// A straight line through two points misses the heights between them by many metres: the steps show
+// that the bracket is made of the points' heights, not of the line's parameter.
+TEST(GeolocationDem, BracketTakesTheHeightsOfThePoints) {
+  FunctionDem dem = Flat(700.0);
+  GEOLOCATION_DEM_WORKSPACE workspace;
+  ScopedLog log;
+  static_cast<void>(LocateFast(workspace, dem, OverTheHills(), 1));
+  const std::string text = log.Text(), mark = "(iterative height ";
+  std::vector<double> heights;
+  for (auto at = text.find(mark); at != std::string::npos; at = text.find(mark, at + 1)) {
+    heights.push_back(std::stod(text.substr(at + mark.size())));
+  }
+  ASSERT_GT(heights.size(), 5U);
+  const auto& c = workspace.Arrays();
+  const Geometry g;
+  double low = heights[0], high = heights[1];
+  for (std::size_t k = 2; k < heights.size(); ++k) {
+    const double m = 0.5 * (low + high);
+    const Vector point{c.X_[1] + c.X_[2] * m, c.Y_[1] + c.Y_[2] * m, c.Z_[1] + c.Z_[2] * m};
+    const double height =
+        geo::ToGeodetic({g.requator, g.rpole, g.requator * g.requator, g.rpole * g.rpole}, point)
+            .height_m;
+    EXPECT_NEAR(heights[k], height, 0.05);  // six digits are in the log
+    (height <= 700.0 ? low : high) = height;
   }
 }
 
@@ -232,27 +253,24 @@ TEST(GeolocationDem, FailuresPassThrough) {
 }
 
 TEST(Geodetic, ComesBackFromTheForwardConversion) {
-  const double a = 6378137.0;
-  const double b = 6356752.315;
-  const double e2 = (a * a - b * b) / (a * a);
-  for (const double latitude : {-90.0, -89.9999, -60.0, -1e-9, 0.0, 12.3, 45.0, 75.0, 90.0}) {
-    for (const double longitude : {-179.0, -90.0, 0.0, 33.0, 180.0}) {
-      for (const double height : {-500.0, 0.0, 4000.0, 9000.0}) {
-        SCOPED_TRACE(testing::Message() << latitude << " " << longitude << " " << height);
-        const LocalAxes axes(longitude * kDegree, latitude * kDegree);
-        const double normal = a / std::sqrt(1.0 - e2 * axes.up.z * axes.up.z);
-        const Vector point =
-            (normal + height) * axes.up - Vector{0.0, 0.0, normal * e2 * axes.up.z};
-        const geo::GeodeticPoint found = geo::ToGeodetic({a, b, a * a, b * b}, point);
-        EXPECT_NEAR(found.height_m, height, 1e-5);
-        EXPECT_NEAR(found.latitude_rad, latitude * kDegree, 1e-12);
-        if (std::abs(latitude) < 89.99) {
-          EXPECT_NEAR(std::remainder(found.longitude_rad / kDegree - longitude, 360.0), 0.0, 1e-12);
-        }
-      }
+  const Geometry g;
+  const double a = g.requator, b = g.rpole, e2 = (a * a - b * b) / (a * a);
+  const geo::EllipsoidRecord ellipsoid{a, b, a * a, b * b};
+  for (int i = 0; i <= 180; ++i) {
+    const double latitude = (i - 90) * kDegree, longitude = (2 * i - 179.5) * kDegree;
+    for (const double height : {-500.0, 0.0, 9000.0}) {
+      SCOPED_TRACE(testing::Message() << i - 90 << " " << height);
+      const LocalAxes axes(longitude, latitude);
+      const double normal = a / std::sqrt(1.0 - e2 * axes.up.z * axes.up.z);
+      const geo::GeodeticPoint found = geo::ToGeodetic(
+          ellipsoid, (normal + height) * axes.up - Vector{0.0, 0.0, normal * e2 * axes.up.z});
+      EXPECT_NEAR(found.height_m, height, 1e-5);
+      EXPECT_NEAR(found.latitude_rad, latitude, 1e-12);
+      const double apart = std::remainder(found.longitude_rad - longitude, 360.0 * kDegree);
+      EXPECT_NEAR(apart * std::cos(latitude), 0.0, 1e-14);
     }
   }
-  const geo::GeodeticPoint pole = geo::ToGeodetic({a, b, a * a, b * b}, {0.0, 0.0, -b - 5.0});
+  const geo::GeodeticPoint pole = geo::ToGeodetic(ellipsoid, {0.0, 0.0, -b - 5.0});
   EXPECT_EQ(pole.latitude_rad, -90.0 * kDegree);
   EXPECT_NEAR(pole.height_m, 5.0, 1e-9);
 }
