@@ -99,6 +99,12 @@ SRF_DOCUMENT OpenHills(const TempDir& directory, bool fast) {
   return SRF_DOCUMENT(DEM_DESCRIPTOR::ReadFromFile(WriteDem(directory, hills)), fast);
 }
 
+// With the ellipsoid of every geometry here.
+geo::GeodeticPoint ToGeodetic(const Vector& point) {
+  const double a = Geometry().requator, b = Geometry().rpole;
+  return geo::ToGeodetic({a, b, a * a, b * b}, point);
+}
+
 Geometry OverTheHills(double longitude = 9.5, double latitude = 45.3) {
   return MakeGeometryTowards(longitude * kDegree, latitude * kDegree, 1.2, 35.0 * kDegree);
 }
@@ -174,7 +180,9 @@ TEST(GeolocationDem, FlatTerrainAndItsTrace) {
 // Terrain that the bracket does not reach, and a missing value, which counts as a depth.
 TEST(GeolocationDem, NoSignChange) {
   const Geometry g = OverTheHills();
-  for (const double height : {9100.0, -600.0, -32767.0}) {
+  // No error at one end is no change of sign either.
+  const double lowest = ToGeodetic(LocateAtHeight(g, -500.0).ground).height_m;
+  for (const double height : {9100.0, -600.0, -32767.0, lowest}) {
     SCOPED_TRACE(height);
     FunctionDem dem = Flat(height);
     Located untouched;
@@ -209,14 +217,11 @@ TEST(GeolocationDem, BracketTakesTheHeightsOfThePoints) {
   }
   ASSERT_GT(heights.size(), 5U);
   const auto& c = workspace.Arrays();
-  const Geometry g;
   double low = heights[0], high = heights[1];
   for (std::size_t k = 2; k < heights.size(); ++k) {
     const double m = 0.5 * (low + high);
     const Vector point{c.X_[1] + c.X_[2] * m, c.Y_[1] + c.Y_[2] * m, c.Z_[1] + c.Z_[2] * m};
-    const double height =
-        geo::ToGeodetic({g.requator, g.rpole, g.requator * g.requator, g.rpole * g.rpole}, point)
-            .height_m;
+    const double height = ToGeodetic(point).height_m;
     EXPECT_NEAR(heights[k], height, 0.05);  // six digits are in the log
     (height <= 700.0 ? low : high) = height;
   }
@@ -255,22 +260,21 @@ TEST(GeolocationDem, FailuresPassThrough) {
 TEST(Geodetic, ComesBackFromTheForwardConversion) {
   const Geometry g;
   const double a = g.requator, b = g.rpole, e2 = (a * a - b * b) / (a * a);
-  const geo::EllipsoidRecord ellipsoid{a, b, a * a, b * b};
   for (int i = 0; i <= 180; ++i) {
     const double latitude = (i - 90) * kDegree, longitude = (2 * i - 179.5) * kDegree;
     for (const double height : {-500.0, 0.0, 9000.0}) {
       SCOPED_TRACE(testing::Message() << i - 90 << " " << height);
       const LocalAxes axes(longitude, latitude);
       const double normal = a / std::sqrt(1.0 - e2 * axes.up.z * axes.up.z);
-      const geo::GeodeticPoint found = geo::ToGeodetic(
-          ellipsoid, (normal + height) * axes.up - Vector{0.0, 0.0, normal * e2 * axes.up.z});
+      const geo::GeodeticPoint found =
+          ToGeodetic((normal + height) * axes.up - Vector{0.0, 0.0, normal * e2 * axes.up.z});
       EXPECT_NEAR(found.height_m, height, 1e-5);
       EXPECT_NEAR(found.latitude_rad, latitude, 1e-12);
       const double apart = std::remainder(found.longitude_rad - longitude, 360.0 * kDegree);
       EXPECT_NEAR(apart * std::cos(latitude), 0.0, 1e-14);
     }
   }
-  const geo::GeodeticPoint pole = geo::ToGeodetic(ellipsoid, {0.0, 0.0, -b - 5.0});
+  const geo::GeodeticPoint pole = ToGeodetic({0.0, 0.0, -b - 5.0});
   EXPECT_EQ(pole.latitude_rad, -90.0 * kDegree);
   EXPECT_NEAR(pole.height_m, 5.0, 1e-9);
 }
