@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "tests/app/example_scene.h"
+#include "tests/dem/test_dem.h"
 
 namespace quellmark::test {
 namespace {
@@ -289,42 +290,17 @@ TEST(Driver, EveryOrbitAndInterpolationLocatesEveryScene) {
   }
 }
 
-// A tile of two by two grid values of 1 degree, with its descriptor.
-void WriteDem(const TempDir& directory) {
-  const std::string header(
-      "\x59\xA6\x6A\x95"
-      "\0\0\0\2"
-      "\0\0\0\2"
-      "\0\0\0\x10"
-      "\0\0\0\x08"
-      "\0\0\0\1"
-      "\0\0\0\0"
-      "\0\0\0\0",
-      32);
-  WriteFile(directory / "tile.srf", header + std::string(8, '\1'));
-  WriteFile(directory / "dem.pool",
-            Entry("dem_files", "INT_16", "1") + Entry("dem_fname0", "STR", Quoted("tile.srf")) +
-                Entry("dem_type", "INT_16", "2") + Entry("dem_header", "BOL", "TRUE") +
-                Entry("dem_value_type", "INT_16", "2") + Entry("dem_line_wise", "BOL", "TRUE") +
-                Entry("dem_record_header", "INT_32", "0") +
-                Entry("dem_y_origin_north", "BOL", "TRUE") +
-                Entry("dem_tile_annotation", "STR", Quoted("PIXEL_CENTRE")) +
-                "dem_upper_left INT_32_INT_32_V 0 1\n {\n -61 51\n }\n" +
-                "dem_lower_right INT_32_INT_32_V 0 1\n {\n -60 50\n }\n" +
-                Entry("dem_lon_res", "FLT_15", "3600") + Entry("dem_lat_res", "FLT_15", "3600"));
-}
-
 TEST(Driver, DemIsOpenedAndCheckedAndChangesNoResult) {
   SceneRun without(ScenePool(kScene));
   ASSERT_EQ(without.Run().exit_status, 0);
 
   SceneRun with(ScenePool(kScene));
-  WriteDem(with.directory);
+  WriteDem(with.directory, {.tiles = {{-61, 51, -60, 50}}, .resolution_arcsec = 3600.0});
   ASSERT_EQ(with.Run({"-USE_DEM", "true", "-DEM_FILE", "dem.pool"}).exit_status, 0) << with.Log();
   EXPECT_THAT(with.Log(), HasSubstr("DEM_DOCUMENT::SetDescriptor: Mapping file "));
   EXPECT_EQ(with.Pool(), without.Pool());
 
-  WriteFile(with.directory / "tile.srf", "too short");
+  WriteFile(with.directory / "tile0.srf", "too short");
   EXPECT_EQ(with.Run({"-USE_DEM", "true", "-DEM_FILE", "dem.pool"}).exit_status, 1);
   EXPECT_THAT(with.Log(), HasSubstr("MEM_MGR: can not read header from: "));
 }
