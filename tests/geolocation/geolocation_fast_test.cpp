@@ -109,32 +109,6 @@ TEST(GeolocationFast, RandomResultsFitTheirDefinitions) {
   }
 }
 
-// A pass over the equator, towards the pole: the point lies on the equatorial circle and the
-// triangle of centre, sensor and ground gives everything. In all quadrants of longitude.
-TEST(GeolocationFast, EquatorialPassHasAClosedForm) {
-  for (const double longitude : {0.0, 10.0, 89.5, 90.0, 135.0, 180.0, 225.0, 270.0, 350.0, 359.9}) {
-    for (const double look : {1.0, -1.0}) {
-      SCOPED_TRACE(testing::Message() << longitude << " look " << look);
-      Geometry g = MakeGeometry(longitude * kDegree, 0.0, 700e3, 0.0, 40.0 * kDegree);
-      g.look = look;
-      g.height = 250.0;
-      const double earth = g.requator + g.height;
-      const double sensor = Length(g.sat_pos);
-      const double range = SlantRange(g);
-      const double centre_angle =
-          std::acos((sensor * sensor + earth * earth - range * range) / (2.0 * sensor * earth));
-      const Located located = Locate(g);
-      EXPECT_LT(Apart(located.longitude, longitude + look * centre_angle / kDegree),
-                1e-12 / kDegree);
-      EXPECT_NEAR(located.latitude, 0.0, 1e-12);
-      EXPECT_LT(Apart(located.heading, 0.0), 1e-12);
-      EXPECT_NEAR(located.incidence, std::asin(sensor / range * std::sin(centre_angle)) / kDegree,
-                  1e-9);
-      EXPECT_LT(Iterations(g), 5);
-    }
-  }
-}
-
 // Over a pole the longitude of the sensor is 90 degrees by convention, and the heading refers to
 // it.
 TEST(GeolocationFast, SensorOverThePole) {
@@ -184,28 +158,19 @@ TEST(GeolocationFast, AnglesAtTheSeams) {
 // Mid swath of real passes: over the Alps, the Comoros and the Gulf of St Lawrence; contains
 // modified Copernicus Sentinel data 2021 and 2022.
 TEST(GeolocationFast, RealScenesTakeFewIterations) {
-  const struct {
-    Vector position, velocity;
-    double fast_time, height;
-  } rows[] = {{{4705004.378, 1441146.551, 5075547.689},
-               {5607.492667, -263.818444, -5109.975608},
-               6.177025926716036e-03,
-               2068.0},
-              {{5314221.966, 4429024.609, -1499630.525},
-               {2225.086099, -224.116528, 7257.525316},
-               5.429222834590177e-03,
-               276.0},
-              {{2573274.95236, -3715758.903424, 5434631.016571},
-               {1562.836429, -5771.529686, -4674.741823},
-               5.34849813990142e-03,
-               201.0}};
-  for (const auto& row : rows) {
-    EXPECT_LE(Iterations({.sat_pos = row.position,
-                          .sat_vel = row.velocity,
-                          .height = row.height,
-                          .fast_time = row.fast_time}),
-              7);
-  }
+  const Geometry passes[] = {{.sat_pos = {4705004.378, 1441146.551, 5075547.689},
+                              .sat_vel = {5607.492667, -263.818444, -5109.975608},
+                              .height = 2068.0,
+                              .fast_time = 6.177025926716036e-03},
+                             {.sat_pos = {5314221.966, 4429024.609, -1499630.525},
+                              .sat_vel = {2225.086099, -224.116528, 7257.525316},
+                              .height = 276.0,
+                              .fast_time = 5.429222834590177e-03},
+                             {.sat_pos = {2573274.95236, -3715758.903424, 5434631.016571},
+                              .sat_vel = {1562.836429, -5771.529686, -4674.741823},
+                              .height = 201.0,
+                              .fast_time = 5.34849813990142e-03}};
+  for (const Geometry& pass : passes) EXPECT_LE(Iterations(pass), 7);
 }
 
 Geometry Plain() { return MakeGeometry(0.5, 0.7, 600e3, 3.3, 30.0 * kDegree); }
