@@ -33,7 +33,8 @@ struct Accuracy {
 };
 
 // Positions: a quick-look orbit's velocities do not quite match its positions' slope, so the first
-// two scenes are worse than the third; the figures are those of a separate solver, and up to 0.01 m more.
+// two scenes are worse than the third; the figures are those of a separate solver, and up to 0.01 m
+// more.
 constexpr Accuracy kAccuracies[] = {
     {"s1b_iw_grd_alps", "localhermite_7_4", 0.38, 6e-7, 1.4e-4},
     {"s1b_iw_grd_alps", "localpolynom_7_8", 0.28, 6e-7, 1.4e-4},
