@@ -9,11 +9,6 @@
 #include <tuple>
 #include <vector>
 
-#include "orbit/everett.h"
-#include "orbit/local_interpolation.h"
-#include "orbit/mdb_orbit.h"
-#include "orbit/polynom.h"
-#include "orbit/pool_orbit.h"
 #include "orbit/selection.h"
 #include "tests/orbit/orbit_pool.h"
 #include "tests/support/expect_fails.h"
@@ -48,24 +43,6 @@ TEST(Selection, NinetyRowsInOrder) {
                "ORBIT: can not determine type of core object\n");
   EXPECT_FAILS(OrbitTypeId("orbit_pool_double"), ERROR_ARGUMENT,
                "GENERAL_ORBIT: can not convert orbit_pool_double to orbit_type_id\n");
-}
-
-template <class Class>
-bool Makes(int orbit_type_id, int interpolation_id) {
-  const auto core = CreateCoreObject(orbit_type_id, interpolation_id);
-  return dynamic_cast<const Class*>(core.get()) != nullptr;
-}
-
-TEST(Selection, RowsMakeTheirClass) {
-  using LocalHermite = LOCAL_INTERPOLATION<double, HERMITE_POLY<double>, DPOINT<double>>;
-  using U = UNIVERSAL_TIME;
-  EXPECT_TRUE((Makes<POOL_ORBIT<float, double, POLYNOM<float>, POINT<float>>>(1, 0)));
-  EXPECT_TRUE((Makes<POOL_ORBIT<float, MISSION_ELAPSED_TIME, EVERETT<float>, POINT<float>>>(3, 9)));
-  EXPECT_TRUE((Makes<POOL_ORBIT<double, U, LocalHermite, DPOINT<double>>>(5, 8)));
-  EXPECT_TRUE((Makes<MDB_ORBIT<double, U, EVERETT<double>, POINT<double>>>(8, 9)));
-  // These rows of the record database share the pool orbits.
-  EXPECT_TRUE((Makes<POOL_ORBIT<double, U, LocalHermite, DPOINT<double>>>(8, 8)));
-  EXPECT_TRUE((Makes<POOL_ORBIT<double, U, HERMITE_POLY<double>, DPOINT<double>>>(8, 7)));
 }
 
 TEST(Selection, InterpolationTexts) {
@@ -219,7 +196,10 @@ TEST(Description, EpochsAndSamplesFromElsewhere) {
 TEST(Description, RecordDatabase) {
   const TempDir directory;
   OrbitPool pool = CircularOrbitPool("orbit_mdb_double_utc", 8);
-  static_cast<void>(pool.Read());  // localhermite: a pool orbit, no key of the database is read
+  for (const char* kind : {"hermite", "localhermite_7_4"}) {
+    pool.interpolation = kind;
+    static_cast<void>(pool.Read());  // a pool orbit: no key of the database is read
+  }
   pool.interpolation = "everett_6";
   pool.Write(directory / "scene.pool");
   EXPECT_FAILS(OrbitPool::ReadOrbit(directory / "scene.pool"), PARAMETER_KEY_NOT_FOUND,

@@ -71,6 +71,10 @@ Function Power(int degree, double scale) {
 
 const Function kSine = [](double x) { return Jet<double>{std::sin(x), std::cos(x), -std::sin(x)}; };
 
+Function ValuesOnly(const std::function<double(double)>& f) {
+  return [=](double x) { return Jet<double>{f(x), 0.0, 0.0}; };
+}
+
 template <class I>
 I Ordered(int order, int support_point_count) {
   I curve;
@@ -128,30 +132,6 @@ TEST(Interpolation, PolynomialsAreReproduced) {
   CheckPolynomialsAreReproduced<float>();
 }
 
-TEST(Interpolation, DerivativesAreThoseOfTheValue) {
-  const ScopedLog quiet(LOG::Level::kAlarm);
-  const std::vector<double> nodes = Steps(12, 0.1);
-  ForEachKind<double>([&](const char* name, auto curve, auto point, int) {
-    curve.Create(Sampled<decltype(point)>(kSine, nodes));
-    for (const double x : WithMiddles({nodes.begin() + 2, nodes.end() - 2})) {
-      SCOPED_TRACE(std::string(name) + " at " + std::to_string(x));
-      // Five-point forward differences, which stay within the piece that x belongs to. Their error
-      // is of order h^4 and h^3; the rounding of the values, 1e-15, is divided by h and by h^2.
-      const double h = 5e-4;
-      double y[5];
-      for (int k = 0; k < 5; ++k) y[k] = curve.GetY(x + k * h);
-      const double dy = (-25 * y[0] + 48 * y[1] - 36 * y[2] + 16 * y[3] - 3 * y[4]) / (12 * h);
-      const double d2y =
-          (35 * y[0] - 104 * y[1] + 114 * y[2] - 56 * y[3] + 11 * y[4]) / (12 * h * h);
-      EXPECT_NEAR(curve.GetDerivedY(x), dy, 1e-10);
-      EXPECT_NEAR(curve.GetDerived2Y(x), d2y, 5e-7);
-      // No pole and no jump at a node beyond the error of the method.
-      EXPECT_NEAR(curve.GetDerivedY(x), kSine(x).dy, 3e-3);
-      EXPECT_NEAR(curve.GetDerived2Y(x), kSine(x).d2y, 0.1);
-    }
-  });
-}
-
 TEST(Interpolation, BaseOperationsRefuse) {
   const INTERPOLATION<double, POINT<double>> base;
   EXPECT_FAILS(base.GetY(0.0), ERROR_ALGORITHM, "INTERPOLATION::GetY() shell not be called\n");
@@ -178,19 +158,10 @@ TEST(Interpolation, HostileSupportPointsAreRefused) {
   refuse({0.0, 1.0, 1.0}, kSine, "abscissae do not ascend at support point 2: 1, 1\n");
   refuse({0.0, 2.0, 1.0}, kSine, "abscissae do not ascend at support point 2: 2, 1\n");
   refuse({0.0, nan, 3.0}, kSine, "support point 1 is not finite.\n");
-  refuse(
-      {0.0, 1.0},
-      [=](double) {
-        return Jet<double>{nan, 0.0, 0.0};
-      },
-      "support point 0 is not finite.\n");
+  refuse({0.0, 1.0}, ValuesOnly([=](double) { return nan; }), "support point 0 is not finite.\n");
+  const Function jump = ValuesOnly([=](double x) { return x < 1.0 ? -huge : huge; });
   POLYNOM<double> polynom;
-  EXPECT_FAILS(polynom.Create(Sampled<POINT<double>>(
-                   [=](double x) {
-                     return Jet<double>{x < 1.0 ? -huge : huge, 0, 0};
-                   },
-                   Steps(4))),
-               INVALID_PARAMETER_VALUE,
+  EXPECT_FAILS(polynom.Create(Sampled<POINT<double>>(jump, Steps(4))), INVALID_PARAMETER_VALUE,
                "POLYNOM: divided differences of order 1 are not finite.\n");
 }
 
@@ -340,11 +311,8 @@ TEST(Fits, OrdersAreReducedAndReported) {
 
 TEST(Fits, ChiSquareIsReported) {
   // The best line through 0, 1, 0 is 1/3: residuals 1/9 + 4/9 + 1/9.
-  const auto points = Sampled<POINT<double>>(
-      [](double x) {
-        return Jet<double>{x == 1.0 ? 1.0 : 0.0, 0.0, 0.0};
-      },
-      Steps(3));
+  const Function peak = ValuesOnly([](double x) { return x == 1.0 ? 1.0 : 0.0; });
+  const auto points = Sampled<POINT<double>>(peak, Steps(3));
   const ScopedLog log;
   POLYNOM_FIT<double> fit;
   fit.SetOrder(1);
@@ -392,11 +360,7 @@ TEST(LocalInterpolation, SpansAndTheirLines) {
   local.SetSupportPointCount(0);
   EXPECT_FAILS(local.Create(Sampled<POINT<double>>(kSine, x)), INVALID_PARAMETER_VALUE,
                "LOCAL_INTERPOLATION: support_point_count 0 is below 1\n");
-}
-
-TEST(LocalInterpolation, RefusesToFillTheMemory) {
-  LocalPolynom<double> local;
-  local.SetSupportPointCount(6000);
+  local.SetSupportPointCount(6000);  // would fill the memory
   EXPECT_FAILS(local.Create(Sampled<POINT<double>>(kSine, Steps(12000))), INVALID_PARAMETER_VALUE,
                "LOCAL_INTERPOLATION: support_point_count 6000 is too large for 12000 points\n");
 }
@@ -416,13 +380,6 @@ TEST(LocalInterpolation, FindsTheSpanOfUnevenPoints) {
     while (expected > 0 && at < spans[expected].t_start) --expected;
     EXPECT_EQ(local.FindSpan(at), expected) << at;
   }
-}
-
-TEST(LocalInterpolation, SpansAreNotCopied) {
-  LocalPolynom<double> local;
-  local.Create(Sampled<POINT<double>>(kSine, Steps(9)));
-  EXPECT_FAILS(ARRAY(local.Spans()), ERROR_NOT_IMPLEMENTED,
-               "never call: SUB_ARRAY<T>::operator=( const SUB_ARRAY< T >& )\n");
 }
 
 }  // namespace

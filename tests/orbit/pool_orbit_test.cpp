@@ -65,6 +65,8 @@ TEST(PoolOrbit, EveryKindFollowsACircle) {
           const std::size_t before = AllocationCount();
           orbit.GetState(origin, t, position, velocity, acceleration);
           EXPECT_EQ(AllocationCount(), before);
+          const bool is_float = position.x == static_cast<double>(static_cast<float>(position.x));
+          EXPECT_EQ(is_float, number == "float");
           EXPECT_LT(Length(position - CircularOrbit::At(t, 0)), allowed.position);
           EXPECT_LT(Length(velocity - CircularOrbit::At(t, 1)), allowed.velocity);
           EXPECT_LT(Length(acceleration - CircularOrbit::At(t, 2)), allowed.acceleration);
