@@ -2,10 +2,10 @@
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/stat.h>
 
 #include <filesystem>
 #include <random>
+#include <sstream>
 
 #include "basic/errors.h"
 #include "tests/dem/test_dem.h"
@@ -259,26 +259,19 @@ TEST_F(SrfDocument, HeadersThatDoNotFit) {
 }
 
 TEST_F(SrfDocument, DescriptorsThatMakeNoGrid) {
-  for (const std::string line :
-       {"dem_files INT_16 -1", "dem_files INT_16 2", "dem_files INT_32 1", "dem_type INT_16 1",
-        "dem_header BOL yes", "dem_record_header INT_32 x",
-        "dem_tile_annotation STR \"PIXEL_CENTER\"", "dem_lat_res FLT_15 0", "dem_lon_res FLT_15 -3",
-        "dem_lon_res FLT_15 nan", "dem_lat_res FLT_15 inf", "dem_lon_res FLT_15 1e-30",
-        "dem_lon_res FLT_15 648001", "dem_upper_left INT_32_INT_32_V 0 1\n  {\n   100 49\n  }",
-        "dem_upper_left INT_32_INT_32_V 0 1\n  {\n   2147483647 58\n  }",
-        "dem_lower_right INT_32_INT_32_V 0 1\n"}) {
-    SCOPED_TRACE(line);
-    EXPECT_THAT(LogOfFailure<ERROR_DESCRIPTOR_VALUE>(
-                    [&] { OpenWithLine(line.substr(0, line.find(' ')), line); }),
-                HasSubstr("ALARM : "));
+  // Rows of data/bad_descriptors.txt: a line to put in, or a key alone, whose line is left out.
+  std::istringstream rows(ReadFile(QM_DEM_TEST_DATA "/bad_descriptors.txt"));
+  int count = 0;
+  for (std::string row; std::getline(rows, row); ++count) {
+    SCOPED_TRACE(row);
+    const std::size_t blank = row.find(' ');
+    std::string line = blank == std::string::npos ? "" : row;
+    std::replace(line.begin(), line.end(), '|', '\n');
+    EXPECT_THAT(
+        LogOfFailure<ERROR_DESCRIPTOR_VALUE>([&] { OpenWithLine(row.substr(0, blank), line); }),
+        HasSubstr("ALARM : "));
   }
-  for (const char* key : {"dem_files", "dem_fname0", "dem_type", "dem_header", "dem_value_type",
-                          "dem_line_wise", "dem_record_header", "dem_y_origin_north",
-                          "dem_tile_annotation", "dem_lon_res", "dem_lat_res"}) {
-    SCOPED_TRACE(key);
-    EXPECT_THAT(LogOfFailure<ERROR_DESCRIPTOR_VALUE>([&] { OpenWithLine(key, ""); }),
-                HasSubstr("ALARM : "));
-  }
+  EXPECT_EQ(count, 27);
   EXPECT_THROW(OpenWithLine("dem_upper_left", "", {.tiles = {{0, 1, 1, 0}, {2, 1, 3, 0}}}),
                ERROR_DESCRIPTOR_VALUE);
   EXPECT_THROW(OpenWithLine("dem_value_type", "dem_value_type INT_16 4"),

@@ -74,41 +74,38 @@ TEST(PoolWrite, RefusesWhatCouldNotBeReadBack) {
   const ScopedLog log;
   const TempDir dir;
   PARAMETER_POOL_READ_WRITE_CHANGE pool(dir / "p");
-  const auto prefix = [](const std::string& key) {
-    return "parameter pool: parameter key >> " + key;
+  const auto refuse = [](const std::string& key, const std::string& said, auto set) {
+    EXPECT_FAILS(set(), INVALID_PARAMETER_VALUE,
+                 "parameter pool: parameter key >> " + key + " << " + said + "\n");
   };
-  for (const std::string& key :
-       {std::string(), std::string("#k"), std::string("a b"), std::string("a\tb"),
-        std::string("a\nb"), std::string("a\rb"), std::string("a\0b", 3)}) {
-    EXPECT_FAILS(pool.Set<ValueType::kBol>(key, true), INVALID_PARAMETER_VALUE,
-                 prefix(key) + " << no correct key\n");
+  using namespace std::string_literals;
+  for (const std::string& key : {""s, "#k"s, "a b"s, "a\tb"s, "a\nb"s, "a\rb"s, "a\0b"s}) {
+    refuse(key, "no correct key", [&] { pool.Set<ValueType::kBol>(key, true); });
   }
-  const std::string long_key(101, 'k');
-  EXPECT_FAILS(pool.Set<ValueType::kBol>(long_key, true), PARAMETER_KEY_TOO_LONG,
-               prefix(long_key) + " << key too long\n");
-  for (const std::string& text : {std::string("a\nb"), std::string("\r"), std::string(1, '\0')}) {
-    EXPECT_FAILS(pool.Set<ValueType::kStrV>("k", ARRAY<STRING>(1, {"", text})),
-                 INVALID_PARAMETER_VALUE, prefix("k") + " << line end in STRING\n");
-    EXPECT_FAILS(pool.Set<ValueType::kBol>("k", true, {text}), INVALID_PARAMETER_VALUE,
-                 prefix("k") + " << line end in comment\n");
+  for (const std::string& text : {"a\nb"s, "\r"s, "\0"s}) {
+    refuse("k", "line end in STRING", [&] {
+      pool.Set<ValueType::kStrV>("k", ARRAY<STRING>(1, {"", text}));
+    });
+    refuse("k", "line end in comment", [&] { pool.Set<ValueType::kBol>("k", true, {text}); });
   }
   // The line of the longest text takes 1023 characters and its end.
-  pool.Set<ValueType::kStr>("longest", std::string(1023 - 49 - 2, 'x'));
-  EXPECT_FAILS(pool.Set<ValueType::kStr>("k", std::string(1024 - 49 - 2, 'x')),
-               INVALID_PARAMETER_VALUE, prefix("k") + " << line too long\n");
-  EXPECT_FAILS(pool.Set<ValueType::kBol>("k", true, {std::string(1023, 'x')}),
-               INVALID_PARAMETER_VALUE, prefix("k") + " << line too long\n");
+  const std::string longest(1023 - 49 - 2, 'x');
+  pool.Set<ValueType::kStr>("longest", longest);
+  refuse("k", "line too long", [&] { pool.Set<ValueType::kStr>("k", longest + "x"); });
+  refuse("k", "line too long",
+         [&] { pool.Set<ValueType::kBol>("k", true, {std::string(1023, 'x')}); });
   const float nan = std::nanf("");
-  EXPECT_FAILS(pool.Set<ValueType::kFlt6>("k", nan), INVALID_PARAMETER_VALUE,
-               prefix("k") + " << value is not finite\n");
-  EXPECT_FAILS(pool.Set<ValueType::kCpl6>("k", {0.0F, nan}), INVALID_PARAMETER_VALUE,
-               prefix("k") + " << value is not finite\n");
-  EXPECT_FAILS(pool.Set<ValueType::kIdxFlt15V>("k", {1, {{1, HUGE_VAL}}}), INVALID_PARAMETER_VALUE,
-               prefix("k") + " << value is not finite\n");
+  const std::string not_finite = "value is not finite";
+  refuse("k", not_finite, [&] { pool.Set<ValueType::kFlt6>("k", nan); });
+  refuse("k", not_finite, [&] { pool.Set<ValueType::kCpl6>("k", {0.0F, nan}); });
+  refuse("k", not_finite, [&] { pool.Set<ValueType::kIdxFlt15V>("k", {1, {{1, HUGE_VAL}}}); });
+  const std::string long_key(101, 'k');
+  EXPECT_FAILS(pool.Set<ValueType::kBol>(long_key, true), PARAMETER_KEY_TOO_LONG,
+               "parameter pool: parameter key >> " + long_key + " << key too long\n");
   EXPECT_FAILS(pool.Set<ValueType::kUnknown>("k", {}), WRONG_PARAMETER_TYPE,
-               prefix("k") + " << type UNKNOWN can not be written\n");
+               "parameter pool: parameter key >> k << type UNKNOWN can not be written\n");
   pool.Update();
-  EXPECT_EQ(pool.Read<ValueType::kStr>("longest").Length(), 1023U - 49 - 2);
+  EXPECT_EQ(pool.Read<ValueType::kStr>("longest"), longest.c_str());
   EXPECT_FALSE(pool.Has("k"));
 }
 
