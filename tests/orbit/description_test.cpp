@@ -9,6 +9,7 @@
 #include <tuple>
 #include <vector>
 
+#include "basic/errors.h"
 #include "orbit/selection.h"
 #include "tests/orbit/orbit_pool.h"
 #include "tests/support/expect_fails.h"
@@ -20,25 +21,16 @@ using namespace quellmark::orbit;
 using quellmark::pool::ValueType;
 
 TEST(Selection, NinetyRowsInOrder) {
-  const char* const types[] = {
-      "orbit_pool_float_double",  "orbit_pool_float_utc",  "orbit_pool_float_met",
-      "orbit_pool_double_double", "orbit_pool_double_utc", "orbit_pool_double_met",
-      "orbit_mdb_double_double",  "orbit_mdb_double_utc",  "orbit_mdb_double_met"};
-  const char* const kinds[] = {"polynom",      "polyfit",   "spline",         "localpolynom",
-                               "localpolyfit", "chebyshev", "localchebyshev", "hermite",
-                               "localhermite", "everett"};
   const auto& table = SelectionTable();
   ASSERT_EQ(table.size(), 90u);
   for (std::size_t row = 0; row < table.size(); ++row) {
-    EXPECT_EQ(table[row].orbit_type_id, static_cast<int>(row / 10) + 1);
-    EXPECT_EQ(table[row].orbit_type_name, types[row / 10]);
-    EXPECT_EQ(table[row].interpolation_id, static_cast<int>(row % 10));
-    EXPECT_EQ(table[row].interpolation_name, kinds[row % 10]);
-    EXPECT_NE(table[row].create(), nullptr);
-    EXPECT_EQ(OrbitTypeId(table[row].orbit_type_name), table[row].orbit_type_id);
+    EXPECT_EQ(OrbitTypeId(table[row].orbit_type_name), static_cast<int>(row / 10) + 1);
     EXPECT_EQ(ParseInterpolation(table[row].interpolation_name).interpolation_id,
-              table[row].interpolation_id);
+              static_cast<int>(row % 10));
+    EXPECT_NE(table[row].create(), nullptr);
   }
+  EXPECT_EQ(OrbitTypeId("orbit_mdb_double_double"), 7);
+  EXPECT_EQ(OrbitTypeId("orbit_mdb_double_met"), 9);
   EXPECT_FAILS(CreateCoreObject(10, 0), ERROR_ARGUMENT,
                "ORBIT: can not determine type of core object\n");
   EXPECT_FAILS(OrbitTypeId("orbit_pool_double"), ERROR_ARGUMENT,
