@@ -43,21 +43,17 @@ struct OrbitPool {
   void Write(const std::string& path) const {
     using enum pool::ValueType;
     PARAMETER_POOL_READ_WRITE_CHANGE scene(path);
+    PARAMETER_POOL_READ_WRITE_CHANGE data(data_file.empty() ? path : data_file);
     scene.Set<kStr>("orbit_representation", representation);
     scene.Set<kStr>("orbit_interpolation", interpolation);
     scene.Set<kStr>("orbit_param_key", "times");
-    scene.Set<kStrV>("orbit_value_key", Keys("pos_", values.size()));
-    scene.Set<kStrV>("orbit_velocity_key", Keys("vel_", velocities.size()));
+    data.Set<kStrV>("times", ArrayOf<STRING>(times));
+    scene.Set<kStrV>("orbit_value_key", AddColumns(data, "pos_", values));
+    scene.Set<kStrV>("orbit_velocity_key", AddColumns(data, "vel_", velocities));
     scene.Set<kStr>("orbit_reference_time", reference);
-    if (data_file.empty()) {
-      AddSamples(scene);
-    } else {
-      scene.Set<kStr>("orbit_data_file", data_file);
-      PARAMETER_POOL_READ_WRITE_CHANGE data(data_file);
-      AddSamples(data);
-      data.Close();
-    }
+    if (!data_file.empty()) scene.Set<kStr>("orbit_data_file", data_file);
     scene.Close();
+    data.Close();
   }
 
   [[nodiscard]] Orbit Read() const {
@@ -83,21 +79,15 @@ struct OrbitPool {
     return array;
   }
 
-  static ARRAY<STRING> Keys(const std::string& prefix, std::size_t count) {
+  // Adds a vector for each coordinate and gives their keys.
+  static ARRAY<STRING> AddColumns(PARAMETER_POOL_READ_WRITE_CHANGE& pool, const std::string& prefix,
+                                  const std::vector<std::vector<double>>& columns) {
     std::vector<std::string> keys;
-    for (std::size_t i = 0; i < count; ++i) keys.push_back(prefix + "xyzuvw"[i]);
+    for (const auto& column : columns) {
+      keys.push_back(prefix + "xyzuvw"[keys.size()]);
+      pool.Set<pool::ValueType::kFlt15V>(keys.back(), ArrayOf<double>(column));
+    }
     return ArrayOf<STRING>(keys);
-  }
-
-  void AddSamples(PARAMETER_POOL_READ_WRITE_CHANGE& pool) const {
-    using enum pool::ValueType;
-    pool.Set<kStrV>("times", ArrayOf<STRING>(times));
-    for (std::size_t i = 0; i < values.size(); ++i) {
-      pool.Set<kFlt15V>(std::string("pos_") + "xyzuvw"[i], ArrayOf<double>(values[i]));
-    }
-    for (std::size_t i = 0; i < velocities.size(); ++i) {
-      pool.Set<kFlt15V>(std::string("vel_") + "xyzuvw"[i], ArrayOf<double>(velocities[i]));
-    }
   }
 };
 

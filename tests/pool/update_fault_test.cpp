@@ -14,7 +14,6 @@
 #include <csignal>
 #include <filesystem>
 #include <functional>
-#include <iterator>
 #include <map>
 #include <string>
 #include <string_view>
@@ -117,9 +116,9 @@ enum class Fault {
 };
 
 bool TakesDescriptor(long number) {
-  constexpr long kCalls[] = {SYS_write, SYS_pread64,   SYS_read,  SYS_fsync,
-                             SYS_lseek, SYS_ftruncate, SYS_close, SYS_fcntl};
-  return std::find(std::begin(kCalls), std::end(kCalls), number) != std::end(kCalls);
+  constexpr auto kCalls = {SYS_write, SYS_pread64,   SYS_read,  SYS_fsync,
+                           SYS_lseek, SYS_ftruncate, SYS_close, SYS_fcntl};
+  return std::ranges::find(kCalls, number) != kCalls.end();
 }
 
 // The calls that an update may see failing; the others belong to the language.
@@ -298,20 +297,18 @@ TEST_F(UpdateFaults, ShortWritesAreContinued) {
 }
 
 TEST_F(UpdateFaults, FlushesBeforeItDestroys) {
+  const std::map<long, std::string> kinds = {
+      {SYS_fsync, "flush"}, {SYS_ftruncate, "truncate"}, {SYS_unlink, "delete copy"}};
   const Scene scene;
-  std::string order;
   const Tracer run(scene, kNever, Fault::kKill);
+  std::string order;
   for (const Call& call : run.Calls()) {
-    const std::string file = call.file.find("/pool_") != std::string::npos ? "copy" : "pool";
-    if (call.number == SYS_fsync && std::filesystem::is_directory(call.file)) {
-      order += "flush directory, ";
-    } else if (call.number == SYS_fsync) {
-      order += "flush " + file + ", ";
-    } else if (call.number == SYS_ftruncate) {
-      order += "truncate " + file + ", ";
-    } else if (call.number == SYS_unlink) {
-      order += "delete copy";
-    }
+    const auto kind = kinds.find(call.number);
+    if (kind == kinds.end()) continue;
+    order += kind->second + (call.file.empty()                               ? ""
+                             : std::filesystem::is_directory(call.file)      ? " directory, "
+                             : call.file.find("/pool_") != std::string::npos ? " copy, "
+                                                                             : " pool, ");
   }
   EXPECT_EQ(order, "flush copy, flush directory, truncate pool, flush pool, delete copy");
 }
