@@ -10,6 +10,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <csignal>
 #include <filesystem>
@@ -116,8 +117,8 @@ enum class Fault {
 };
 
 bool TakesDescriptor(long number) {
-  constexpr auto kCalls = {SYS_write, SYS_pread64,   SYS_read,  SYS_fsync,
-                           SYS_lseek, SYS_ftruncate, SYS_close, SYS_fcntl};
+  constexpr std::array kCalls = {SYS_write, SYS_pread64,   SYS_read,  SYS_fsync,
+                                 SYS_lseek, SYS_ftruncate, SYS_close, SYS_fcntl};
   return std::ranges::find(kCalls, number) != kCalls.end();
 }
 
