@@ -3,13 +3,14 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <array>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <string>
 #include <thread>
+#include <tuple>
+#include <utility>
 #include <vector>
 
 #include "runtime/controller_ifc.h"
@@ -58,11 +59,8 @@ std::string StatusFiles(const TempDir& directory) {
 TEST(ConfigurationFile, GoesOnWhereItStoppedAndWrapsOnce) {
   const TempDir directory;
   const std::string at_limit = "k " + std::string(1022, 'v');
-  struct Row {
-    std::string content;
-    std::vector<std::pair<std::string, std::string>> finds;  // name, value ("-" for none)
-  };
-  const std::vector<Row> rows = {
+  using Finds = std::vector<std::pair<std::string, std::string>>;  // name, value ("-" for none)
+  const std::vector<std::pair<std::string, Finds>> rows = {
       {"a 1\nb 2\na 3\n", {{"a", "1"}, {"a", "3"}, {"a", "1"}, {"b", "2"}, {"b", "2"}}},
       {"a 1\nb 2", {{"b", "2"}, {"a", "1"}, {"c", "-"}, {"a", "1"}}},
       {"  a\t\f 1 rest\r\n\n\nb 2\r\n", {{"a", "1"}, {"b", "2"}}},
@@ -75,13 +73,13 @@ TEST(ConfigurationFile, GoesOnWhereItStoppedAndWrapsOnce) {
       {at_limit + "vv w\n", {{"k", at_limit.substr(2)}, {"vv", "w"}}},
       {std::string(1 << 20, 'x') + " 1\na 2\n", {{"a", "2"}}},
   };
-  for (std::size_t i = 0; i < rows.size(); ++i) {
-    SCOPED_TRACE(i);
-    WriteFile(directory / "pcf", rows[i].content);
+  for (const auto& [content, finds] : rows) {
+    SCOPED_TRACE(content.substr(0, 40));
+    WriteFile(directory / "pcf", content);
     const ScopedLog log(LogLevel::kSilent);
     ConfigurationFile file;
     ASSERT_TRUE(file.Open((directory / "pcf").c_str()));
-    for (const auto& [name, expected] : rows[i].finds) {
+    for (const auto& [name, expected] : finds) {
       std::string value = "-";
       EXPECT_EQ(file.Find(name, value), expected != "-");
       EXPECT_EQ(value, expected) << name;
@@ -173,25 +171,20 @@ TEST(Controller, PidNamesEveryFileAndThresholdsAreObeyed) {
 }
 
 TEST(Controller, ExitsLeaveTheirStatusFile) {
-  struct Row {
-    std::function<int(CONTROLLER_IFC&)> end;
-    int exit_status;
-    std::string files;
-  };
-  const std::vector<Row> rows = {
-      {[](CONTROLLER_IFC& c) -> int { c.SuccessExit(); }, 0, "OK.quellmark=0 "},
-      {[](CONTROLLER_IFC& c) -> int { c.FailureExit(); }, 1, "ERROR.quellmark=1 "},
-      {[](CONTROLLER_IFC& c) { return c.SuccessReturn() + 40; }, 40, "OK.quellmark=0 "},
-      {[](CONTROLLER_IFC& c) { return c.FailureReturn() + 40; }, 41, "ERROR.quellmark=1 "},
-      {[](CONTROLLER_IFC&) { return 5; }, 5, "ERROR.quellmark=1 "},
-  };
-  for (const Row& row : rows) {
+  using Controller = CONTROLLER_IFC;
+  const std::tuple<std::function<int(Controller&)>, int, std::string> rows[] = {
+      {[](Controller& c) -> int { c.SuccessExit(); }, 0, "OK.quellmark=0 "},
+      {[](Controller& c) -> int { c.FailureExit(); }, 1, "ERROR.quellmark=1 "},
+      {[](Controller& c) { return c.SuccessReturn() + 40; }, 40, "OK.quellmark=0 "},
+      {[](Controller& c) { return c.FailureReturn() + 40; }, 41, "ERROR.quellmark=1 "},
+      {[](Controller&) { return 5; }, 5, "ERROR.quellmark=1 "}};
+  for (const auto& [end, exit_status, files] : rows) {
     const TempDir directory;
     WriteFile(directory / "OK.quellmark", "0 of an older run");
     WriteFile(directory / "ERROR.quellmark", "1 of an older run");
-    Child child(directory.Path(), Step({"-lfn", "log"}, row.end));
-    EXPECT_EQ(child.Wait().exit_status, row.exit_status);
-    EXPECT_EQ(StatusFiles(directory), row.files);
+    Child child(directory.Path(), Step({"-lfn", "log"}, end));
+    EXPECT_EQ(child.Wait().exit_status, exit_status);
+    EXPECT_EQ(StatusFiles(directory), files);
   }
 }
 
@@ -292,19 +285,15 @@ TEST(Keyboard, AsksAndReadsOneWord) {
 }
 
 TEST(Keyboard, EndOfInputIsAMissingParameter) {
-  struct Row {
-    std::string_view input;
-    Child::Streams streams;
-    std::string_view missing;
-  };
-  for (const Row& row :
-       {Row{"", Child::Streams::kSocket, "A"}, Row{" \n", Child::Streams::kSocket, "A"},
-        Row{"a\n", Child::Streams::kSocket, "B"}, Row{"\004", Child::Streams::kTerminal, "A"}}) {
+  using enum Child::Streams;
+  const std::tuple<std::string_view, Child::Streams, std::string> rows[] = {
+      {"", kSocket, "A"}, {" \n", kSocket, "A"}, {"a\n", kSocket, "B"}, {"\004", kTerminal, "A"}};
+  for (const auto& [input, streams, missing] : rows) {
     const TempDir directory;
-    EXPECT_EQ(AskTwice(directory, row.input, row.streams).exit_status, 1);
+    EXPECT_EQ(AskTwice(directory, input, streams).exit_status, 1);
     EXPECT_EQ(StatusFiles(directory), "ERROR.quellmark=1 ");
     EXPECT_THAT(ReadFile(directory / "log"),
-                EndsWith("ALARM : quellmark : no value for parameter " + std::string(row.missing) +
+                EndsWith("ALARM : quellmark : no value for parameter " + missing +
                          ": the input has ended\n"));
   }
 }

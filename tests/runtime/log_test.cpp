@@ -6,11 +6,11 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <array>
 #include <cstdlib>
 #include <filesystem>
 #include <limits>
+#include <utility>
 
 #include "runtime/streams.h"
 #include "tests/runtime/child.h"
@@ -35,35 +35,27 @@ constexpr VERSION_RECORD kVersion = {.full_version = "quellmark.v0.0.5.linux.x",
                                      .title = "Locates a scene"};
 
 TEST(LogLevelText, IsANumberOrAnExactName) {
-  struct Row {
-    std::string_view text;
-    int level;
-  };
-  constexpr auto kRows = std::to_array<Row>({
-      {"TRACE", 1},
-      {"DEBUG", 2},
-      {"PARAMETER", 3},
-      {"INFO", 4},
-      {"QA_WARNING", 5},
-      {"WARNING", 6},
-      {"EXCEPTION", 7},
-      {"ALARM", 8},
-      {"0", 0},
-      {"4", 4},
-      {"12", 12},
-      {"-1", -1},
-      {"alarm", 9},
-      {"ALARM ", 9},
-      {"WARN", 9},
-      {"INFO ", 9},
-      {"", 9},
-      {"4x", 9},
-      {"+4", 9},
-      {"99999999999999999999", 9},
-      {"-99999999999999999999", 9},
-  });
-  for (const Row& row : kRows) {
-    EXPECT_EQ(static_cast<int>(ParseLogLevel(row.text)), row.level) << row.text;
+  const std::pair<std::string_view, int> rows[] = {{"TRACE", 1},
+                                                   {"DEBUG", 2},
+                                                   {"PARAMETER", 3},
+                                                   {"INFO", 4},
+                                                   {"QA_WARNING", 5},
+                                                   {"WARNING", 6},
+                                                   {"EXCEPTION", 7},
+                                                   {"ALARM", 8},
+                                                   {"0", 0},
+                                                   {"12", 12},
+                                                   {"-1", -1},
+                                                   {"alarm", 9},
+                                                   {"ALARM ", 9},
+                                                   {"WARN", 9},
+                                                   {"", 9},
+                                                   {"4x", 9},
+                                                   {"+4", 9},
+                                                   {"99999999999999999999", 9},
+                                                   {"-99999999999999999999", 9}};
+  for (const auto& [text, level] : rows) {
+    EXPECT_EQ(static_cast<int>(ParseLogLevel(text)), level) << text;
   }
 }
 
@@ -107,23 +99,16 @@ TEST(Log, PassesWhatReachesTheThresholdAndRemembersTheQaWarning) {
 }
 
 TEST(Log, FooterSplitsTheElapsedTime) {
-  struct Row {
-    long long seconds;
-    std::string_view text;
-  };
-  constexpr auto kRows = std::to_array<Row>({
-      {0, " less than 1 second"},
-      {1, " 1 second(s)"},
-      {59, " 59 second(s)"},
-      {60, " 1 minute(s)"},
-      {3600, " 1 hour(s)"},
-      {3661, " 1 hour(s) 1 minute(s) 1 second(s)"},
-      {86399, " 23 hour(s) 59 minute(s) 59 second(s)"},
-      {86400, " 1 day(s)"},
-      {90000 * 10 + 61, " 10 day(s) 10 hour(s) 1 minute(s) 1 second(s)"},
-  });
-  for (const Row& row : kRows) {
-    EXPECT_EQ(ExecutionTimeText(row.seconds), std::string("execution time:") += row.text);
+  const std::pair<long long, std::string> rows[] = {
+      {0, "less than 1 second"},
+      {59, "59 second(s)"},
+      {60, "1 minute(s)"},
+      {3600, "1 hour(s)"},
+      {86399, "23 hour(s) 59 minute(s) 59 second(s)"},
+      {86400, "1 day(s)"},
+      {90000 * 10 + 61, "10 day(s) 10 hour(s) 1 minute(s) 1 second(s)"}};
+  for (const auto& [seconds, text] : rows) {
+    EXPECT_EQ(ExecutionTimeText(seconds), "execution time: " + text);
   }
   const ScopedLog log;
   Log().WriteFooter();
