@@ -132,6 +132,30 @@ TEST(Interpolation, PolynomialsAreReproduced) {
   CheckPolynomialsAreReproduced<float>();
 }
 
+TEST(Interpolation, DerivativesAreThoseOfTheValue) {
+  const ScopedLog quiet(LOG::Level::kAlarm);
+  const std::vector<double> nodes = Steps(12, 0.1);
+  ForEachKind<double>([&](const char* name, auto curve, auto point, int) {
+    curve.Create(Sampled<decltype(point)>(kSine, nodes));
+    for (const double x : WithMiddles({nodes.begin() + 2, nodes.end() - 2})) {
+      SCOPED_TRACE(std::string(name) + " at " + std::to_string(x));
+      // Five-point forward differences, which stay within the piece that x belongs to. Their error
+      // is of order h^4 and h^3; the rounding of the values, 1e-15, is divided by h and by h^2.
+      const double h = 5e-4;
+      double y[5];
+      for (int k = 0; k < 5; ++k) y[k] = curve.GetY(x + k * h);
+      const double dy = (-25 * y[0] + 48 * y[1] - 36 * y[2] + 16 * y[3] - 3 * y[4]) / (12 * h);
+      const double d2y =
+          (35 * y[0] - 104 * y[1] + 114 * y[2] - 56 * y[3] + 11 * y[4]) / (12 * h * h);
+      EXPECT_NEAR(curve.GetDerivedY(x), dy, 1e-10);
+      EXPECT_NEAR(curve.GetDerived2Y(x), d2y, 5e-7);
+      // No pole and no jump at a node beyond the error of the method.
+      EXPECT_NEAR(curve.GetDerivedY(x), kSine(x).dy, 3e-3);
+      EXPECT_NEAR(curve.GetDerived2Y(x), kSine(x).d2y, 0.1);
+    }
+  });
+}
+
 TEST(Interpolation, BaseOperationsRefuse) {
   const INTERPOLATION<double, POINT<double>> base;
   EXPECT_FAILS(base.GetY(0.0), ERROR_ALGORITHM, "INTERPOLATION::GetY() shell not be called\n");
