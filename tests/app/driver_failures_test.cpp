@@ -57,7 +57,7 @@ std::vector<BadPool> BadPools() {
   const std::string not_found = "pool error - key not found\n";
   const std::string invalid = "pool error - no or invalid parameter value in file\n";
   const std::string out_of_bounds = "pool error - parameter value out of bounds\n";
-  std::vector<BadPool> cases = {
+  return {
       {"empty file", "", {KeyMessage("first_az_time", " << not found\n"), not_found}},
       {"missing key",
        Without(Scene(), "radar_frequency"),
@@ -108,7 +108,6 @@ std::vector<BadPool> BadPools() {
        std::string(10'000'000, 'x'),
        {KeyMessage("first_az_time", " << not found\n"), not_found}},
   };
-  return cases;
 }
 
 TEST(DriverFailures, BadScenePoolsFailWithTheirMessagesAndStayAsTheyAre) {

@@ -253,7 +253,7 @@ const InterpolationKind kInterpolations[] = {
 };
 
 TEST(Driver, EveryOrbitAndInterpolationLocatesEveryScene) {
-  for (const std::string name : {"s1a_iw1_slc_quebec", "s1a_s3_slc_comoros", "s1b_iw_grd_alps"}) {
+  for (const std::string name : kSceneNames) {
     const std::string pool = ScenePool(name);
     const std::vector<double> seconds = EpochsOf(pool);
     const auto expected = SceneResultsTable(name);
