@@ -55,25 +55,14 @@ void svdfit_fast(const ARRAY<T>& x, const ARRAY<T>& y, const ARRAY<T>& sig, int 
                  int ma, T& chisq, std::type_identity_t<quellmark::lsq::BasisFunctions<T>> funcs,
                  quellmark::lsq::SvdfitWorkspace<T>& work);
 
-extern template struct quellmark::lsq::SvdfitWorkspace<float>;
-extern template void svdcmp(float** a, int m, int n, float w[], float** v);
-extern template void svdcmp_fast(MATRIX<float>& a, int m, int n, ARRAY<float>& w, MATRIX<float>& v,
-                                 ARRAY<float>& rv1);
-extern template void svdfit(const float x[], const float y[], const float sig[], int ndata,
-                            float a[], int ma, float** u, float** v, float w[], float* chisq,
-                            quellmark::lsq::BasisFunctions<float> funcs);
-extern template void svdfit_fast(const ARRAY<float>& x, const ARRAY<float>& y,
-                                 const ARRAY<float>& sig, int ndata, ARRAY<float>& a, int ma,
-                                 float& chisq, quellmark::lsq::BasisFunctions<float> funcs,
-                                 quellmark::lsq::SvdfitWorkspace<float>& work);
-extern template struct quellmark::lsq::SvdfitWorkspace<double>;
-extern template void svdcmp(double** a, int m, int n, double w[], double** v);
-extern template void svdcmp_fast(MATRIX<double>& a, int m, int n, ARRAY<double>& w,
-                                 MATRIX<double>& v, ARRAY<double>& rv1);
-extern template void svdfit(const double x[], const double y[], const double sig[], int ndata,
-                            double a[], int ma, double** u, double** v, double w[], double* chisq,
-                            quellmark::lsq::BasisFunctions<double> funcs);
-extern template void svdfit_fast(const ARRAY<double>& x, const ARRAY<double>& y,
-                                 const ARRAY<double>& sig, int ndata, ARRAY<double>& a, int ma,
-                                 double& chisq, quellmark::lsq::BasisFunctions<double> funcs,
-                                 quellmark::lsq::SvdfitWorkspace<double>& work);
+/// The two halves of svdfit_fast(): the decomposition into u, v and w of `work`, which samples at
+/// the same x and of the same sig share, and the fit of one series of samples by it.
+template <class T>
+void svdfit_decompose_fast(const ARRAY<T>& x, const ARRAY<T>& sig, int ndata, int ma,
+                           std::type_identity_t<quellmark::lsq::BasisFunctions<T>> funcs,
+                           quellmark::lsq::SvdfitWorkspace<T>& work);
+template <class T>
+void svdfit_solve_fast(const ARRAY<T>& x, const ARRAY<T>& y, const ARRAY<T>& sig, int ndata,
+                       ARRAY<T>& a, int ma, T& chisq,
+                       std::type_identity_t<quellmark::lsq::BasisFunctions<T>> funcs,
+                       quellmark::lsq::SvdfitWorkspace<T>& work);
