@@ -46,8 +46,9 @@ std::string Scientific(double value) {
   return text.data();
 }
 
-// An orbit of `count` state vectors in UTC, one every 10 s.
-std::filesystem::path WriteOrbitPool(const std::string& interpolation, int count) {
+// An orbit of `count` state vectors in UTC, one every 10 s and up to `jitter_us` later.
+std::filesystem::path WriteOrbitPool(const std::string& interpolation, int count,
+                                     int jitter_us = 0) {
   const auto path = std::filesystem::temp_directory_path() /
                     ("orbit_bench_" + std::to_string(::getpid()) + ".pool");
   std::ofstream out(path);
@@ -58,17 +59,20 @@ std::filesystem::path WriteOrbitPool(const std::string& interpolation, int count
               [](int i) { return "\"p" + std::to_string(i) + "\""; });
   WriteVector(out, "orbit_velocity_key", "STR_V", 3,
               [](int i) { return "\"v" + std::to_string(i) + "\""; });
-  WriteVector(out, "t", "STR_V", count, [](int j) {
+  const auto late_us = [=](int j) { return j * 7919 % (jitter_us + 1); };
+  WriteVector(out, "t", "STR_V", count, [&](int j) {
     const int t = j * static_cast<int>(kStep_s);
     std::array<char, 64> text;
-    std::snprintf(text.data(), text.size(), "\"2022-04-%02dT%02d:%02d:%02d.000000Z\"",
-                  1 + t / 86400, t / 3600 % 24, t / 60 % 60, t % 60);
+    std::snprintf(text.data(), text.size(), "\"2022-04-%02dT%02d:%02d:%02d.%06dZ\"", 1 + t / 86400,
+                  t / 3600 % 24, t / 60 % 60, t % 60, late_us(j));
     return std::string(text.data());
   });
   for (int i = 0; i < 3; ++i) {
     for (int derivative : {0, 1}) {
       WriteVector(out, (derivative == 0 ? "p" : "v") + std::to_string(i), "FLT_15_V", count,
-                  [&](int j) { return Scientific(Coordinate(i, derivative, j * kStep_s)); });
+                  [&](int j) {
+                    return Scientific(Coordinate(i, derivative, j * kStep_s + 1e-6 * late_us(j)));
+                  });
     }
   }
   return path;
@@ -259,9 +263,9 @@ BENCHMARK(BM_EverettFloor)->Arg(16)->Arg(1000)->Arg(100000);
 BENCHMARK(BM_Everett)->Arg(16)->Arg(1000)->Arg(100000);
 
 // Reads a pool of state vectors and builds the orbit.
-void BM_Read(benchmark::State& state, const char* interpolation) {
+void BM_Read(benchmark::State& state, const char* interpolation, int jitter_us) {
   Silence();
-  const auto path = WriteOrbitPool(interpolation, static_cast<int>(state.range(0)));
+  const auto path = WriteOrbitPool(interpolation, static_cast<int>(state.range(0)), jitter_us);
   for (auto _ : state) {
     const Orbit orbit = ReadOrbit(path);
     benchmark::DoNotOptimize(&orbit);
@@ -269,16 +273,21 @@ void BM_Read(benchmark::State& state, const char* interpolation) {
   std::filesystem::remove(path);
 }
 
-BENCHMARK_CAPTURE(BM_Read, localhermite, "localhermite_7_4")
-    ->Arg(100000)
-    ->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(BM_Read, localpolynom, "localpolynom_7_8")
-    ->Arg(100000)
-    ->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(BM_Read, everett, "everett_6")->Arg(100000)->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(BM_Read, localpolyfit, "localpolyfit_5_8")
-    ->Arg(100000)
-    ->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(BM_Read, polynom, "polynom")->Arg(100000)->Unit(benchmark::kMillisecond);
+#define QM_BENCHMARK_READ(name, interpolation, jitter_us)     \
+  BENCHMARK_CAPTURE(BM_Read, name, #interpolation, jitter_us) \
+      ->Arg(100000)                                           \
+      ->Unit(benchmark::kMillisecond)
+
+QM_BENCHMARK_READ(localhermite, localhermite_7_4, 2);
+QM_BENCHMARK_READ(localpolynom, localpolynom_7_8, 2);
+QM_BENCHMARK_READ(everett, everett_6, 0);
+QM_BENCHMARK_READ(localpolyfit, localpolyfit_5_8, 2);
+QM_BENCHMARK_READ(localpolyfit_even, localpolyfit_5_8, 0);
+QM_BENCHMARK_READ(localchebyshev, localchebyshev_5_8, 2);
+QM_BENCHMARK_READ(spline, spline, 2);
+QM_BENCHMARK_READ(polynom, polynom, 0);
+QM_BENCHMARK_READ(polyfit, polyfit_5, 2);
+QM_BENCHMARK_READ(chebyshev, chebyshev_5, 2);
+QM_BENCHMARK_READ(hermite, hermite, 0);
 
 }  // namespace

@@ -1,7 +1,8 @@
 // Bodies of fits.h; included by the source that lists the instances.
 #pragma once
 
-#include "geolocation/lsq/svd.h"
+#include <algorithm>
+
 #include "orbit/fits.h"
 #include "runtime/log.h"
 
@@ -18,29 +19,32 @@ void CheckFitOrder(int order) {
   }
 }
 
-/// Fits the values of the points with weight 1 by the first `coefficients.Length()` functions of a
-/// basis over u(x), x mapped by `map`. Gives chi^2.
-template <class T, class Map>
-T FitBasis(std::span<const POINT<T>> points, Map map, lsq::BasisFunctions<T> basis,
-           ARRAY<T>& coefficients, const char* no_memory) {
-  const int count = static_cast<int>(points.size());
-  const int terms = coefficients.Length();
-  ARRAY<T> u, y, weights;
-  lsq::SvdfitWorkspace<T> work;
+template <class T, lsq::BasisFunctions<T> kBasis>
+bool BasisFit<T, kBasis>::Resize(int count, int terms) {
+  if (u_.Length() == count && coefficients_.Length() == terms) return true;
+  decomposed_u_.Free();
   const RANGE<int> samples(1, count);
-  if (u.Create(samples) != kArrayOk || y.Create(samples) != kArrayOk ||
-      weights.Create(samples) != kArrayOk || work.Create(count, terms) != kArrayOk) {
-    throw no_memory;
+  if (u_.Create(samples) != kArrayOk || y_.Create(samples) != kArrayOk ||
+      weights_.Create(samples) != kArrayOk ||
+      coefficients_.Create(RANGE<int>(1, terms)) != kArrayOk ||
+      work_.Create(count, terms) != kArrayOk) {
+    return false;
   }
-  for (int i = 1; i <= count; ++i) {
-    const POINT<T>& point = points[static_cast<std::size_t>(i - 1)];
-    u[i] = map(point.X());
-    y[i] = point.Y();
-    weights[i] = T{1};
+  std::ranges::fill(weights_.Elements(), T{1});
+  return true;
+}
+
+template <class T, lsq::BasisFunctions<T> kBasis>
+const ARRAY<T>& BasisFit<T, kBasis>::Solve(T& chi_square) {
+  const int count = u_.Length();
+  const int terms = coefficients_.Length();
+  if (!std::ranges::equal(u_.Elements(), decomposed_u_.Elements())) {
+    decomposed_u_.Free();
+    svdfit_decompose_fast<T>(u_, weights_, count, terms, kBasis, work_);
+    decomposed_u_ = u_;
   }
-  T chi_square{};
-  svdfit_fast<T>(u, y, weights, count, coefficients, terms, chi_square, basis, work);
-  return chi_square;
+  svdfit_solve_fast<T>(u_, y_, weights_, count, coefficients_, terms, chi_square, kBasis, work_);
+  return coefficients_;
 }
 
 template <class T>
@@ -59,8 +63,7 @@ void ChebyshevBasis(T u, T values[], int count) {
 }  // namespace quellmark::orbit
 
 template <class T>
-void POLYNOM_FIT<T>::Fit(std::span<const POINT<T>> points) {
-  constexpr const char* kNoMemory = "POLYNOM: not enough memory..";
+void POLYNOM_FIT<T>::Fit(std::span<const POINT<T>> points, Design& design) {
   const int count = static_cast<int>(points.size());
   if (count <= order_) {
     quellmark::runtime::LogLine(LOG::Level::kWarning, "POLYFIT: reduce polynomial fit order ",
@@ -68,19 +71,21 @@ void POLYNOM_FIT<T>::Fit(std::span<const POINT<T>> points) {
     order_ = count - 1;
   }
   quellmark::orbit::CheckFitOrder<T>(order_);
-  ARRAY<T> fitted;
   coefficients_.Free();
   if (coefficients_.Create(RANGE<int>(0, order_ + 2)) != kArrayOk ||
-      fitted.Create(RANGE<int>(1, order_ + 1)) != kArrayOk) {
-    throw kNoMemory;
+      !design.Resize(count, order_ + 1)) {
+    throw "POLYNOM: not enough memory..";
   }
   const T half_range = (points.back().X() - points.front().X()) / T{2};
   reference_x_ = points.front().X() + half_range;
   // The fit is made over [-1, 1], where the powers can be told apart, and then rescaled.
   const T scale = half_range > T{0} ? half_range : T{1};
-  chi_square_ = quellmark::orbit::FitBasis<T>(
-      points, [this, scale](T x) { return (x - reference_x_) / scale; },
-      quellmark::orbit::MonomialBasis<T>, fitted, kNoMemory);
+  for (int i = 1; i <= count; ++i) {
+    const POINT<T>& point = points[static_cast<std::size_t>(i - 1)];
+    design.U(i) = (point.X() - reference_x_) / scale;
+    design.Y(i) = point.Y();
+  }
+  const ARRAY<T>& fitted = design.Solve(chi_square_);
   T power{1};
   for (int k = 0; k <= order_; ++k, power *= scale) coefficients_[k + 1] = fitted[k + 1] / power;
   quellmark::orbit::CheckFinite<T>(coefficients_.Elements(), "POLYFIT");
@@ -108,8 +113,7 @@ quellmark::orbit::Jet<T> POLYNOM_FIT<T>::At(T x) const {
 }
 
 template <class T>
-void CHEBY_POLY<T>::Fit(std::span<const POINT<T>> points) {
-  constexpr const char* kNoMemory = "CHEBY_POLY::Create: not enough memory.";
+void CHEBY_POLY<T>::Fit(std::span<const POINT<T>> points, Design& design) {
   const int count = static_cast<int>(points.size());
   x_min_ = points.front().X();
   const T x_max = points.back().X();
@@ -121,15 +125,17 @@ void CHEBY_POLY<T>::Fit(std::span<const POINT<T>> points) {
     order_ = count - 1;
   }
   quellmark::orbit::CheckFitOrder<T>(order_);
-  ARRAY<T> fitted;
   coefficients_.Free();
   if (coefficients_.Create(RANGE<int>(0, order_ + 1)) != kArrayOk ||
-      fitted.Create(RANGE<int>(1, order_ + 1)) != kArrayOk) {
-    throw kNoMemory;
+      !design.Resize(count, order_ + 1)) {
+    throw "CHEBY_POLY::Create: not enough memory.";
   }
-  chi_square_ = quellmark::orbit::FitBasis<T>(
-      points, [this](T x) { return MapX(x); }, quellmark::orbit::ChebyshevBasis<T>, fitted,
-      kNoMemory);
+  for (int i = 1; i <= count; ++i) {
+    const POINT<T>& point = points[static_cast<std::size_t>(i - 1)];
+    design.U(i) = MapX(point.X());
+    design.Y(i) = point.Y();
+  }
+  const ARRAY<T>& fitted = design.Solve(chi_square_);
   for (int k = 0; k <= order_; ++k) coefficients_[k] = fitted[k + 1];
   quellmark::orbit::CheckFinite<T>(coefficients_.Elements(), "CHEBY_POLY");
 }

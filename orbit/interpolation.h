@@ -81,9 +81,9 @@ inline constexpr std::string_view kNewtonForm = "c0 + (t - z0) (c1 + (t - z1) (c
 inline constexpr std::string_view kPowerForm = "c0 + c1 (t - z0) + c2 (t - z0)^2 + ...";
 
 /// The virtual operations of the kind `Self` over its statically bound ones: Fit(points) builds,
-/// Report() logs, At(x) gives the Jet at a finite x, AtAll() those of several curves at once,
-/// ForEachPiece(first, last, visit) visits the Pieces from the first to the last support point in
-/// the form kForm.
+/// Report() logs, CreateAllWithReport() does both for several curves at once, At(x) gives the Jet
+/// at a finite x, AtAll() those of several curves, ForEachPiece(first, last, visit) visits the
+/// Pieces from the first to the last support point in the form kForm.
 template <class Self, class T, class P>
 class Evaluated : public INTERPOLATION<T, P> {
  public:
@@ -100,6 +100,11 @@ class Evaluated : public INTERPOLATION<T, P> {
   [[nodiscard]] T GetDerived2Y(T x) const override { return CheckedAt(x).d2y; }
 
   void Report() const {}
+  /// curves[i].CreateWithReport(points[i]), for curves with the same settings and points of the
+  /// same abscissae.
+  static void CreateAllWithReport(std::span<Self> curves, std::span<const ARRAY<P>> points) {
+    for (std::size_t i = 0; i < curves.size(); ++i) curves[i].CreateWithReport(points[i]);
+  }
   /// jets[i] becomes curves[i].At(x). The curves were created with the same settings from support
   /// points of the same abscissae: where x lies is found for all of them together.
   static void AtAll(std::span<const Self> curves, T x, std::span<Jet<T>> jets) {

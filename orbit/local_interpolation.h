@@ -34,6 +34,9 @@ class LOCAL_INTERPOLATION final
 
   void Fit(std::span<const P> points);
   void Report() const;
+  /// Fits that share a Design are made span by span for all curves.
+  static void CreateAllWithReport(std::span<LOCAL_INTERPOLATION> curves,
+                                  std::span<const ARRAY<P>> points);
   [[nodiscard]] quellmark::orbit::Jet<T> At(T x) const {
     return spans_[FindSpan(x)].interpolation.At(x);
   }
@@ -64,7 +67,12 @@ class LOCAL_INTERPOLATION final
   }
 
  private:
-  void BuildSpans();
+  static constexpr bool kSharesDesign = requires { typename I::Design; };
+
+  void TakePoints(std::span<const P> points);
+  void LayOutSpans();
+  /// All curves have the same number of spans.
+  static void FitSpans(std::span<LOCAL_INTERPOLATION> curves);
   [[nodiscard]] int SearchSpan(T x) const;
 
   int support_point_count_ = 8;

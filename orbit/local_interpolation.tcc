@@ -2,6 +2,7 @@
 #pragma once
 
 #include <algorithm>
+#include <type_traits>
 
 #include "orbit/local_interpolation.h"
 #include "runtime/log.h"
@@ -18,7 +19,8 @@ LOCAL_INTERPOLATION<T, I, P>& LOCAL_INTERPOLATION<T, I, P>::operator=(
   support_point_count_ = other.support_point_count_;
   order_ = other.order_;
   points_ = other.points_;
-  BuildSpans();
+  LayOutSpans();
+  FitSpans({this, 1});
   return *this;
 }
 
@@ -29,6 +31,27 @@ void LOCAL_INTERPOLATION<T, I, P>::SetSupportPointCount(int count) {
 
 template <class T, class I, class P>
 void LOCAL_INTERPOLATION<T, I, P>::Fit(std::span<const P> points) {
+  TakePoints(points);
+  FitSpans({this, 1});
+}
+
+template <class T, class I, class P>
+void LOCAL_INTERPOLATION<T, I, P>::CreateAllWithReport(std::span<LOCAL_INTERPOLATION> curves,
+                                                       std::span<const ARRAY<P>> points) {
+  if constexpr (!kSharesDesign) {
+    LOCAL_INTERPOLATION::Evaluated::CreateAllWithReport(curves, points);
+    return;
+  }
+  for (std::size_t i = 0; i < curves.size(); ++i) {
+    quellmark::orbit::CheckSupportPoints<P>(points[i].Elements());
+    curves[i].TakePoints(points[i].Elements());
+  }
+  FitSpans(curves);
+  for (const LOCAL_INTERPOLATION& curve : curves) curve.Report();
+}
+
+template <class T, class I, class P>
+void LOCAL_INTERPOLATION<T, I, P>::TakePoints(std::span<const P> points) {
   using quellmark::runtime::Fail;
   using quellmark::runtime::LogLine;
   using Level = LOG::Level;
@@ -54,7 +77,7 @@ void LOCAL_INTERPOLATION<T, I, P>::Fit(std::span<const P> points) {
   // "polynom count;": kept exactly, do not correct.
   LogLine(Level::kParameter, "LOCAL_INTERPOLATION: polynom count; ",
           count + 1 - support_point_count_, "\n");
-  BuildSpans();
+  LayOutSpans();
   for (int j = 0; j <= last_ && quellmark::runtime::Log().Passes(Level::kParameter); ++j) {
     LogLine(Level::kParameter, "idx_start=", j, " idx_stop=", j + support_point_count_ - 1,
             " t_start=", spans_[j].t_start, " t_stop=", spans_[j].t_stop, "\n");
@@ -62,7 +85,7 @@ void LOCAL_INTERPOLATION<T, I, P>::Fit(std::span<const P> points) {
 }
 
 template <class T, class I, class P>
-void LOCAL_INTERPOLATION<T, I, P>::BuildSpans() {
+void LOCAL_INTERPOLATION<T, I, P>::LayOutSpans() {
   if (points_.Length() == 0) return;
   const int m = support_point_count_;
   const auto x = [this](int i) { return points_[i].X(); };
@@ -78,8 +101,6 @@ void LOCAL_INTERPOLATION<T, I, P>::BuildSpans() {
     span.t_start = j == 0 ? x(0) : spans_[j - 1].t_stop;
     span.t_stop = j == last_ ? x(points_.Length() - 1) : boundary(j);
     span.points.Show(points_, j, j + m - 1);
-    span.interpolation.SetOrder(order_);
-    span.interpolation.Fit(span.points.Elements());
   }
   // Between the first and the last boundary the spans are as long as the steps of the points.
   if (last_ > 1) {
@@ -89,6 +110,25 @@ void LOCAL_INTERPOLATION<T, I, P>::BuildSpans() {
   } else {
     spans_per_x_ = T{0};
     guess_origin_ = x(0);
+  }
+}
+
+template <class T, class I, class P>
+void LOCAL_INTERPOLATION<T, I, P>::FitSpans(std::span<LOCAL_INTERPOLATION> curves) {
+  struct NoDesign {
+    struct Design {};
+  };
+  [[maybe_unused]] typename std::conditional_t<kSharesDesign, I, NoDesign>::Design design;
+  for (int j = 0; j < curves[0].spans_.Length(); ++j) {
+    for (LOCAL_INTERPOLATION& curve : curves) {
+      POLY_REF<T, I, P>& span = curve.spans_[j];
+      span.interpolation.SetOrder(curve.order_);
+      if constexpr (kSharesDesign) {
+        span.interpolation.Fit(span.points.Elements(), design);
+      } else {
+        span.interpolation.Fit(span.points.Elements());
+      }
+    }
   }
 }
 

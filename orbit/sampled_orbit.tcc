@@ -48,8 +48,8 @@ void SampledOrbit<T, I, P>::CreateInterpolators(ARRAY<ARRAY<P>> samples) {
   for (int i = samples_.First(); i <= samples_.Last(); ++i) {
     interpolators_[i].SetOrder(polynomial_fit_order_);
     interpolators_[i].SetSupportPointCount(support_point_count_);
-    interpolators_[i].CreateWithReport(samples_[i]);
   }
+  I::CreateAllWithReport(interpolators_.Elements(), samples_.Elements());
 }
 
 template <class T, class I, class P>

@@ -378,6 +378,15 @@ TEST(LocalInterpolation, SpansAndTheirLines) {
             "WARN  : LOCAL_INTERPOLATION: change support_point_count from 9 to 5\n"
             "PARAM : LOCAL_INTERPOLATION: polynom count; 1\n"
             "PARAM : idx_start=0 idx_stop=4 t_start=0 t_stop=8\n");
+  {
+    const ScopedLog log;
+    auto fits = Ordered<LOCAL_INTERPOLATION<double, POLYNOM_FIT<double>, POINT<double>>>(7, 5);
+    fits.Create(Sampled<POINT<double>>(kSine, x));
+    EXPECT_EQ(log.Text(),
+              "PARAM : LOCAL_INTERPOLATION: polynom count; 1\n"
+              "PARAM : idx_start=0 idx_stop=4 t_start=0 t_stop=8\n"
+              "WARN  : POLYFIT: reduce polynomial fit order 7 -> 4\n");
+  }
   POLYNOM<double> whole;
   whole.Create(Sampled<POINT<double>>(kSine, x));
   EXPECT_EQ(local.GetY(5.5), whole.GetY(5.5));
@@ -387,6 +396,41 @@ TEST(LocalInterpolation, SpansAndTheirLines) {
   local.SetSupportPointCount(6000);  // would fill the memory
   EXPECT_FAILS(local.Create(Sampled<POINT<double>>(kSine, Steps(12000))), INVALID_PARAMETER_VALUE,
                "LOCAL_INTERPOLATION: support_point_count 6000 is too large for 12000 points\n");
+}
+
+template <class I>
+void ExpectSharedFitsAreTheOnesMadeAlone() {
+  using Curve = LOCAL_INTERPOLATION<double, I, POINT<double>>;
+  // Two even stretches with other steps, then steps that jitter.
+  std::vector<double> x = Steps(20);
+  for (int j = 0; j < 20; ++j) x.push_back(x.back() + 0.5);
+  for (int j = 0; j < 20; ++j) x.push_back(x.back() + 1.0 + 1e-6 * (j * 7 % 5));
+  std::vector<Curve> shared(3, Ordered<Curve>(4, 6));
+  std::vector<ARRAY<POINT<double>>> points;
+  for (const int degree : {1, 3, 5})
+    points.push_back(Sampled<POINT<double>>(Power(degree, 9.0), x));
+  Curve::CreateAllWithReport(shared, points);
+  for (std::size_t i = 0; i < points.size(); ++i) {
+    const Curve copy = shared[i];
+    for (int j = shared[i].Spans().First(); j <= shared[i].Spans().Last(); ++j) {
+      auto alone = Ordered<I>(4, -1);
+      alone.Create(Sampled<POINT<double>>(Power(2 * static_cast<int>(i) + 1, 9.0),
+                                          {x.begin() + j, x.begin() + j + 6}));
+      const auto coefficients = [](const I& curve) {
+        const ARRAY<double> c = curve.GetCoeffs();
+        return std::vector<double>(c.Elements().begin(), c.Elements().end());
+      };
+      EXPECT_EQ(coefficients(shared[i].Spans()[j].interpolation), coefficients(alone));
+      EXPECT_EQ(coefficients(copy.Spans()[j].interpolation), coefficients(alone));
+    }
+  }
+  const Curve of_nothing = Curve(Curve());
+}
+
+TEST(LocalInterpolation, SharedFitsAreTheOnesMadeAlone) {
+  const ScopedLog quiet(LOG::Level::kAlarm);
+  ExpectSharedFitsAreTheOnesMadeAlone<POLYNOM_FIT<double>>();
+  ExpectSharedFitsAreTheOnesMadeAlone<CHEBY_POLY<double>>();
 }
 
 TEST(LocalInterpolation, FindsTheSpanOfUnevenPoints) {
