@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstdlib>
 
 #include "runtime/log.h"
 #include "time/calendar.h"
@@ -52,14 +51,6 @@ constexpr std::array kBuiltIn = {
 
 constexpr std::array kNone = {kEndOfList};
 
-// Twice this number of days still counts as microseconds in a long long.
-constexpr long long kLastDayNumber = 50'000'000;
-constexpr long long kLastElapsed_us = kLastDayNumber * kMicrosecondsPerDay;
-
-long long DayNumberOf(const UNIVERSAL_TIME& time) {
-  return DayNumber(time.year, time.month, time.day);
-}
-
 }  // namespace
 
 const LEAP_SECOND_ITEM* BuiltInLeapSeconds() { return kBuiltIn.data(); }
@@ -74,7 +65,7 @@ void LeapSecondTable::Build(const LEAP_SECOND_ITEM* list) {
   std::vector<long long> day_numbers;
   day_numbers.reserve(static_cast<std::size_t>(count));
   for (const LEAP_SECOND_ITEM& item : items.Elements()) {
-    day_numbers.push_back(DayNumberOf(item.instant));
+    day_numbers.push_back(DayNumber(item.instant.year, item.instant.month, item.instant.day));
   }
   items_ = std::move(items);
   day_numbers_ = std::move(day_numbers);
@@ -97,60 +88,9 @@ int LeapSecondTable::Count(const UNIVERSAL_TIME& a, const UNIVERSAL_TIME& b) con
   return count;
 }
 
-long long LeapSecondTable::Elapsed_us(const UNIVERSAL_TIME& time) const {
-  const long long day_number = DayNumberOf(time);
-  const long long time_of_day_ms =
-      TimeOfDay_ms(time.hour, time.minute, time.second, time.millisecond);
-  if (time.year < 0 || std::llabs(day_number) > kLastDayNumber ||
-      std::llabs(time_of_day_ms) > kLastDayNumber * kMillisecondsPerDay) {
-    FailDurationRange(day_number, time_of_day_ms, time.microsecond);
-  }
-  // A second inserted after this very day is not counted yet: its time of day runs past 24 hours.
-  const auto inserted_before =
-      std::lower_bound(day_numbers_.begin(), day_numbers_.end(), day_number) - day_numbers_.begin();
-  return day_number * kMicrosecondsPerDay + inserted_before * kMicrosecondsPerSecond +
-         time_of_day_ms * kMicrosecondsPerMillisecond + time.microsecond;
-}
-
-UNIVERSAL_TIME LeapSecondTable::TimeOfElapsed(long long elapsed_us) const {
-  if (elapsed_us < 0 || elapsed_us > kLastElapsed_us) {
-    FailDurationRange(elapsed_us / kMicrosecondsPerDay,
-                      elapsed_us % kMicrosecondsPerDay / kMicrosecondsPerMillisecond,
-                      elapsed_us % kMicrosecondsPerMillisecond);
-  }
-  // Where the i-th inserted second begins, the i seconds before it included.
-  const auto begin_us = [&](std::size_t i) {
-    return (day_numbers_[i] + 1) * kMicrosecondsPerDay +
-           static_cast<long long>(i) * kMicrosecondsPerSecond;
-  };
-  std::size_t inserted = 0;
-  std::size_t beyond = day_numbers_.size();
-  while (inserted < beyond) {
-    const std::size_t middle = (inserted + beyond) / 2;
-    if (begin_us(middle) + kMicrosecondsPerSecond <= elapsed_us) {
-      inserted = middle + 1;
-    } else {
-      beyond = middle;
-    }
-  }
-  const bool within = inserted < day_numbers_.size() && begin_us(inserted) <= elapsed_us;
-
-  // The inserted second is shown as a 61st one of the minute before midnight.
-  const long long even_us = elapsed_us - static_cast<long long>(inserted) * kMicrosecondsPerSecond -
-                            (within ? kMicrosecondsPerSecond : 0);
-  const CalendarDate date = DateOfDayNumber(even_us / kMicrosecondsPerDay);
-  const long long time_of_day_us = even_us % kMicrosecondsPerDay;
-  const auto field = [&](long long size_us, long long modulus) {
-    return static_cast<std::int32_t>(time_of_day_us / size_us % modulus);
-  };
-  return {date.year,
-          date.month,
-          date.day,
-          field(kMicrosecondsPerHour, 24),
-          field(60 * kMicrosecondsPerSecond, 60),
-          field(kMicrosecondsPerSecond, 60) + (within ? 1 : 0),
-          field(kMicrosecondsPerMillisecond, 1000),
-          field(1, 1000)};
+int LeapSecondTable::InsertedBefore(long long day_number) const {
+  return static_cast<int>(std::ranges::lower_bound(day_numbers_, day_number) -
+                          day_numbers_.begin());
 }
 
 LeapSecondTable& LeapSeconds() {

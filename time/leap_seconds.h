@@ -1,4 +1,4 @@
-// The seconds inserted into UTC, and the even scale of elapsed time that they make.
+// The seconds inserted into UTC.
 #pragma once
 
 #include <cstdint>
@@ -39,11 +39,8 @@ class LeapSecondTable {
   /// otherwise. Writes the number to the log at level TRACE.
   [[nodiscard]] int Count(const UNIVERSAL_TIME& a, const UNIVERSAL_TIME& b) const;
 
-  /// Microseconds elapsed since 1 January of year 0, inserted seconds included. Throws "duration
-  /// range error" before that and after year 136,000.
-  [[nodiscard]] long long Elapsed_us(const UNIVERSAL_TIME& time) const;
-  /// Inverse of Elapsed_us(); second 60 in inserted seconds.
-  [[nodiscard]] UNIVERSAL_TIME TimeOfElapsed(long long elapsed_us) const;
+  /// How many seconds were inserted before the day with this DayNumber() began.
+  [[nodiscard]] int InsertedBefore(long long day_number) const;
 
  private:
   ARRAY<LEAP_SECOND_ITEM> items_;

@@ -9,7 +9,14 @@
 #include "time/calendar.h"
 #include "time/leap_seconds.h"
 
+using quellmark::time::CalendarDate;
+using quellmark::time::DayNumber;
+using quellmark::time::FailDurationRange;
 using quellmark::time::kMicrosecondsPerDay;
+using quellmark::time::kMicrosecondsPerHour;
+using quellmark::time::kMicrosecondsPerMillisecond;
+using quellmark::time::kMicrosecondsPerSecond;
+using quellmark::time::kMillisecondsPerDay;
 using quellmark::time::LeapSeconds;
 using quellmark::time::MonthName;
 using quellmark::time::TimeOfDay_ms;
@@ -21,6 +28,59 @@ constexpr UNIVERSAL_TIME kEpoch = {1980, 1, 6, 0, 0, 0, 0, 0};
 
 // Room for eight fields of the longest integer.
 using TextBuffer = std::array<char, 128>;
+
+// Twice this number of days still counts as microseconds in a long long.
+constexpr long long kDayNumberLimit = 50'000'000;
+
+// Microseconds from 1 January of year 0 to a calendar reading, every day of 86,400 s.
+long long Reading_us(const UNIVERSAL_TIME& time) {
+  const long long day_number = DayNumber(time.year, time.month, time.day);
+  const long long time_of_day_ms =
+      TimeOfDay_ms(time.hour, time.minute, time.second, time.millisecond);
+  if (time.year < 0 || std::llabs(day_number) + std::llabs(time_of_day_ms / kMillisecondsPerDay) >=
+                           kDayNumberLimit) {
+    FailDurationRange(day_number, time_of_day_ms, time.microsecond);
+  }
+  return day_number * kMicrosecondsPerDay + time_of_day_ms * kMicrosecondsPerMillisecond +
+         time.microsecond;
+}
+
+// Inverse of Reading_us(), with carries into every field.
+UNIVERSAL_TIME TimeOfReading(long long reading_us) {
+  const auto [days, of_day_us] = std::lldiv(reading_us, kMicrosecondsPerDay);
+  if (reading_us < 0 || days > kDayNumberLimit) {
+    FailDurationRange(days, of_day_us / kMicrosecondsPerMillisecond,
+                      of_day_us % kMicrosecondsPerMillisecond);
+  }
+  const CalendarDate date = quellmark::time::DateOfDayNumber(days);
+  const auto field = [of_day_us = of_day_us](long long size_us, long long modulus) {
+    return static_cast<std::int32_t>(of_day_us / size_us % modulus);
+  };
+  return {date.year,
+          date.month,
+          date.day,
+          field(kMicrosecondsPerHour, 24),
+          field(60 * kMicrosecondsPerSecond, 60),
+          field(kMicrosecondsPerSecond, 60),
+          field(kMicrosecondsPerMillisecond, 1000),
+          field(1, 1000)};
+}
+
+// Microseconds elapsed since 1 January of year 0. A second inserted after this very day is not
+// counted yet: its time of day runs past 24 hours.
+long long Elapsed_us(const UNIVERSAL_TIME& time) {
+  return Reading_us(time) +
+         LeapSeconds().InsertedBefore(DayNumber(time.year, time.month, time.day)) *
+             kMicrosecondsPerSecond;
+}
+
+bool CanFollowInsertedSecond(const UNIVERSAL_TIME& time) {
+  const bool month = time.month < 2 || time.month == 6 || time.month == 7 || time.month >= 12;
+  const bool day = time.day < 2 || time.day > 29;
+  const bool hour = time.hour == 23 || time.hour == 0;
+  const bool minute = time.minute == 59 || time.minute == 0;
+  return month && day && hour && minute;
+}
 
 }  // namespace
 
@@ -63,24 +123,26 @@ std::weak_ordering operator<=>(const UNIVERSAL_TIME& a, const UNIVERSAL_TIME& b)
 }
 
 DURATION operator-(const UNIVERSAL_TIME& a, const UNIVERSAL_TIME& b) {
-  return DURATION::FromMicroseconds(LeapSeconds().Elapsed_us(a) - LeapSeconds().Elapsed_us(b));
+  return DURATION::FromMicroseconds(Elapsed_us(a) - Elapsed_us(b));
 }
 
-// The same as counting on in calendar fields, counting the seconds inserted in between and stepping
-// back through them one by one; on the even scale it holds inside inserted seconds as well.
 UNIVERSAL_TIME operator+(const UNIVERSAL_TIME& time, const DURATION& duration) {
   if (duration == DURATION()) return time;
-  const long long start_us = LeapSeconds().Elapsed_us(time);
-  constexpr std::int32_t kLongestSum_days = 50'000'000;
-  if (std::abs(duration.Days()) >= kLongestSum_days) {
-    quellmark::time::FailDurationRange(duration.Days(), duration.Milliseconds(),
-                                       duration.Microseconds());
+  if (std::abs(duration.Days()) >= kDayNumberLimit) {
+    FailDurationRange(duration.Days(), duration.Milliseconds(), duration.Microseconds());
   }
-  const UNIVERSAL_TIME sum =
-      LeapSeconds().TimeOfElapsed(start_us + duration.Days() * kMicrosecondsPerDay +
-                                  duration.Milliseconds() * 1000LL + duration.Microseconds());
-  static_cast<void>(LeapSeconds().Count(time, sum));  // for its line in the log
-  return sum;
+  const long long reading_us = Reading_us(time) + duration.Days() * kMicrosecondsPerDay +
+                               duration.Milliseconds() * kMicrosecondsPerMillisecond +
+                               duration.Microseconds();
+  UNIVERSAL_TIME counted_to = TimeOfReading(reading_us);
+  // Kept exactly, do not correct: here the seconds are counted up to a day later. An inserted
+  // second is so counted from 23:59:00 before it on instead of from its own start, and it never
+  // shows as 23:59:60; the processors around this one print the same.
+  if (CanFollowInsertedSecond(counted_to)) {
+    counted_to = TimeOfReading(reading_us + kMicrosecondsPerDay);
+  }
+  const int count = LeapSeconds().Count(time, counted_to);
+  return TimeOfReading(reading_us + count * kMicrosecondsPerSecond);
 }
 
 namespace quellmark::time {

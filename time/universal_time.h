@@ -36,10 +36,11 @@ struct UNIVERSAL_TIME {
   friend std::weak_ordering operator<=>(const UNIVERSAL_TIME& a, const UNIVERSAL_TIME& b);
 
   /// Elapsed time from b to a, inserted seconds included; within an inserted second the clock runs
-  /// on evenly. Throws "duration range error" for years that Elapsed_us() refuses.
+  /// on evenly. Throws "duration range error" before year 0 and after year 136,000.
   friend DURATION operator-(const UNIVERSAL_TIME& a, const UNIVERSAL_TIME& b);
-  /// The time at which `duration` has elapsed since `time` (its inverse: (t + d) - t == d); logs
-  /// the seconds inserted in between. A duration of zero returns `time` as it is and logs nothing.
+  /// The calendar reading `duration` later, set back by the seconds inserted in between (logged);
+  /// near an inserted second it follows a rule of its own, see the definition. A duration of zero
+  /// returns `time` as it is and logs nothing. Throws like the difference.
   friend UNIVERSAL_TIME operator+(const UNIVERSAL_TIME& time, const DURATION& duration);
   friend UNIVERSAL_TIME operator-(const UNIVERSAL_TIME& time, const DURATION& duration) {
     return time + -duration;
