@@ -241,22 +241,6 @@ TEST(LeapSeconds, RandomDifferencesAgreeWithChronoAndReverse) {
   }
 }
 
-TEST(LeapSeconds, GrowWithTaiMinusUtc) {
-  const UNIVERSAL_TIME start = {1972, 1, 1};
-  for (const auto& [date, tai_minus_utc] :
-       std::vector<std::pair<UNIVERSAL_TIME, int>>{{{1971, 1, 1}, 10},
-                                                   {{1980, 1, 6}, 19},
-                                                   {{1988, 1, 1}, 24},
-                                                   {{1999, 1, 1}, 32},
-                                                   {{2006, 1, 1}, 33},
-                                                   {{2012, 6, 30, 23, 59, 59}, 34},
-                                                   {{2012, 7, 2}, 35},
-                                                   {{2015, 7, 2}, 36},
-                                                   {{2030, 1, 1}, 36}}) {
-    EXPECT_EQ(LeapSeconds().Count(start, date), 10 - tai_minus_utc) << date.LongText();
-  }
-}
-
 TEST(LeapSeconds, CountComparesTheStoredFields) {
   const UNIVERSAL_TIME item = {2008, 12, 31, 23, 59, 60};
   UNIVERSAL_TIME just_before = {2008, 12, 31, 23, 59, 59, 999, 999};
