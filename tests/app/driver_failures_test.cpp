@@ -40,74 +40,41 @@ void ExpectFailure(SceneRun& scene, const std::vector<std::string>& arguments,
 }
 
 struct BadPool {
-  const char* name;
+  std::string name;
   std::string pool;
   std::vector<std::string> alarm_lines;
 };
 
 std::string Scene() { return ScenePool(kScene); }
-std::string With(const std::string& key, const std::string& type, const std::string& value) {
-  return Overridden(Scene(), {Entry(key, type, value)});
-}
 std::string KeyMessage(const std::string& key, const std::string& message) {
   return "parameter pool: parameter key >> " + key + message;
 }
 
 std::vector<BadPool> BadPools() {
-  const std::string not_found = "pool error - key not found\n";
-  const std::string invalid = "pool error - no or invalid parameter value in file\n";
-  const std::string out_of_bounds = "pool error - parameter value out of bounds\n";
-  return {
-      {"empty file", "", {KeyMessage("first_az_time", " << not found\n"), not_found}},
-      {"missing key",
-       Without(Scene(), "radar_frequency"),
-       {KeyMessage("radar_frequency", " << not found\n"), not_found}},
-      {"wrong type",
-       With("prf", "FLT_6", "500.0"),
-       {KeyMessage("prf", " << type FLT_15 expected\n"), "pool error - wrong parameter type\n"}},
-      {"no type",
-       "first_az_time\n" + Scene(),
-       {KeyMessage("first_az_time", " << no type information found\n"), "parameter pool error\n"}},
-      {"no value",
-       "first_az_time FLT_15\n" + Scene(),
-       {KeyMessage("first_az_time", " << no parameter value in file\n"), invalid}},
-      {"infinite", With("first_rg_time", "FLT_15", "1e999"), {out_of_bounds}},
-      {"not a number", With("first_rg_time", "FLT_15", "nan"), {out_of_bounds}},
-      {"look side",
-       With("antenna_look_direction", "STR", "\"Right\""),
-       {"Error: Unkown antenna look direction Right\n", "parameter error\n"}},
-      {"empty look side", With("antenna_look_direction", "STR", "\"\""), {kFatal}},
-      {"no samples",
-       With("n_samples", "INT_32", "0"),
-       {"SAR_SCENE: n_samples must be at least 1, not 0\n", "parameter error\n"}},
-      {"prf of zero", With("prf", "FLT_15", "0.0"), {"wrong argument\n"}},
-      {"range misses the earth", With("first_rg_time", "FLT_15", "1e-3"), {"data error\n"}},
-      {"unknown representation",
-       With("orbit_representation", "STR", "\"orbit_pool_utc\""),
-       {"GENERAL_ORBIT: can not convert orbit_pool_utc to orbit_type_id\n", "wrong argument\n"}},
-      {"unknown interpolation",
-       With("orbit_interpolation", "STR", "\"cubic_3\""),
-       {"GENERAL_ORBIT: can not convert cubic to interpolation_id\n", "wrong argument\n"}},
-      {"no interpolation",
-       With("orbit_interpolation", "STR", "\"_;:\""),
-       {"ORBIT: can not determine interpolation type from: _;:\n", "wrong argument\n"}},
-      {"velocity keys too few",
-       Overridden(Scene(),
-                  {"orbit_velocity_key STR_V 1 2\n {\n \"orbit_vel_x\"\n \"orbit_vel_y\"\n }\n"}),
-       {"POOL_ORBIT::ReadFromParameterPool::Number of coordinates in position and velocity "
-        "disagree.\n"}},
-      {"reference of another kind",
-       With("orbit_reference_time", "STR", "\"12.5\""),
-       {"not allowed time conversion\n"}},
+  const std::vector<std::string> no_entry = {KeyMessage("first_az_time", " << not found\n"),
+                                             "pool error - key not found\n"};
+  std::vector<BadPool> pools = {
+      {"empty file", "", no_entry},
       {"binary file",
        std::string("\x7f"
                    "ELF\0\1\2\xff\xfe\n\r\n\0",
                    14),
-       {KeyMessage("first_az_time", " << not found\n"), not_found}},
-      {"one endless line",
-       std::string(10'000'000, 'x'),
-       {KeyMessage("first_az_time", " << not found\n"), not_found}},
-  };
+       no_entry},
+      {"one endless line", std::string(10'000'000, 'x'), no_entry},
+      {"velocity keys too few",
+       "orbit_velocity_key STR_V 1 2\n {\n \"orbit_vel_x\"\n \"orbit_vel_y\"\n }\n" + Scene(),
+       {"POOL_ORBIT::ReadFromParameterPool::Number of coordinates in position and velocity "
+        "disagree.\n"}},
+      {"missing key",
+       Without(Scene(), "radar_frequency"),
+       {KeyMessage("radar_frequency", " << not found\n"), no_entry[1]}}};
+  for (const std::string& row : Split(ReadFile(QM_APP_TEST_DATA "/bad_entries.txt"), '\n')) {
+    if (row.starts_with('#')) continue;
+    std::vector<std::string> fields = Split(row, '|');
+    for (std::string& field : fields) field += "\n";
+    pools.push_back({row, fields[0] + Scene(), {fields.begin() + 1, fields.end()}});
+  }
+  return pools;
 }
 
 TEST(DriverFailures, BadScenePoolsFailWithTheirMessagesAndStayAsTheyAre) {

@@ -6,14 +6,14 @@
 
 namespace quellmark::test {
 
-namespace {
-
 std::vector<std::string> Split(const std::string& text, char separator) {
   std::vector<std::string> fields;
   std::istringstream stream(text);
   for (std::string field; std::getline(stream, field, separator);) fields.push_back(field);
   return fields;
 }
+
+namespace {
 
 std::vector<TableRow> ReadTable(const std::string& path) {
   const std::vector<std::string> lines = Split(ReadFile(path), '\n');
