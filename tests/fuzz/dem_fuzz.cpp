@@ -1,48 +1,23 @@
 // Any bytes as a descriptor and, behind the first NUL, as its tile "t". Where the tile can be
 // mapped, the mapping and the file must give the same heights, or refuse the same points.
-#include <unistd.h>
-
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <optional>
-#include <string>
 #include <string_view>
 
 #include "basic/errors.h"
 #include "dem/srf_document.h"
-#include "runtime/log.h"
+#include "tests/fuzz/fuzz.h"
+#include "tests/support/files.h"
 
 namespace {
 
-void Check(bool holds) {
-  if (!holds) std::abort();
-}
-
-// Goes away with the process.
-class Directory {
- public:
-  Directory() { Check(::mkdtemp(path_.data()) != nullptr); }
-  Directory(const Directory&) = delete;
-  Directory& operator=(const Directory&) = delete;
-  ~Directory() {
-    std::error_code ignored;
-    std::filesystem::remove_all(path_, ignored);
-  }
-
-  [[nodiscard]] std::string Write(const char* name, std::string_view bytes) const {
-    const std::string path = path_ + "/" + name;
-    std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
-    return path;
-  }
-
- private:
-  std::string path_ = std::filesystem::temp_directory_path() / "dem_fuzz.XXXXXX";
-};
+using quellmark::test::Check;
+using quellmark::test::TempDir;
+using quellmark::test::TextOf;
+using quellmark::test::WriteFile;
 
 std::optional<SRF_DOCUMENT> Open(const DEM_DESCRIPTOR& descriptor, bool fast) {
   try {
@@ -86,16 +61,13 @@ void Compare(SRF_DOCUMENT& mapped, SRF_DOCUMENT& file) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  static const Directory directory;
-  LOG& log = quellmark::runtime::Log();
-  log.SetScreenThreshold(LOG::Level::kSilent);
-  log.SetFileThreshold(LOG::Level::kSilent);
-  const std::string_view bytes(reinterpret_cast<const char*>(data), size);
+  static const TempDir directory;
+  const std::string_view bytes = TextOf(data, size);
   const std::size_t end = std::min(bytes.find('\0'), bytes.size());
-  const std::string path = directory.Write("d", bytes.substr(0, end));
-  static_cast<void>(directory.Write("t", bytes.substr(std::min(end + 1, bytes.size()))));
+  WriteFile(directory / "d", bytes.substr(0, end));
+  WriteFile(directory / "t", bytes.substr(std::min(end + 1, bytes.size())));
   try {
-    const DEM_DESCRIPTOR descriptor = DEM_DESCRIPTOR::ReadFromFile(path);
+    const DEM_DESCRIPTOR descriptor = DEM_DESCRIPTOR::ReadFromFile(directory / "d");
     auto mapped = Open(descriptor, true);
     auto file = Open(descriptor, false);
     if (mapped) Check(file.has_value());

@@ -3,9 +3,7 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <string>
-#include <string_view>
 
 #include "basic/errors.h"
 #include "orbit/everett.h"
@@ -14,16 +12,13 @@
 #include "orbit/polynom.h"
 #include "orbit/selection.h"
 #include "orbit/spline.h"
-#include "runtime/log.h"
+#include "tests/fuzz/fuzz.h"
 
 namespace {
 
 using quellmark::orbit::InterpolationChoice;
 using quellmark::orbit::ParseInterpolation;
-
-void Check(bool holds) {
-  if (!holds) std::abort();
-}
+using quellmark::test::Check;
 
 void CheckAgain(const InterpolationChoice& choice) {
   const auto id = static_cast<std::size_t>(choice.interpolation_id);
@@ -80,12 +75,8 @@ constexpr void (*kInterpolate[])(const InterpolationChoice&) = {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  LOG& log = quellmark::runtime::Log();
-  log.SetScreenThreshold(LOG::Level::kSilent);
-  log.SetFileThreshold(LOG::Level::kSilent);
   try {
-    const InterpolationChoice choice =
-        ParseInterpolation({reinterpret_cast<const char*>(data), size});
+    const InterpolationChoice choice = ParseInterpolation(quellmark::test::TextOf(data, size));
     CheckAgain(choice);
     kInterpolate[choice.interpolation_id](choice);
   } catch (const ERROR_ARGUMENT&) {           // the text

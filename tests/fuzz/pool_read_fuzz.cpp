@@ -6,13 +6,11 @@
 #include <string>
 
 #include "basic/errors.h"
+#include "tests/fuzz/fuzz.h"
 #include "tests/pool/any_value.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  LOG& log = quellmark::runtime::Log();
-  log.SetScreenThreshold(LOG::Level::kSilent);
-  log.SetFileThreshold(LOG::Level::kSilent);
-  const std::string_view text(reinterpret_cast<const char*>(data), size);
+  const std::string_view text = quellmark::test::TextOf(data, size);
   const quellmark::basic::UniqueFd memory(::memfd_create("pool", MFD_CLOEXEC));
   if (::write(memory.Get(), data, size) != static_cast<ssize_t>(size)) return 0;
   PARAMETER_POOL pool;

@@ -2,9 +2,9 @@
 #include <cstdint>
 #include <cstdio>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
 #include <string>
+
+#include "tests/support/files.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size);
 
@@ -12,9 +12,7 @@ int main(int argc, char** argv) {
   if (argc != 2) return std::fprintf(stderr, "usage: %s DIRECTORY\n", argv[0]), 2;
   int count = 0;
   for (const auto& file : std::filesystem::directory_iterator(argv[1])) {
-    std::ostringstream content;
-    content << std::ifstream(file.path(), std::ios::binary).rdbuf();
-    const std::string bytes = content.str();
+    const std::string bytes = quellmark::test::ReadFile(file.path());
     std::printf("%s\n", file.path().filename().c_str());
     std::fflush(stdout);
     LLVMFuzzerTestOneInput(reinterpret_cast<const std::uint8_t*>(bytes.data()), bytes.size());

@@ -3,21 +3,16 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
-#include <string_view>
 #include <variant>
 
 #include "basic/errors.h"
-#include "runtime/log.h"
+#include "tests/fuzz/fuzz.h"
 #include "time/time_value.h"
 
 namespace {
 
+using quellmark::test::Check;
 using quellmark::time::ScanTime;
-
-void Check(bool holds) {
-  if (!holds) std::abort();
-}
 
 void CheckAgain(double number) { Check(number - number == 0.0); }
 
@@ -42,11 +37,8 @@ void CheckAgain(const UNIVERSAL_TIME& time) {
 }  // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-  LOG& log = quellmark::runtime::Log();
-  log.SetScreenThreshold(LOG::Level::kSilent);
-  log.SetFileThreshold(LOG::Level::kSilent);
   try {
-    const auto time = ScanTime({reinterpret_cast<const char*>(data), size});
+    const auto time = ScanTime(quellmark::test::TextOf(data, size));
     std::visit([](const auto& value) { CheckAgain(value); }, time);
   } catch (const char*) {  // the two kinds of refusal
   } catch (const ERROR_DATA&) {
