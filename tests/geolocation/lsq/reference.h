@@ -53,6 +53,14 @@ inline QuadMatrix Times(const QuadMatrix& a, const QuadMatrix& b) {
   return product;
 }
 
+inline QuadMatrix Transposed(const QuadMatrix& a) {
+  QuadMatrix result(a[0].size());
+  for (const auto& row : a) {
+    for (std::size_t j = 0; j < row.size(); ++j) result[j].push_back(row[j]);
+  }
+  return result;
+}
+
 /// The largest sum of the magnitudes of a row.
 inline double Norm(const QuadMatrix& a) {
   Quad norm = 0;

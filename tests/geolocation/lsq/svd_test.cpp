@@ -36,14 +36,6 @@ struct Factors {
   }
 };
 
-QuadMatrix Transposed(const QuadMatrix& a) {
-  QuadMatrix result(a[0].size());
-  for (const auto& row : a) {
-    for (std::size_t j = 0; j < row.size(); ++j) result[j].push_back(row[j]);
-  }
-  return result;
-}
-
 double DistanceFromIdentity(const QuadMatrix& a) {
   QuadMatrix identity(a.size(), std::vector<Quad>(a.size(), 0));
   for (std::size_t i = 0; i < a.size(); ++i) identity[i][i] = 1;
