@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "tests/app/example_scene.h"
+#include "tests/support/rows.h"
 
 namespace quellmark::test {
 namespace {
@@ -53,26 +54,19 @@ std::string KeyMessage(const std::string& key, const std::string& message) {
 std::vector<BadPool> BadPools() {
   const std::vector<std::string> no_entry = {KeyMessage("first_az_time", " << not found\n"),
                                              "pool error - key not found\n"};
-  std::vector<BadPool> pools = {
-      {"empty file", "", no_entry},
-      {"binary file",
-       std::string("\x7f"
-                   "ELF\0\1\2\xff\xfe\n\r\n\0",
-                   14),
-       no_entry},
-      {"one endless line", std::string(10'000'000, 'x'), no_entry},
-      {"velocity keys too few",
-       "orbit_velocity_key STR_V 1 2\n {\n \"orbit_vel_x\"\n \"orbit_vel_y\"\n }\n" + Scene(),
-       {"POOL_ORBIT::ReadFromParameterPool::Number of coordinates in position and velocity "
-        "disagree.\n"}},
-      {"missing key",
-       Without(Scene(), "radar_frequency"),
-       {KeyMessage("radar_frequency", " << not found\n"), no_entry[1]}}};
-  for (const std::string& row : Split(ReadFile(QM_APP_TEST_DATA "/bad_entries.txt"), '\n')) {
-    if (row.starts_with('#')) continue;
-    std::vector<std::string> fields = Split(row, '|');
-    for (std::string& field : fields) field += "\n";
-    pools.push_back({row, fields[0] + Scene(), {fields.begin() + 1, fields.end()}});
+  std::vector<BadPool> pools = {{"empty file", "", no_entry},
+                                {"binary file",
+                                 std::string("\x7f"
+                                             "ELF\0\1\2\xff\xfe\n\r\n\0",
+                                             14),
+                                 no_entry},
+                                {"one endless line", std::string(10'000'000, 'x'), no_entry},
+                                {"missing key",
+                                 Without(Scene(), "radar_frequency"),
+                                 {KeyMessage("radar_frequency", " << not found\n"), no_entry[1]}}};
+  for (Row row : ReadRows(QM_APP_TEST_DATA "/bad_entries.txt")) {
+    for (std::string& field : row) field += "\n";
+    pools.push_back({row[0], row[0] + Scene(), {row.begin() + 1, row.end()}});
   }
   return pools;
 }

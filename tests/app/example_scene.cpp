@@ -4,27 +4,26 @@
 
 #include <sstream>
 
-namespace quellmark::test {
+#include "tests/support/rows.h"
 
-std::vector<std::string> Split(const std::string& text, char separator) {
-  std::vector<std::string> fields;
-  std::istringstream stream(text);
-  for (std::string field; std::getline(stream, field, separator);) fields.push_back(field);
-  return fields;
-}
+namespace quellmark::test {
 
 namespace {
 
+std::vector<std::string> Lines(const std::string& text) {
+  std::vector<std::string> lines;
+  std::istringstream stream(text);
+  for (std::string line; std::getline(stream, line);) lines.push_back(line);
+  return lines;
+}
+
 std::vector<TableRow> ReadTable(const std::string& path) {
-  const std::vector<std::string> lines = Split(ReadFile(path), '\n');
-  const std::vector<std::string> columns = Split(lines.at(0), ',');
-  std::vector<TableRow> rows;
-  for (std::size_t i = 1; i < lines.size(); ++i) {
-    const std::vector<std::string> fields = Split(lines[i], ',');
-    TableRow& row = rows.emplace_back();
-    for (std::size_t c = 0; c < columns.size(); ++c) row[columns[c]] = fields.at(c);
+  const std::vector<Row> rows = ReadRows(path, ",");
+  std::vector<TableRow> table(rows.size() - 1);
+  for (std::size_t i = 0; i < table.size(); ++i) {
+    for (std::size_t c = 0; c < rows[0].size(); ++c) table[i][rows[0][c]] = rows[i + 1].at(c);
   }
-  return rows;
+  return table;
 }
 
 std::string ScenePath(const std::string& scene, const std::string& extension) {
@@ -71,7 +70,7 @@ std::string Quoted(const std::string& text) {
 std::string Without(const std::string& pool, const std::string& key) {
   std::string text;
   bool inside = false;
-  for (const std::string& line : Split(pool, '\n')) {
+  for (const std::string& line : Lines(pool)) {
     if (BeginsKeyLine(line)) inside = line.substr(0, line.find_first_of(" \t")) == key;
     if (!line.empty() && line[0] == '#') inside = false;
     if (!inside) text += line + "\n";
@@ -80,7 +79,7 @@ std::string Without(const std::string& pool, const std::string& key) {
 }
 
 std::string ValueOf(const std::string& pool, const std::string& key) {
-  for (const std::string& line : Split(pool, '\n')) {
+  for (const std::string& line : Lines(pool)) {
     std::istringstream words(line);
     std::string name, type, value;
     if (BeginsKeyLine(line) && words >> name >> type >> value && name == key) return value;

@@ -14,9 +14,6 @@ namespace quellmark::test {
 inline constexpr const char* kSceneNames[] = {"s1b_iw_grd_alps", "s1a_s3_slc_comoros",
                                               "s1a_iw1_slc_quebec"};
 
-/// The fields between the separators; a separator at the end ends the last field.
-[[nodiscard]] std::vector<std::string> Split(const std::string& text, char separator);
-
 /// A row of a table, by column name.
 using TableRow = std::map<std::string, std::string>;
 

@@ -5,11 +5,11 @@
 
 #include <filesystem>
 #include <random>
-#include <sstream>
 
 #include "basic/errors.h"
 #include "tests/dem/test_dem.h"
 #include "tests/support/expect_fails.h"
+#include "tests/support/rows.h"
 
 namespace quellmark::test {
 namespace {
@@ -259,19 +259,15 @@ TEST_F(SrfDocument, HeadersThatDoNotFit) {
 }
 
 TEST_F(SrfDocument, DescriptorsThatMakeNoGrid) {
-  // Rows of data/bad_descriptors.txt: a line to put in, or a key alone, whose line is left out.
-  std::istringstream rows(ReadFile(QM_DEM_TEST_DATA "/bad_descriptors.txt"));
-  int count = 0;
-  for (std::string row; std::getline(rows, row); ++count) {
-    SCOPED_TRACE(row);
-    const std::size_t blank = row.find(' ');
-    std::string line = blank == std::string::npos ? "" : row;
-    std::replace(line.begin(), line.end(), '|', '\n');
-    EXPECT_THAT(
-        LogOfFailure<ERROR_DESCRIPTOR_VALUE>([&] { OpenWithLine(row.substr(0, blank), line); }),
-        HasSubstr("ALARM : "));
+  const std::vector<Row> rows = ReadRows(QM_DEM_TEST_DATA "/bad_descriptors.txt");
+  EXPECT_EQ(rows.size(), 27U);
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row[0]);
+    const std::string key = row[0].substr(0, row[0].find(' '));
+    EXPECT_THAT(LogOfFailure<ERROR_DESCRIPTOR_VALUE>(
+                    [&] { OpenWithLine(key, key == row[0] ? "" : row[0]); }),
+                HasSubstr("ALARM : "));
   }
-  EXPECT_EQ(count, 27);
   EXPECT_THROW(OpenWithLine("dem_upper_left", "", {.tiles = {{0, 1, 1, 0}, {2, 1, 3, 0}}}),
                ERROR_DESCRIPTOR_VALUE);
   EXPECT_THROW(OpenWithLine("dem_value_type", "dem_value_type INT_16 4"),

@@ -4,7 +4,6 @@
 #include <unistd.h>
 
 #include <limits>
-#include <sstream>
 #include <string>
 
 #include "basic/errors.h"
@@ -12,6 +11,7 @@
 #include "tests/pool/any_value.h"
 #include "tests/support/expect_fails.h"
 #include "tests/support/files.h"
+#include "tests/support/rows.h"
 
 namespace {
 
@@ -19,6 +19,8 @@ using quellmark::pool::PoolValue;
 using quellmark::pool::TypeName;
 using quellmark::pool::ValueType;
 using quellmark::test::ReadFile;
+using quellmark::test::ReadRows;
+using quellmark::test::Row;
 using quellmark::test::ScopedLog;
 using quellmark::test::TempDir;
 using quellmark::test::WriteFile;
@@ -60,36 +62,20 @@ Failure FailureOf(const std::string& text, ValueType type) {
   return failure;
 }
 
-std::string Unescaped(std::string_view text) {
-  std::string plain;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    if (text[i] != '\\') {
-      plain += text[i];
-      continue;
-    }
-    const char c = text[++i];
-    plain += c == 'n' ? '\n' : c == 't' ? '\t' : c == 'r' ? '\r' : c;
-  }
-  return plain;
-}
-
 // The messages stand in the table a second time on purpose: other programs match them.
 TEST(PoolRead, Failures) {
-  std::istringstream rows(ReadFile(QM_POOL_TEST_DATA "/failures.txt"));
   std::string thrown;
   int count = 0;
-  for (std::string row; std::getline(rows, row);) {
-    if (row.starts_with("== ")) thrown = row.substr(3);
-    const std::size_t value = row.find(" | ") + 3;
-    const std::size_t said = row.find(" | ", value) + 3;
-    if (row.empty() || row[0] == '#' || row[0] == '=') continue;
-    SCOPED_TRACE(row);
-    const std::string type = row.substr(0, value - 3);
+  for (const Row& row : ReadRows(QM_POOL_TEST_DATA "/failures.txt")) {
+    if (row.size() == 1) {
+      thrown = row[0].substr(3);  // behind "== "
+      continue;
+    }
+    SCOPED_TRACE(row[0] + " " + row[1]);
     const Failure failure =
-        FailureOf("k " + type + " " + Unescaped(row.substr(value, said - 3 - value)),
-                  quellmark::pool::TypeFromName(type));
+        FailureOf("k " + row[0] + " " + row[1], quellmark::pool::TypeFromName(row[0]));
     EXPECT_EQ(failure.thrown, thrown);
-    EXPECT_EQ(failure.said, Unescaped(row.substr(said)));
+    EXPECT_EQ(failure.said, row[2]);
     ++count;
   }
   EXPECT_GT(count, 70);

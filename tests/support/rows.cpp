@@ -1,0 +1,46 @@
+#include "tests/support/rows.h"
+
+#include <sstream>
+
+#include "tests/support/files.h"
+
+namespace quellmark::test {
+namespace {
+
+std::string Unescaped(std::string_view text) {
+  std::string plain;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (text[i] != '\\') {
+      plain += text[i];
+      continue;
+    }
+    const char c = text.at(++i);
+    if (c == 'x') {
+      plain += static_cast<char>(std::stoi(std::string(text.substr(i + 1, 2)), nullptr, 16));
+      i += 2;
+      continue;
+    }
+    plain += c == 'n' ? '\n' : c == 't' ? '\t' : c == 'r' ? '\r' : c == '0' ? '\0' : c;
+  }
+  return plain;
+}
+
+}  // namespace
+
+std::vector<Row> ReadRows(const std::filesystem::path& path, std::string_view separator) {
+  std::vector<Row> rows;
+  std::istringstream lines(ReadFile(path));
+  for (std::string line; std::getline(lines, line);) {
+    if (line.empty() || line[0] == '#') continue;
+    Row& row = rows.emplace_back();
+    for (std::string_view rest = line;;) {
+      const std::size_t end = rest.find(separator);
+      row.push_back(Unescaped(rest.substr(0, end)));
+      if (end == std::string_view::npos) break;
+      rest.remove_prefix(end + separator.size());
+    }
+  }
+  return rows;
+}
+
+}  // namespace quellmark::test
