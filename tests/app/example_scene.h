@@ -6,8 +6,8 @@
 #include <utility>
 #include <vector>
 
+#include "tests/support/child.h"
 #include "tests/support/files.h"
-#include "tests/support/program_run.h"
 
 namespace quellmark::test {
 

@@ -4,7 +4,7 @@
 #include <cstring>
 
 #include "tests/dem/test_dem.h"
-#include "tests/support/program_run.h"
+#include "tests/support/child.h"
 #include "tests/support/scoped_log.h"
 
 namespace quellmark::test {

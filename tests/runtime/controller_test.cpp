@@ -16,7 +16,8 @@
 #include "runtime/controller_ifc.h"
 #include "runtime/log.h"
 #include "runtime/streams.h"
-#include "tests/runtime/child.h"
+#include "tests/runtime/step.h"
+#include "tests/support/child.h"
 #include "tests/support/files.h"
 #include "tests/support/scoped_log.h"
 

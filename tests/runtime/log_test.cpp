@@ -13,7 +13,7 @@
 #include <utility>
 
 #include "runtime/streams.h"
-#include "tests/runtime/child.h"
+#include "tests/support/child.h"
 #include "tests/support/files.h"
 #include "tests/support/scoped_log.h"
 

@@ -18,7 +18,8 @@
 #include "runtime/log.h"
 #include "runtime/signal_hold.h"
 #include "runtime/streams.h"
-#include "tests/runtime/child.h"
+#include "tests/runtime/step.h"
+#include "tests/support/child.h"
 #include "tests/support/files.h"
 
 namespace quellmark::runtime {

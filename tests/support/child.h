@@ -1,4 +1,4 @@
-// Steps that run in a process of their own: they may exit, be killed, lose their streams.
+// What runs in a process of its own: it may exit, be killed, lose its streams.
 #pragma once
 
 #include <sys/types.h>
@@ -10,10 +10,15 @@
 #include <vector>
 
 #include "basic/unique_fd.h"
-#include "runtime/controller_ifc.h"
-#include "tests/support/program_run.h"
 
 namespace quellmark::test {
+
+/// How a process ended.
+struct ProgramRun {
+  int exit_status = -1;  ///< -1 when a signal ended it
+  int signal = 0;
+  std::string output;  ///< standard output and standard error
+};
 
 /// A forked process that runs `body` in `directory` and exits with what it returns. Its standard
 /// streams are one end of a socket or, as for a person, of a terminal.
@@ -43,9 +48,10 @@ class Child {
   std::string output_;
 };
 
-/// The frame of a program: init with message mode and the arguments after argument 0
-/// "/bin/quellmark", then `work`; a thrown ERROR_EXCEPTION ends in the failure exit.
-[[nodiscard]] std::function<int()> Step(std::vector<std::string> arguments,
-                                        std::function<int(CONTROLLER_IFC&)> work);
+/// Runs `program` with `arguments` in `directory`, standard input empty. A program that takes more
+/// than a minute is killed.
+[[nodiscard]] ProgramRun RunProgram(const std::string& program,
+                                    const std::vector<std::string>& arguments,
+                                    const std::filesystem::path& directory);
 
 }  // namespace quellmark::test

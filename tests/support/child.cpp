@@ -1,4 +1,4 @@
-#include "tests/runtime/child.h"
+#include "tests/support/child.h"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -10,9 +10,6 @@
 #include <array>
 #include <csignal>
 #include <cstdlib>
-
-#include "basic/errors.h"
-#include "runtime/log.h"
 
 namespace quellmark::test {
 namespace {
@@ -92,23 +89,17 @@ ProgramRun Child::Wait() {
   return run;
 }
 
-std::function<int()> Step(std::vector<std::string> arguments,
-                          std::function<int(CONTROLLER_IFC&)> work) {
-  arguments.insert(arguments.begin(), "/bin/quellmark");
-  return [arguments = std::move(arguments), work = std::move(work)]() mutable {
-    std::vector<char*> argv;
-    for (std::string& argument : arguments) argv.push_back(argument.data());
-    argv.push_back(nullptr);
-    // The temporary log stays with the test.
-    runtime::Log().Initialise(std::array<std::string_view, 1>{"./"});
-    CONTROLLER_IFC controller;
-    try {
-      controller.init(static_cast<int>(arguments.size()), argv.data(), 1);
-      return work(controller);
-    } catch (const ERROR_EXCEPTION&) {
-      controller.FailureExit();
-    }
-  };
+ProgramRun RunProgram(const std::string& program, const std::vector<std::string>& arguments,
+                      const std::filesystem::path& directory) {
+  std::vector<char*> argv{const_cast<char*>(program.c_str())};
+  for (const std::string& argument : arguments) argv.push_back(const_cast<char*>(argument.c_str()));
+  argv.push_back(nullptr);
+  Child child(directory, [&]() -> int {
+    ::execv(program.c_str(), argv.data());
+    ::_exit(127);
+  });
+  child.CloseInput();
+  return child.Wait();
 }
 
 }  // namespace quellmark::test
