@@ -13,6 +13,7 @@
 #include "orbit/selection.h"
 #include "tests/orbit/orbit_pool.h"
 #include "tests/support/expect_fails.h"
+#include "tests/support/rows.h"
 
 namespace {
 
@@ -299,19 +300,16 @@ TEST(SavePolynomial, TheFileHoldsTheOrbit) {
     pool.interpolation = kind;
     const Orbit orbit = pool.Read();
     orbit.SavePolynomial(STRING(directory / "orbit"));
-    std::istringstream file(ReadFile(directory / "orbit.pkt"));
     std::map<std::string, std::string> header;
-    std::string line;
-    while (header.size() < 6 && std::getline(file, line)) {
-      header[line.substr(0, line.find(':'))] = line.substr(line.find(':') + 2);
-    }
-    EXPECT_EQ(header["kind"], std::string(kind).substr(0, std::string(kind).find('_')));
-    EXPECT_EQ(header["reference_time"], "2022-04-14T10:00:00");
-    EXPECT_EQ(header["coordinates"], "3");
     double covered_to[3] = {0.0, 0.0, 0.0};
-    while (std::getline(file, line)) {
-      std::istringstream left(line.substr(0, line.find('|')));
-      std::istringstream right(line.substr(line.find('|') + 1));
+    for (const Row& row : ReadRows(directory / "orbit.pkt", "|")) {
+      if (row.size() == 1) {
+        const std::size_t colon = row[0].find(": ");
+        header[row[0].substr(0, colon)] = row[0].substr(colon + 2);
+        continue;
+      }
+      std::istringstream left(row[0]);
+      std::istringstream right(row[1]);
       std::size_t coordinate = 9;
       double t_start = 0.0;
       double t_stop = 0.0;
@@ -326,6 +324,9 @@ TEST(SavePolynomial, TheFileHoldsTheOrbit) {
       orbit.CoreObject()->Position(t, position);
       EXPECT_NEAR(Evaluate(header["form"], t, c, z), position[static_cast<int>(coordinate)], 1e-6);
     }
+    EXPECT_EQ(header["kind"], std::string(kind).substr(0, std::string(kind).find('_')));
+    EXPECT_EQ(header["reference_time"], "2022-04-14T10:00:00");
+    EXPECT_EQ(header["coordinates"], "3");
     for (const double end : covered_to) EXPECT_EQ(end, 110.0);
   }
   const Orbit orbit = CircularOrbitPool("orbit_pool_double_utc", 12).Read();
