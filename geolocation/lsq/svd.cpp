@@ -169,10 +169,12 @@ class Decomposition {
   // What std::hypot() gives for numbers that are not tiny, in a tenth of its time; after
   // Normalise() none is huge.
   static T Length(T x, T y) {
-    constexpr T kExact = std::numeric_limits<T>::min() / std::numeric_limits<T>::epsilon();
-    const T square = x * x + y * y;
-    return square > kExact ? std::sqrt(square) : std::hypot(x, y);
+    constexpr double kExact =
+        std::numeric_limits<double>::min() / std::numeric_limits<double>::epsilon();
+    const double square = Square(x) + Square(y);
+    return square > kExact ? static_cast<T>(std::sqrt(square)) : std::hypot(x, y);
   }
+  static double Square(T x) { return static_cast<double>(x) * static_cast<double>(x); }
 
   // Turns the columns p and q of `rows` rows of a matrix.
   static void Rotate(Rows matrix, int rows, int p, int q, T cosine, T sine) {
