@@ -67,15 +67,8 @@ std::string Quoted(const std::string& text) {
   return quoted;
 }
 
-std::string Without(const std::string& pool, const std::string& key) {
-  std::string text;
-  bool inside = false;
-  for (const std::string& line : Lines(pool)) {
-    if (BeginsKeyLine(line)) inside = line.substr(0, line.find_first_of(" \t")) == key;
-    if (!line.empty() && line[0] == '#') inside = false;
-    if (!inside) text += line + "\n";
-  }
-  return text;
+std::string Without(std::string pool, const std::string& key) {
+  return pool.insert(pool.find("\n" + key + " ") + 1, "no_");
 }
 
 std::string ValueOf(const std::string& pool, const std::string& key) {

@@ -32,8 +32,8 @@ using TableRow = std::map<std::string, std::string>;
                                 const std::string& value);
 /// `text` as the value of a "STR".
 [[nodiscard]] std::string Quoted(const std::string& text);
-/// `pool` without the entry of `key` and its body.
-[[nodiscard]] std::string Without(const std::string& pool, const std::string& key);
+/// `pool` with the entry of `key` under another name.
+[[nodiscard]] std::string Without(std::string pool, const std::string& key);
 
 /// The value of a scalar entry as text; "" when the key is missing.
 [[nodiscard]] std::string ValueOf(const std::string& pool, const std::string& key);

@@ -14,40 +14,33 @@ namespace {
 using namespace quellmark::test;
 using quellmark::pool::ValueType;
 
-struct SceneOrbit {
-  OrbitPool every_second;
-  std::vector<std::string> left_out_times;  // between the samples
-  std::vector<Vector> left_out;
-};
-
-SceneOrbit ReadScene(const std::string& scene) {
+OrbitPool ReadScene(const std::string& scene) {
   PARAMETER_POOL pool;
   static_cast<void>(pool.Open(QM_SCENES_DIR "/" + scene + ".pool"));
-  SceneOrbit orbit;
-  orbit.every_second.reference = pool.Read<ValueType::kStr>("orbit_reference_time").Text();
+  OrbitPool orbit;
+  orbit.reference = pool.Read<ValueType::kStr>("orbit_reference_time").Text();
   const ARRAY<STRING> times = pool.Read<ValueType::kStrV>("orbit_time");
-  for (int j = 0; j < times.Length(); ++j) {
-    auto& kept = j % 2 == 0 ? orbit.every_second.times : orbit.left_out_times;
-    kept.emplace_back(times[times.First() + j].Text());
-  }
-  if (times.Length() % 2 == 0) orbit.left_out_times.pop_back();
-  orbit.left_out.resize(orbit.left_out_times.size());
+  for (const STRING& time : times.Elements()) orbit.times.emplace_back(time.Text());
+  const auto column = [&pool](const std::string& key) {
+    const ARRAY<double> values = pool.Read<ValueType::kFlt15V>(key);
+    return std::vector<double>(values.Elements().begin(), values.Elements().end());
+  };
   for (std::size_t i = 0; i < 3; ++i) {
-    for (const bool is_velocity : {false, true}) {
-      const ARRAY<double> column = pool.Read<ValueType::kFlt15V>(
-          (is_velocity ? std::string("orbit_vel_") : std::string("orbit_pos_")) + "xyz"[i]);
-      auto& kept = is_velocity ? orbit.every_second.velocities[i] : orbit.every_second.values[i];
-      for (int j = 0; j < column.Length(); ++j) {
-        const double value = column[column.First() + j];
-        const auto k = static_cast<std::size_t>(j / 2);
-        if (j % 2 == 0) {
-          kept.push_back(value);
-        } else if (!is_velocity && k < orbit.left_out.size()) {
-          Vector& v = orbit.left_out[k];
-          (i == 0 ? v.x : i == 1 ? v.y : v.z) = value;
-        }
-      }
-    }
+    orbit.values[i] = column(std::string("orbit_pos_") + "xyz"[i]);
+    orbit.velocities[i] = column(std::string("orbit_vel_") + "xyz"[i]);
+  }
+  return orbit;
+}
+
+OrbitPool EverySecond(OrbitPool orbit) {
+  const auto thin_out = [](auto& column) {
+    for (std::size_t j = 1; j < column.size(); ++j)
+      column.erase(column.begin() + static_cast<std::ptrdiff_t>(j));
+  };
+  thin_out(orbit.times);
+  for (std::size_t i = 0; i < 3; ++i) {
+    thin_out(orbit.values[i]);
+    thin_out(orbit.velocities[i]);
   }
   return orbit;
 }
@@ -79,8 +72,8 @@ TEST(Accuracy, LeftOutVectors) {
       for (const AccuracyRow& row : kAccuracy) {
         SCOPED_TRACE(std::string(scene) + " " + number + " " + row.interpolation);
         const ScopedLog quiet(LOG::Level::kSilent);
-        SceneOrbit orbit = ReadScene(scene);
-        OrbitPool& pool = orbit.every_second;
+        const OrbitPool orbit = ReadScene(scene);
+        OrbitPool pool = EverySecond(orbit);
         pool.representation = std::string("orbit_pool_") + number + "_utc";
         pool.interpolation = row.interpolation;
         if (std::string_view(row.interpolation) == "everett_6" &&
@@ -91,10 +84,11 @@ TEST(Accuracy, LeftOutVectors) {
         }
         const Orbit read = pool.Read();
         std::vector<double> errors_m;
-        for (std::size_t k = 0; k < orbit.left_out.size(); ++k) {
+        for (std::size_t k = 1; k + 1 < orbit.times.size(); k += 2) {  // between the samples
+          const auto& xyz = orbit.values;
           Vector position;
-          read.Position(quellmark::time::ScanUtc(orbit.left_out_times[k]), position);
-          errors_m.push_back(Length(position - orbit.left_out[k]));
+          read.Position(quellmark::time::ScanUtc(orbit.times[k]), position);
+          errors_m.push_back(Length(position - Vector{xyz[0][k], xyz[1][k], xyz[2][k]}));
         }
         const double middle_m = errors_m[errors_m.size() / 2];
         EXPECT_LT(middle_m, row.middle_m + (std::string_view(number) == "float" ? 6.0 : 0.0));
