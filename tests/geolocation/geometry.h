@@ -77,24 +77,14 @@ inline Geometry MakeGeometry(double longitude, double latitude, double altitude,
   return g;
 }
 
-/// A sensor that looks right towards the bearing [rad] and sees geocentric longitude and latitude
-/// [rad] at about that incidence [rad].
+/// A sensor that looks right towards the bearing [rad] and sees, to some tenths of a degree, the
+/// longitude and latitude [rad] at that incidence [rad].
 inline Geometry MakeGeometryTowards(double longitude, double latitude, double bearing,
                                     double incidence) {
-  constexpr double kEarthRadius_m = 6371e3;
-  constexpr double kSensorRadius_m = 7071e3;
-  const LocalAxes axes(longitude, latitude);
-  const double look = std::asin(kEarthRadius_m / kSensorRadius_m * std::sin(incidence));
-  const double centre_angle = incidence - look;
-  const VECTOR_3D<double> back = -std::cos(bearing) * axes.north - std::sin(bearing) * axes.east;
-  const VECTOR_3D<double> up = std::cos(centre_angle) * axes.up + std::sin(centre_angle) * back;
-  Geometry g;
-  g.sat_pos = kSensorRadius_m * up;
-  g.sat_vel = 7500.0 / std::sin(centre_angle) * Cross(up, axes.up);
-  const double earth_radius =
-      1.0 / std::hypot(std::cos(latitude) / g.requator, std::sin(latitude) / g.rpole);
-  g.fast_time = 2.0 * Length(earth_radius * axes.up - g.sat_pos) / kSpeedOfLight;
-  return g;
+  const double centre_angle = incidence - std::asin(6371e3 / 7071e3 * std::sin(incidence));
+  return MakeGeometry(longitude - centre_angle * std::sin(bearing) / std::cos(latitude),
+                      latitude - centre_angle * std::cos(bearing), 700e3, bearing - 90.0 * kDegree,
+                      incidence);
 }
 
 /// Low orbits over all places and headings, incidence 5 to 85 degrees, both look sides; half of
@@ -121,35 +111,5 @@ class RandomGeometries {
  private:
   std::mt19937_64 random_;
 };
-
-/// How far `point` is from the truth next to it [m]: range, Doppler and ellipsoid equation solved
-/// by Newton's method in the widest type.
-inline VECTOR_3D<double> ErrorOf(const VECTOR_3D<double>& point, const Geometry& g) {
-  using Wide = VECTOR_3D<long double>;
-  const auto wide = [](double number) { return static_cast<long double>(number); };
-  const auto widen = [&](const VECTOR_3D<double>& v) {
-    return Wide{wide(v.x), wide(v.y), wide(v.z)};
-  };
-  const Wide s = widen(g.sat_pos);
-  const Wide v = widen(g.sat_vel);
-  const long double a = wide(g.requator) + wide(g.height);
-  const long double b = wide(g.rpole) + wide(g.height);
-  const long double range = wide(g.fast_time) * wide(kSpeedOfLight) / 2;
-  Wide truth = widen(point);
-  for (int i = 0; i < 4; ++i) {
-    const Wide x = truth - s;
-    const Wide normal{truth.x / a, truth.y / a, truth.z * a / (b * b)};
-    // The three residuals in metres, and their gradients.
-    const long double f1 = (Dot(x, x) - range * range) / (2 * range);
-    const long double f2 = (Dot(x, v) - range * wide(g.doppler)) / Length(v);
-    const long double f3 = (Dot(normal, truth) - a) / 2;
-    const Wide g1 = (1 / range) * x;
-    const Wide g2 = (1 / Length(v)) * v;
-    const Wide step = f1 * Cross(g2, normal) + f2 * Cross(normal, g1) + f3 * Cross(g1, g2);
-    truth = truth - (1 / Dot(g1, Cross(g2, normal))) * step;
-  }
-  const Wide error = widen(point) - truth;
-  return {static_cast<double>(error.x), static_cast<double>(error.y), static_cast<double>(error.z)};
-}
 
 }  // namespace quellmark::test
