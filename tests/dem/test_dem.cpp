@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
-#include <sstream>
+#include <regex>
 
 namespace quellmark::test {
 
@@ -96,29 +96,27 @@ std::string TileBytes(const TestDem& dem, const TestTile& tile,
 }
 
 std::string DescriptorText(const TestDem& dem) {
-  std::ostringstream text;
-  text.precision(17);
-  text << "dem_files INT_16 " << dem.tiles.size() << "\n";
-  for (std::size_t k = 0; k < dem.tiles.size(); ++k) {
-    text << "dem_fname" << k << " STR \"tile" << k << ".srf\"\n";
-  }
+  const auto corners = [&](const char* key, int TestTile::*x, int TestTile::*y) {
+    // The first index of a corner vector is anything: here 3.
+    std::string text = key + (" INT_32_INT_32_V 3 " + std::to_string(dem.tiles.size())) + "\n  {\n";
+    for (const TestTile& tile : dem.tiles) {
+      text += "    " + std::to_string(tile.*x) + "\t" + std::to_string(tile.*y) + "\n";
+    }
+    return text + "  }\n";
+  };
   const auto boolean = [](bool value) { return value ? " BOL TRUE\n" : " BOL FALSE\n"; };
-  text << "dem_type INT_16 2\n"
-       << "dem_header" << boolean(true) << "dem_value_type INT_16 " << dem.value_type << "\n"
-       << "dem_line_wise" << boolean(dem.line_wise) << "dem_record_header INT_32 "
-       << dem.record_header << "\n"
-       << "dem_y_origin_north" << boolean(dem.north_first) << "dem_tile_annotation STR \""
-       << dem.annotation << "\"\n"
-       << "dem_special_coding INT_32 " << kMissing << "\n"
-       << "dem_lon_res FLT_15 " << dem.resolution_arcsec << "\n"
-       << "dem_lat_res FLT_15 " << dem.resolution_arcsec << "\n";
-  // The first index of a corner vector is anything: here 3.
-  text << "dem_upper_left INT_32_INT_32_V 3 " << dem.tiles.size() << "\n  {\n";
-  for (const TestTile& tile : dem.tiles) text << "    " << tile.west << "\t" << tile.north << "\n";
-  text << "  }\ndem_lower_right INT_32_INT_32_V 3 " << dem.tiles.size() << "\n  {\n";
-  for (const TestTile& tile : dem.tiles) text << "    " << tile.east << "\t" << tile.south << "\n";
-  text << "  }\n";
-  return text.str();
+  const std::string resolution = " FLT_15 " + std::to_string(dem.resolution_arcsec) + "\n";
+  std::string text = "dem_files INT_16 " + std::to_string(dem.tiles.size()) + "\n";
+  for (std::size_t k = 0; k < dem.tiles.size(); ++k) {
+    text += "dem_fname" + std::to_string(k) + " STR \"tile" + std::to_string(k) + ".srf\"\n";
+  }
+  return text + "dem_type INT_16 2\ndem_header BOL TRUE\ndem_value_type INT_16 " +
+         std::to_string(dem.value_type) + "\ndem_line_wise" + boolean(dem.line_wise) +
+         "dem_record_header INT_32 " + std::to_string(dem.record_header) + "\ndem_y_origin_north" +
+         boolean(dem.north_first) + "dem_tile_annotation STR \"" + dem.annotation +
+         "\"\ndem_special_coding INT_32 -32767\ndem_lon_res" + resolution + "dem_lat_res" +
+         resolution + corners("dem_upper_left", &TestTile::west, &TestTile::north) +
+         corners("dem_lower_right", &TestTile::east, &TestTile::south);
 }
 
 std::string WriteDem(const TempDir& directory, const TestDem& dem,
@@ -132,19 +130,8 @@ std::string WriteDem(const TempDir& directory, const TestDem& dem,
 }
 
 std::string WithLine(const std::string& text, const std::string& key, const std::string& line) {
-  std::istringstream lines(text);
-  std::string result;
-  bool in_body = false;
-  for (std::string each; std::getline(lines, each);) {
-    if (each.starts_with(key + " ")) {
-      if (!line.empty()) result += line + "\n";
-      in_body = true;
-      continue;
-    }
-    in_body = in_body && each.starts_with(' ');
-    if (!in_body) result += each + "\n";
-  }
-  return result;
+  const std::regex entry(key + " [^\n]*\n( [^\n]*\n)*");
+  return std::regex_replace(text, entry, line.empty() ? "" : line + "\n");
 }
 
 }  // namespace quellmark::test
