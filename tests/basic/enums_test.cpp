@@ -93,21 +93,20 @@ TEST(Enumerations, TellWhatTheyRefused) {
 
 TEST(Enumerations, CompareOnlyWithTheirOwnClass) {
   const SAR::Azimuth azimuth("start");
-  const SAR::Range range("near");
+  const ENUM_BASE& base = azimuth;
   EXPECT_EQ(azimuth, SAR::Azimuth("first"));
   EXPECT_NE(azimuth, SAR::Azimuth("stop"));
-  EXPECT_THROW(static_cast<void>(static_cast<const ENUM_BASE&>(azimuth) == range),
+  EXPECT_THROW(static_cast<void>(base == SAR::Range("near")),
                BASIC::TYPES::ERROR_ENUM_BASE_TYPE_MISMATCH);
 }
 
 TEST(Enumerations, AllPairsOfPolarizationsMakeAType) {
-  for (const char* transmit : {"V", "H"}) {
-    for (const char* receive : {"V", "H"}) {
-      const SAR::TxRxType pair{SAR::PolarizationType(transmit), SAR::PolarizationType(receive)};
-      EXPECT_EQ(pair.Text(), std::string(transmit) + receive);
-      EXPECT_EQ(pair.Transmit().Text(), transmit);
-      EXPECT_EQ(pair.Receive().Text(), receive);
-    }
+  for (const std::string pair : {"VV", "VH", "HV", "HH"}) {
+    const SAR::PolarizationType transmit(pair.substr(0, 1)), receive(pair.substr(1));
+    const SAR::TxRxType type(transmit, receive);
+    EXPECT_EQ(type.Text(), pair);
+    EXPECT_EQ(type.Transmit(), transmit);
+    EXPECT_EQ(type.Receive(), receive);
   }
   EXPECT_FAILS((SAR::TxRxType{SAR::PolarizationType("V"), SAR::PolarizationType()}),
                BASIC::TYPES::ERROR_ENUM_BASE,
@@ -115,18 +114,17 @@ TEST(Enumerations, AllPairsOfPolarizationsMakeAType) {
 }
 
 TEST(Enumerations, ImageDirectionsLieAtOrthogonalEdges) {
-  const SAR::ImageDirection direction(SAR::Edge("LEFT"), SAR::Edge("TOP"));
-  EXPECT_EQ(direction.EdgeOf(SAR::Range("near")).Text(), "LEFT");
-  EXPECT_EQ(direction.EdgeOf(SAR::Range("far")).Text(), "RIGHT");
-  EXPECT_EQ(direction.EdgeOf(SAR::Azimuth("start")).Text(), "TOP");
-  EXPECT_EQ(direction.EdgeOf(SAR::Azimuth("stop")).Text(), "BOTTOM");
-  EXPECT_FAILS(direction.EdgeOf(SAR::Range("mid")), BASIC::TYPES::ERROR_ENUM_BASE,
-               "mid range is at no edge\n");
-  EXPECT_FAILS(direction.EdgeOf(SAR::Azimuth("center")), BASIC::TYPES::ERROR_ENUM_BASE,
-               "mid azimuth is at no edge\n");
-  for (const char* azimuth : {"LEFT", "RIGHT"}) {
-    EXPECT_FAILS((SAR::ImageDirection{SAR::Edge("RIGHT"), SAR::Edge(azimuth)}),
-                 BASIC::TYPES::ERROR_ENUM_BASE,
+  const SAR::Edge top("TOP"), right("RIGHT"), bottom("BOTTOM"), left("LEFT");
+  const SAR::ImageDirection direction(left, top);
+  EXPECT_EQ(direction.EdgeOf(SAR::Range("near")), left);
+  EXPECT_EQ(direction.EdgeOf(SAR::Range("far")), right);
+  EXPECT_EQ(direction.EdgeOf(SAR::Azimuth("start")), top);
+  EXPECT_EQ(direction.EdgeOf(SAR::Azimuth("stop")), bottom);
+  using Error = BASIC::TYPES::ERROR_ENUM_BASE;
+  EXPECT_FAILS(direction.EdgeOf(SAR::Range("mid")), Error, "mid range is at no edge\n");
+  EXPECT_FAILS(direction.EdgeOf(SAR::Azimuth("center")), Error, "mid azimuth is at no edge\n");
+  for (const SAR::Edge& azimuth : {left, right}) {
+    EXPECT_FAILS((SAR::ImageDirection{right, azimuth}), Error,
                  "range and azimuth should be at orthogonal edges\n");
   }
 }
@@ -138,7 +136,6 @@ TEST(Enumerations, AzimuthsAreASet) {
   EXPECT_EQ(set.Count(), 1U);
   EXPECT_TRUE(set.Contains(SAR::Azimuth("center")));
   EXPECT_FALSE(set.Contains(SAR::Azimuth("start")));
-  EXPECT_FALSE(set.Contains(SAR::Azimuth()));
   EXPECT_THROW(set.Insert(SAR::Azimuth()), BASIC::TYPES::ERROR_ENUM_BASE_INVALID_ID);
 }
 

@@ -1,5 +1,6 @@
 #include "basic/string.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <limits>
@@ -10,22 +11,14 @@
 
 namespace {
 
-template <class Action>
-void ExpectSubscriptError(Action action) {
-  try {
-    action();
-    ADD_FAILURE() << "nothing thrown";
-  } catch (const std::out_of_range& error) {
-    EXPECT_STREQ(error.what(), "subscript greater than string length");
-  }
-}
-
 TEST(String, HasNothingToShowBeyondItsLength) {
   const STRING text("ab");
   EXPECT_STREQ(text.Text(), "ab");
   EXPECT_EQ(text[1], 'b');
-  ExpectSubscriptError([&] { static_cast<void>(text[2]); });
-  ExpectSubscriptError([] { static_cast<void>(STRING().Text()); });
+  const auto refused =
+      testing::ThrowsMessage<std::out_of_range>("subscript greater than string length");
+  EXPECT_THAT([&] { static_cast<void>(text[2]); }, refused);
+  EXPECT_THAT([] { static_cast<void>(STRING().Text()); }, refused);
 }
 
 TEST(String, TellsThatMemoryIsShort) {
