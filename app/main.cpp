@@ -8,10 +8,10 @@ int main(int argc, char** argv) {
   CONTROLLER_IFC controller;
   try {
     quellmark::app::RunPass(controller, argc, argv);
+    controller.SuccessExit();
   } catch (...) {
     // The one place where an exception's flight ends.
     quellmark::app::LogFailure(controller);
     controller.FailureExit();
   }
-  controller.SuccessExit();
 }
