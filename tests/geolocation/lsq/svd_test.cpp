@@ -87,7 +87,8 @@ TYPED_TEST(Decomposition, HoldsForAllShapes) {
   const double far = sizeof(T) == sizeof(double) ? 1e290 : 1e35;
   for (const double scale : {far, 1.0 / far}) {
     const MATRIX<T> a = Random<T>(9, 6);
-    ExpectDecomposed(Filled<T>(9, 6, [&](int i, int j) { return scale * double{a(i, j)}; }));
+    ExpectDecomposed(
+        Filled<T>(9, 6, [&](int i, int j) { return scale * static_cast<double>(a(i, j)); }));
   }
   // A zero on the diagonal of the bidiagonal form takes a path of its own.
   ExpectDecomposed(Filled<T>(5, 5, [](int i, int j) { return j == i + 1 ? i : 0; }));
