@@ -52,12 +52,17 @@ FunctionDem Flat(double height_m) {
   return FunctionDem([height_m](double, double) { return height_m; });
 }
 
-Located LocateFast(GEOLOCATION_DEM_WORKSPACE& workspace, DEM_DOCUMENT& dem, const Geometry& g,
-                   std::uint8_t degree = kDegreeOfCurve) {
-  Located l;
+void LocateInto(Located& l, GEOLOCATION_DEM_WORKSPACE& workspace, DEM_DOCUMENT& dem,
+                const Geometry& g, std::uint8_t degree = kDegreeOfCurve) {
   geolocation_fast(workspace, dem, g.sat_pos, g.sat_vel, l.ground, l.heading, l.latitude,
                    l.longitude, l.incidence, l.height, degree, g.look, g.rpole, g.requator,
                    g.fast_time, g.doppler);
+}
+
+Located LocateFast(GEOLOCATION_DEM_WORKSPACE& workspace, DEM_DOCUMENT& dem, const Geometry& g,
+                   std::uint8_t degree = kDegreeOfCurve) {
+  Located l;
+  LocateInto(l, workspace, dem, g, degree);
   return l;
 }
 
@@ -178,8 +183,9 @@ TEST(GeolocationDem, NoSignChange) {
     SCOPED_TRACE(height);
     FunctionDem dem = Flat(height);
     Located untouched;
-    const std::string log =
-        LogOfThrownText("geolocation_fast" + kNoBracket, [&] { untouched = LocateFast(dem, g); });
+    GEOLOCATION_DEM_WORKSPACE workspace;
+    const std::string log = LogOfThrownText("geolocation_fast" + kNoBracket,
+                                            [&] { LocateInto(untouched, workspace, dem, g); });
     EXPECT_EQ(untouched, Located());
     EXPECT_THAT(log, HasSubstr("\nINFO  : geolocation_fast was called with look_dir=1, DEM, "
                                "fast_time=0.00"));
