@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -13,7 +14,6 @@ namespace quellmark::test {
 namespace {
 
 using testing::EndsWith;
-using testing::HasSubstr;
 
 constexpr const char* kScene = "s1a_iw1_slc_quebec";
 constexpr const char* kTerminated = "KVT_MSG|ERROR|quellmark terminated with error!\n";

@@ -1,7 +1,6 @@
 // The real scenes against what somebody else computed for them.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <numbers>
