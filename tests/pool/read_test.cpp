@@ -42,24 +42,17 @@ PoolValue<kType> ReadK(const std::string& value) {
 }
 
 // What a failing read throws (its message) and says behind the key.
-struct Failure {
-  std::string thrown = "nothing";
-  std::string said;
-};
-
-Failure FailureOf(const std::string& text, ValueType type) {
+Row FailureOf(const std::string& text, ValueType type) {
   TextPool pool(text);
   ScopedLog log;
-  Failure failure;
   try {
     static_cast<void>(quellmark::test::ReadAny(pool, type, "k"));
   } catch (const ERROR_EXCEPTION& error) {
-    failure.thrown = error.Message();
+    const std::string prefix = "ALARM : parameter pool: parameter key >> k";
+    const std::string said = log.Text();
+    return {error.Message(), said.substr(said.starts_with(prefix) ? prefix.size() : 0)};
   }
-  const std::string prefix = "ALARM : parameter pool: parameter key >> k";
-  failure.said = log.Text();
-  if (failure.said.starts_with(prefix)) failure.said.erase(0, prefix.size());
-  return failure;
+  return {"nothing"};
 }
 
 // The messages stand in the table a second time on purpose: other programs match them.
@@ -72,10 +65,8 @@ TEST(PoolRead, Failures) {
       continue;
     }
     SCOPED_TRACE(row[0] + " " + row[1]);
-    const Failure failure =
-        FailureOf("k " + row[0] + " " + row[1], quellmark::pool::TypeFromName(row[0]));
-    EXPECT_EQ(failure.thrown, thrown);
-    EXPECT_EQ(failure.said, row[2]);
+    const ValueType type = quellmark::pool::TypeFromName(row[0]);
+    EXPECT_EQ(FailureOf("k " + row[0] + " " + row[1], type), (Row{thrown, row[2]}));
     ++count;
   }
   EXPECT_GT(count, 70);
@@ -84,10 +75,7 @@ TEST(PoolRead, Failures) {
 TEST(PoolRead, KeysAndTypes) {
   const auto check = [](const std::string& text, ValueType type, const ERROR_EXCEPTION& error,
                         const std::string& said) {
-    SCOPED_TRACE(text);
-    const Failure failure = FailureOf(text, type);
-    EXPECT_EQ(failure.thrown, error.Message());
-    EXPECT_EQ(failure.said, said);
+    EXPECT_EQ(FailureOf(text, type), (Row{error.Message(), said})) << text;
   };
   for (const char* invisible : {"", "kk INT_32 1\n", "K INT_32 1\n", " k INT_32 1\n",
                                 "\tk INT_32 1", "#k INT_32 1\n", "\"k\" INT_32 1\n"}) {
@@ -119,7 +107,6 @@ TEST(PoolRead, AcceptedValues) {
   using enum ValueType;
   EXPECT_TRUE(ReadK<kBol>("TRUE "));
   EXPECT_EQ(ReadK<kByt>("+255"), 255);
-  EXPECT_EQ(ReadK<kInt8>("-128"), -128);
   EXPECT_EQ(ReadK<kInt32>("1-2"), 1) << "the conversion takes the longest prefix";
   EXPECT_EQ(ReadK<kInt32>("99999999999"), std::numeric_limits<int>::max());
   EXPECT_EQ(ReadK<kInt64>("-99999999999999999999"), std::numeric_limits<long long>::min());
@@ -128,7 +115,6 @@ TEST(PoolRead, AcceptedValues) {
   EXPECT_EQ(ReadK<kFlt15>("1e-999"), 0.0);
   EXPECT_EQ(ReadK<kFlt6>("3.4028234663852886e38"), std::numeric_limits<float>::max());
   EXPECT_EQ(ReadK<kCpl6>("\t1\t-2 x"), (COMPLEX<float>{1.0F, -2.0F}));
-  EXPECT_EQ(ReadK<kIdxFlt15>("3 0.25"), (INDEX<int, double>(3, 0.25)));
   EXPECT_EQ(ReadK<kStr>("\"a \\\"b\\\" \\\\ \\n\"tail"), "a \"b\" \\ \\n");
   EXPECT_EQ(ReadK<kStrStr>("\"\"\t\"# \""), TUPLE<STRING>("", "# "));
   const ARRAY<int> vector = ReadK<kInt32V>("-1 2 rest\n{\n7 tail\n8\nany token closes");
