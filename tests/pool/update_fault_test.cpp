@@ -61,7 +61,12 @@ class Scene {
       PARAMETER_POOL_READ_WRITE_CHANGE pool(path_);
       pool.Set<ValueType::kInt32>("last", 2);
       before();
-      pool.Update();
+      try {
+        pool.Update();
+      } catch (...) {
+        if (!pool.IsOpen()) LogLine(LOG::Level::kAlarm, "closed\n");
+        throw;
+      }
       status = 0;
     } catch (const ERROR_EXCEPTION& error) {
       LogLine(LOG::Level::kAlarm, error.Message(), "\n");
@@ -270,6 +275,9 @@ TEST_F(UpdateFaults, FailingAtEveryCall) {
       } else if (++thrown[scene.Thrown()]; scene.Thrown() != ERROR_PARAMETER_POOL().Message()) {
         EXPECT_TRUE(scene.Pool() == old_) << scene.Thrown();
       }
+      // Another update would take what is left of the pool for the whole.
+      EXPECT_EQ(scene.Log().find("closed\n") != std::string::npos,
+                !run.Succeeded() && scene.Pool() != old_);
       for (const auto& [name, content] : scene.Copies()) {
         EXPECT_THAT(scene.Log(), ::testing::HasSubstr(name));
       }
