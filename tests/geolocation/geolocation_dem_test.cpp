@@ -91,11 +91,11 @@ Located LocateAtHeight(Geometry g, double height) {
   return Locate(g);
 }
 
-// Hills of 200 m to 2200 m between 8.5 and 10.5 degrees east, 44.5 and 46.5 degrees north.
+// Hills of 200 m to 2200 m between 9 and 10 degrees east, 45 and 46 degrees north.
 SRF_DOCUMENT OpenHills(const TempDir& directory, bool fast) {
   const TestDem hills{
-      .tiles = {{5100, 27900, 6300, 26700}}, .resolution_arcsec = 6.0, .terrain = [](int x, int y) {
-        return static_cast<int>(1200.0 + 1000.0 * std::sin(x * 0.026) * std::cos(y * 0.034));
+      .tiles = {{10800, 55200, 12000, 54000}}, .terrain = [](int x, int y) {
+        return static_cast<int>(1200.0 + 1000.0 * std::sin(x * 0.013) * std::cos(y * 0.017));
       }};
   return SRF_DOCUMENT(DEM_DESCRIPTOR::ReadFromFile(WriteDem(directory, hills)), fast);
 }
@@ -121,7 +121,7 @@ TEST(GeolocationDem, PointsLieOnTheHills) {
     SCOPED_TRACE(i);
     Geometry g = MakeGeometryTowards(random.Uniform(9.4, 9.6) * kDegree,
                                      random.Uniform(45.2, 45.4) * kDegree,
-                                     random.Uniform(-3.1, 3.1), random.Uniform(25, 45) * kDegree);
+                                     random.Uniform(-3.1, 3.1), random.Uniform(25, 60) * kDegree);
     g.doppler = random.Uniform(-20.0, 20.0);
     const std::size_t before = AllocationCount();
     const Located located = LocateFast(workspace, dem, g);
@@ -193,7 +193,7 @@ TEST(GeolocationDem, NoSignChange) {
     EXPECT_THAT(log, HasSubstr(") sat_vel=("));
     // As converted back from the points: not quite -500 and 9000.
     EXPECT_THAT(log, HasSubstr("\nINFO  : height range was -499.999,8999.99 with height errors "));
-    EXPECT_THAT(log, HasSubstr("\nINFO  : DEM height at lat=45.3757 lon=9.4779 is "));
+    EXPECT_THAT(log, HasSubstr("\nINFO  : DEM height at lat=45.5332 lon=9.65052 is "));
     EXPECT_EQ(log.find("\nWARN  : Invalid DEM height/value -32767m occurred at latitude 0.79") !=
                   std::string::npos,
               height == -32767.0);

@@ -77,14 +77,24 @@ inline Geometry MakeGeometry(double longitude, double latitude, double altitude,
   return g;
 }
 
-/// A sensor that looks right towards the bearing [rad] and sees, to some tenths of a degree, the
-/// longitude and latitude [rad] at that incidence [rad].
+/// A sensor that looks right towards the bearing [rad] and sees geocentric longitude and latitude
+/// [rad] at about that incidence [rad].
 inline Geometry MakeGeometryTowards(double longitude, double latitude, double bearing,
                                     double incidence) {
-  const double centre_angle = incidence - std::asin(6371e3 / 7071e3 * std::sin(incidence));
-  return MakeGeometry(longitude - centre_angle * std::sin(bearing) / std::cos(latitude),
-                      latitude - centre_angle * std::cos(bearing), 700e3, bearing - 90.0 * kDegree,
-                      incidence);
+  constexpr double kEarthRadius_m = 6371e3;
+  constexpr double kSensorRadius_m = 7071e3;
+  const LocalAxes axes(longitude, latitude);
+  const double look = std::asin(kEarthRadius_m / kSensorRadius_m * std::sin(incidence));
+  const double centre_angle = incidence - look;
+  const VECTOR_3D<double> back = -std::cos(bearing) * axes.north - std::sin(bearing) * axes.east;
+  const VECTOR_3D<double> up = std::cos(centre_angle) * axes.up + std::sin(centre_angle) * back;
+  Geometry g;
+  g.sat_pos = kSensorRadius_m * up;
+  g.sat_vel = 7500.0 / std::sin(centre_angle) * Cross(up, axes.up);
+  const double earth_radius =
+      1.0 / std::hypot(std::cos(latitude) / g.requator, std::sin(latitude) / g.rpole);
+  g.fast_time = 2.0 * Length(earth_radius * axes.up - g.sat_pos) / kSpeedOfLight;
+  return g;
 }
 
 /// Low orbits over all places and headings, incidence 5 to 85 degrees, both look sides; half of
