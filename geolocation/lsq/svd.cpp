@@ -36,7 +36,7 @@ class Decomposition {
     for (int k = n_; k >= 1; --k) {
       if (!Diagonalise(k)) return false;
     }
-    for (int k = 1; exponent_ != 0 && k <= n_; ++k) w_[k] = std::scalbn(w_[k], exponent_);
+    for (int k = 1; k <= n_; ++k) w_[k] = std::scalbn(w_[k], exponent_);
     return true;
   }
 

@@ -42,9 +42,8 @@ double DistanceFromIdentity(const QuadMatrix& a) {
 }
 
 // U diag(w) V^T against the matrix, and V^T V and U^T U against the identity: w then are the
-// singular values. What is summed up
-// from the m + n reflections and the rotations is a small multiple of epsilon; observed are up to
-// 0.4 of the bound.
+// singular values. What is summed up from the m + n reflections and the rotations is a small
+// multiple of epsilon; observed are up to 0.4 of the bound.
 template <class T>
 void ExpectDecomposed(const MATRIX<T>& a) {
   const int m = a.Rows().Length();
