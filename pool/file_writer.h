@@ -15,7 +15,7 @@ class FileWriter {
   FileWriter& operator=(const FileWriter&) = delete;
 
   void Write(std::string_view bytes);
-  /// Writes what is collected; nothing is written without it. False after an error.
+  /// Writes what is still collected. False after an error.
   bool Flush();
 
   /// errno of the write that failed, or 0.

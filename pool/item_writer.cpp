@@ -259,6 +259,7 @@ void WriteItem(const PARAMETER_POOL_ITEM& item, FileWriter& out) {
   };
   std::visit(EntryWriter(item, write), item.value);
   out.Write("\n");
+  out.Flush();
 }
 
 }  // namespace quellmark::pool

@@ -12,7 +12,8 @@ namespace quellmark::pool {
 /// than kKeyLimit (PARAMETER_KEY_TOO_LONG); a value of no type (WRONG_PARAMETER_TYPE).
 void CheckItem(const PARAMETER_POOL_ITEM& item);
 
-/// Writes the comments and the entry in the layout that all pool files have.
+/// Writes the comments and the entry in the layout that all pool files have, and flushes them. A
+/// failure stays in out.Error().
 void WriteItem(const PARAMETER_POOL_ITEM& item, FileWriter& out);
 
 }  // namespace quellmark::pool
