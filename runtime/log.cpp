@@ -323,6 +323,8 @@ LOG& CreateLog() {
   // From now on the layer below reports here.
   static_cast<void>(
       basic::SetAlarmSink([](std::string_view line) { LogLine(LogLevel::kAlarm, line); }));
+  // A line that is still open when the process exits is not lost.
+  static_cast<void>(std::atexit([] { Log().EndLine(); }));
   return *new LOG;
 }
 
