@@ -8,6 +8,7 @@
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <span>
 
 #include "basic/errors.h"
 #include "basic/unique_fd.h"
@@ -109,13 +110,18 @@ unsigned InputSeconds() {
   return valid ? seconds : kDefaultInputSeconds;
 }
 
-// SIGALRM ends the process whatever disposition and mask were inherited.
+// Lets signals arrive that the starter may have left blocked.
+void Unblock(std::span<const int> numbers) {
+  sigset_t signals;
+  sigemptyset(&signals);
+  for (const int number : numbers) sigaddset(&signals, number);
+  static_cast<void>(::pthread_sigmask(SIG_UNBLOCK, &signals, nullptr));
+}
+
+// SIGALRM ends the process whatever disposition was inherited.
 void LetAlarmEndTheProcess() {
   static_cast<void>(std::signal(SIGALRM, SIG_DFL));
-  sigset_t alarm;
-  sigemptyset(&alarm);
-  sigaddset(&alarm, SIGALRM);
-  static_cast<void>(::pthread_sigmask(SIG_UNBLOCK, &alarm, nullptr));
+  Unblock(std::array{SIGALRM});
 }
 
 bool IsBlank(int c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
@@ -168,6 +174,7 @@ void CONTROLLER_IFC::init(int argc, char** argv, int message_mode) {
   InstallSignalHandler();
   FindProcessName();
   FindStatusFiles();
+  Unblock(quellmark::runtime::kFatalSignals);  // now that the handler knows all it writes
   OpenConfigurationFile();
   MoveLog();
   SetThresholds();
@@ -273,11 +280,13 @@ void CONTROLLER_IFC::OpenConfigurationFile() {
 }
 
 void CONTROLLER_IFC::MoveLog() {
+  // "pid" is looked up anew: one in the configuration file, which came too late to name the
+  // process, still decides for a named log.
   std::string path;
   PathBuffer log_file;
   if (GetOptionalParameter("lfn", path)) {
     if (!log_file.Assign({path})) FailTooLong("parameter lfn");
-  } else if (pid_given_ || Log().FilePath().empty()) {
+  } else if (HasParameter("pid") || Log().FilePath().empty()) {
     if (!log_file.Assign({"log.", process_name_.View()})) FailTooLong(NameSource());
   } else {
     path = Log().FilePath();
