@@ -146,7 +146,7 @@ TEST(Controller, StartUpReportsNamesAndLeavesError) {
                 "TRACE : quellmark : binary name is quellmark\n"
                 "DEBUG : quellmark : Found parameter in argument list status = st\n"
                 "TRACE : quellmark : status path is [st/]\n" +
-                not_found("pcf") + not_found("lfn") +
+                not_found("pcf") + not_found("lfn") + not_found("pid") +
                 "WARN  : quellmark : Configuration file pcf.quellmark does not exist!\n" +
                 not_found("lfl") + not_found("lsl"));
   EXPECT_EQ(ReadFile(directory / "st/ERROR.quellmark"), "1");
@@ -183,9 +183,13 @@ TEST(Controller, ExitsLeaveTheirStatusFile) {
     const TempDir directory;
     WriteFile(directory / "OK.quellmark", "0 of an older run");
     WriteFile(directory / "ERROR.quellmark", "1 of an older run");
-    Child child(directory.Path(), Step({"-lfn", "log"}, end));
+    Child child(directory.Path(), Step({"-lfn", "log"}, [end = end](Controller& controller) {
+                  Log().Start(LogLevel::kInfo) << "open line";
+                  return end(controller);
+                }));
     EXPECT_EQ(child.Wait().exit_status, exit_status);
     EXPECT_EQ(StatusFiles(directory), files);
+    EXPECT_THAT(ReadFile(directory / "log"), EndsWith(" : open line\n"));
   }
 }
 
@@ -205,10 +209,11 @@ TEST(Controller, StopFileEndsTheStepBeforeItStarts) {
 
 TEST(Controller, StatusFilesThatCanNotBeMadeAreReportedAndIgnored) {
   const TempDir directory;
-  Child child(directory.Path(), Step({"-lfn", "log", "-status", "no"},
-                                     [](CONTROLLER_IFC& c) -> int { c.SuccessExit(); }));
+  WriteFile(directory / "pcf.quellmark", "pid too_late_for_any_name_but_names_the_log\n");
+  Child child(directory.Path(),
+              Step({"-status", "no"}, [](CONTROLLER_IFC& c) -> int { c.SuccessExit(); }));
   EXPECT_EQ(child.Wait().exit_status, 0);
-  EXPECT_THAT(ReadFile(directory / "log"),
+  EXPECT_THAT(ReadFile(directory / "log.quellmark"),
               EndsWith("WARN  : quellmark : Can not create file no/ERROR.quellmark\n"
                        "WARN  : quellmark : Can not create file no/OK.quellmark\n"));
 }

@@ -87,7 +87,10 @@ TEST(FatalSignal, LeavesErrorLogAndMessageAtThePromptAndInProcessing) {
   for (const Fatal& signal : kFatal) {
     for (const bool at_prompt : {true, false}) {
       const TempDir directory;
-      Child child(directory.Path(), Step(kArguments, at_prompt ? Ask : Process));
+      Child child(directory.Path(), [step = Step(kArguments, at_prompt ? Ask : Process)] {
+        const SignalHold starters;  // who left them blocked
+        return step();
+      });
       child.WaitFor(at_prompt ? "A := " : "ready");
       ASSERT_EQ(::kill(child.Pid(), signal.number), 0);
       ExpectOrderlyEnd(directory, child.Wait(), signal);
