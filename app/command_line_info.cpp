@@ -1,6 +1,7 @@
 #include "app/command_line_info.h"
 
 #include <cstdio>
+#include <cstdlib>
 #include <string>
 #include <string_view>
 
@@ -32,27 +33,25 @@ constexpr std::string_view kUsage =
     "A parameter that is given nowhere is asked for at the terminal. See quellmark(1).\n";
 
 template <class... Texts>
-void Print(const Texts&... texts) {
+int Print(const Texts&... texts) {
   std::string answer;
   (answer.append(texts), ...);
-  std::fputs(answer.c_str(), stdout);
+  if (std::fputs(answer.c_str(), stdout) >= 0 && std::fflush(stdout) == 0) return EXIT_SUCCESS;
+  std::perror("quellmark: standard output");
+  return EXIT_FAILURE;
 }
 
 }  // namespace
 
-bool AnswerInfoRequest(int argc, const char* const* argv) {
-  if (argc != 2) return false;
+std::optional<int> AnswerInfoRequest(int argc, const char* const* argv) {
+  if (argc != 2) return std::nullopt;
   const std::string_view argument = argv[1];
   const VERSION_RECORD version = ProgramVersion();
   if (argument == "--help") {
-    Print(version.ProgramName(), " ", version.version, ": ", version.title, "\n\n", kUsage);
-    return true;
+    return Print(version.ProgramName(), " ", version.version, ": ", version.title, "\n\n", kUsage);
   }
-  if (argument == "--version") {
-    Print(version.full_version, "\n");
-    return true;
-  }
-  return false;
+  if (argument == "--version") return Print(version.full_version, "\n");
+  return std::nullopt;
 }
 
 }  // namespace quellmark::app

@@ -4,7 +4,7 @@
 #include "runtime/controller_ifc.h"
 
 int main(int argc, char** argv) {
-  if (quellmark::app::AnswerInfoRequest(argc, argv)) return 0;
+  if (const auto status = quellmark::app::AnswerInfoRequest(argc, argv)) return *status;
   CONTROLLER_IFC controller;
   try {
     quellmark::app::RunPass(controller, argc, argv);

@@ -237,6 +237,8 @@ TEST(Driver, InfoRequestsTouchNoFile) {
   const ProgramRun version = RunProgram(QM_PROGRAM, {"--version"}, directory.Path());
   EXPECT_EQ(version.exit_status, 0);
   EXPECT_EQ(version.output, std::string(kFullVersion) + "\n");
+  const std::string to_full_disk = QM_PROGRAM " --version >/dev/full";
+  EXPECT_EQ(RunProgram("/bin/sh", {"-c", to_full_disk}, directory.Path()).exit_status, 1);
   EXPECT_TRUE(std::filesystem::is_empty(directory.Path()));
 }
 
