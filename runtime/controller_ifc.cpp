@@ -373,6 +373,7 @@ void CONTROLLER_IFC::AskKeyboard(std::string_view name, std::string& value) {
   const bool found = ReadWord(value);
   ::alarm(0);
   if (!found) {
+    quellmark::runtime::WriteQuietly(STDOUT_FILENO, "\n");  // nobody has ended the prompt's line
     Fail<ERROR_PARAMETER>("no value for parameter ", name, ": the input has ended");
   }
   LogLine(LogLevel::kDebug, "Read from keyboard parameter ", name, " = ", value);

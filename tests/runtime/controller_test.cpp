@@ -296,7 +296,9 @@ TEST(Keyboard, EndOfInputIsAMissingParameter) {
       {"", kSocket, "A"}, {" \n", kSocket, "A"}, {"a\n", kSocket, "B"}, {"\004", kTerminal, "A"}};
   for (const auto& [input, streams, missing] : rows) {
     const TempDir directory;
-    EXPECT_EQ(AskTwice(directory, input, streams).exit_status, 1);
+    const ProgramRun run = AskTwice(directory, input, streams);
+    EXPECT_EQ(run.exit_status, 1);
+    EXPECT_THAT(run.output, EndsWith("\n")) << "the prompt's line stays open";
     EXPECT_EQ(StatusFiles(directory), "ERROR.quellmark=1 ");
     EXPECT_THAT(ReadFile(directory / "log"),
                 EndsWith("ALARM : quellmark : no value for parameter " + missing +
