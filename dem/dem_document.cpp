@@ -156,7 +156,7 @@ void DEM_DOCUMENT::PlaceTiles() {
                         .value_bytes = value_bytes_,
                         .record_header_bytes = descriptor_.record_header};
   // Check() has seen to it that only a single file goes without corners: it holds the whole grid.
-  const auto corner = [](const ARRAY<TUPLE<int>>& corners, int file, TUPLE<int> otherwise) {
+  const auto corner = [](const ARRAY<TUPLE<int>>& corners, int file, const TUPLE<int>& otherwise) {
     return corners.Length() == 0 ? otherwise : corners[corners.First() + file];
   };
   tiles_.reserve(static_cast<std::size_t>(descriptor_.FileCount()));
@@ -343,8 +343,8 @@ double DEM_DOCUMENT::InterpolateAroundMissing(const CellPoint& point,
     if (corners[corner] == missing_value_) continue;
     weight_sum += weights[corner];
     value_sum += weights[corner] * corners[corner];
-    const double to_east = static_cast<double>(corner % 2) - east;
-    const double to_north = static_cast<double>(corner / 2) - north;
+    const double to_east = (corner % 2 == 0 ? 0.0 : 1.0) - east;
+    const double to_north = (corner < 2 ? 0.0 : 1.0) - north;
     const double squared = to_east * to_east + to_north * to_north;
     if (squared < nearest_squared) {
       nearest_squared = squared;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <algorithm>
+#include <cstddef>
 #include <vector>
 
 #include "orbit/interpolation.h"
@@ -43,14 +44,13 @@ class EVERETT final : public quellmark::orbit::Evaluated<EVERETT<T>, T, POINT<T>
   void ForEachPiece(T first, T last, auto visit) const {
     const int highest = std::max(last_ - first_ - order_ / 2, 0);
     const int lowest = std::min(order_ / 2, highest);
-    const int count = last_ - first_ + 1;
     const auto node = [this](int i) { return x0_ + static_cast<T>(i) * h_; };
     for (int i = lowest; i <= highest; ++i) {
       quellmark::orbit::Piece<T> piece{
           i == lowest ? first : node(i), i == highest ? last : node(i + 1), {}, {node(i), h_}};
       for (int k = 0; k < rows_; ++k) {
-        const T* const left = &differences_[static_cast<std::size_t>(k * count + i)];
-        piece.c.insert(piece.c.end(), {left[0], i + 1 < count ? left[1] : T{0}});
+        const T* const left = Row(k) + i;
+        piece.c.insert(piece.c.end(), {left[0], i < last_ - first_ ? left[1] : T{0}});
       }
       visit(piece);
     }
@@ -63,6 +63,10 @@ class EVERETT final : public quellmark::orbit::Evaluated<EVERETT<T>, T, POINT<T>
   [[nodiscard]] virtual Xi GetXi(T x) const;
 
  private:
+  [[nodiscard]] const T* Row(int k) const {
+    return differences_.data() + k * (std::ptrdiff_t{last_} - first_ + 1);
+  }
+
   int order_ = 6;
   int first_ = 0;  ///< index of the first support point
   int last_ = 0;

@@ -115,14 +115,13 @@ void EVERETT<T>::AtAll(std::span<const EVERETT> curves, T x,
                        std::span<quellmark::orbit::Jet<T>> jets) {
   const EVERETT& grid = curves[0];
   const Xi xi = grid.GetXi(x);
-  const auto i = static_cast<std::size_t>(xi.i - grid.first_);
-  const auto count = static_cast<std::size_t>(grid.last_ - grid.first_ + 1);
+  const int i = xi.i - grid.first_;
   // One past the end of a row counts as 0.
-  const bool has_right = i + 1 < count;
+  const bool has_right = xi.i < grid.last_;
   const auto right = [has_right](const T* left) { return has_right ? left[1] : T{0}; };
   int rows = 1;
   for (std::size_t c = 0; c < curves.size(); ++c) {
-    const T* const y = &curves[c].differences_[i];
+    const T* const y = curves[c].Row(0) + i;
     rows = std::max(rows, curves[c].rows_);
     // The large values of row 0 enter by their difference, which keeps the sum's rounding at one.
     jets[c] = {xi.p * (right(y) - *y), right(y) - *y, T{0}};
@@ -134,7 +133,7 @@ void EVERETT<T>::AtAll(std::span<const EVERETT> curves, T x,
     right_factor.Advance(k);
     for (std::size_t c = 0; c < curves.size(); ++c) {
       if (k >= curves[c].rows_) continue;
-      const T* const left = &curves[c].differences_[static_cast<std::size_t>(k) * count + i];
+      const T* const left = curves[c].Row(k) + i;
       jets[c].y += right_factor.e.y * right(left) + left_factor.e.y * *left;
       jets[c].dy += right_factor.e.dy * right(left) - left_factor.e.dy * *left;
       jets[c].d2y += right_factor.e.d2y * right(left) + left_factor.e.d2y * *left;
@@ -142,7 +141,7 @@ void EVERETT<T>::AtAll(std::span<const EVERETT> curves, T x,
   }
   const T per_step = T{1} / grid.h_;
   for (std::size_t c = 0; c < curves.size(); ++c) {
-    jets[c].y += curves[c].differences_[i];
+    jets[c].y += curves[c].Row(0)[i];
     jets[c].dy *= per_step;
     jets[c].d2y *= per_step * per_step;
   }

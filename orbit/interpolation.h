@@ -1,6 +1,7 @@
 // Interpolation of sampled functions of one variable: the operations that every kind answers.
 #pragma once
 
+#include <cmath>
 #include <span>
 #include <string_view>
 #include <vector>
@@ -114,8 +115,7 @@ class Evaluated : public INTERPOLATION<T, P> {
  private:
   Self& self() { return static_cast<Self&>(*this); }
   [[nodiscard]] Jet<T> CheckedAt(T x) const {
-    // x - x is 0 for a finite x and NaN for any other.
-    if (x - x != T{0}) FailNotFinite(static_cast<double>(x));
+    if (!std::isfinite(x)) FailNotFinite(static_cast<double>(x));
     return static_cast<const Self&>(*this).At(x);
   }
 };

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <cmath>
 #include <utility>
 
 #include "orbit/coefficient_file.h"
@@ -27,7 +28,7 @@ void SampledOrbit<T, I, P>::GetState(double abscissa_s, VECTOR_3D<double>& posit
                                      VECTOR_3D<double>& velocity,
                                      VECTOR_3D<double>& acceleration) const {
   const T x = static_cast<T>(abscissa_s);
-  if (x - x != T{0}) FailNotFinite(abscissa_s);
+  if (!std::isfinite(x)) FailNotFinite(abscissa_s);
   if (interpolators_.Elements().size() != 3) CheckThreeCoordinates();
   std::array<Jet<T>, 3> jets;
   I::AtAll(interpolators_.Elements(), x, jets);

@@ -9,7 +9,7 @@
 namespace quellmark::pool {
 namespace {
 
-constexpr std::size_t kPiece = 64 * 1024;
+constexpr std::size_t kPiece = 65'536;
 
 }  // namespace
 

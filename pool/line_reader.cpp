@@ -10,7 +10,7 @@ namespace quellmark::pool {
 namespace {
 
 // Large enough to make system calls rare, small enough to stay in the second-level cache.
-constexpr std::size_t kBlock = 64 * 1024;
+constexpr std::size_t kBlock = 65'536;
 
 }  // namespace
 

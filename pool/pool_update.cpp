@@ -62,7 +62,7 @@ void FlushDirectory(const std::string& directory) {
 }
 
 bool CopyAll(int from, int to) {
-  std::array<char, 64 * 1024> block;
+  std::array<char, 65'536> block;
   for (;;) {
     const ssize_t got = ::read(from, block.data(), block.size());
     if (got < 0 && errno == EINTR) continue;
