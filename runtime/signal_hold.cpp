@@ -3,10 +3,9 @@
 namespace quellmark::runtime {
 
 SignalHold::SignalHold() noexcept {
-  sigset_t fatal;
-  sigemptyset(&fatal);
-  for (const int number : kFatalSignals) sigaddset(&fatal, number);
-  pthread_sigmask(SIG_BLOCK, &fatal, &saved_);
+  sigset_t all;
+  sigfillset(&all);
+  pthread_sigmask(SIG_BLOCK, &all, &saved_);
 }
 
 SignalHold::~SignalHold() { pthread_sigmask(SIG_SETMASK, &saved_, nullptr); }

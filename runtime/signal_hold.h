@@ -13,8 +13,9 @@ inline constexpr std::array<int, 14> kFatalSignals = {SIGHUP,  SIGINT, SIGQUIT, 
                                                       SIGABRT, SIGFPE, SIGBUS,  SIGSEGV, SIGSYS,
                                                       SIGTERM, SIGURG, SIGXCPU, SIGXFSZ};
 
-/// Holds the fatal signals back while it lives; one that was sent meanwhile arrives at its end. To
-/// be put around the few lines that must not be left half done. Scopes may be nested.
+/// Holds all signals back while it lives, also those whose default ends the program; one that was
+/// sent meanwhile arrives at its end. To be put around the few lines that must not be left half
+/// done. Scopes may be nested.
 class SignalHold {
  public:
   SignalHold() noexcept;
