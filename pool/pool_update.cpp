@@ -1,6 +1,7 @@
 #include "pool/pool_update.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
@@ -54,6 +55,21 @@ bool Merge(int pool_fd, const PARAMETER_POOL_LIST& pending, int copy_fd) {
   return copy.Flush() && lines.Error() == 0;
 }
 
+// To empty the pool frees no more than it holds: without room for what it grows by, it would end
+// cut off on a full disk. The copy takes that room while the pool is still whole, and gives it
+// back.
+bool HasRoomToGrow(int pool_fd, int copy_fd) {
+  struct stat pool {};
+  struct stat copy {};
+  if (::fstat(pool_fd, &pool) != 0 || ::fstat(copy_fd, &copy) != 0) return false;
+  if (copy.st_size <= pool.st_size) return true;
+  const off_t growth = copy.st_size - pool.st_size + 2 * copy.st_blksize;
+  int error = EINTR;
+  while (error == EINTR) error = ::posix_fallocate(copy_fd, copy.st_size, growth);
+  const bool is_unknown = error == EOPNOTSUPP || error == EINVAL;  // not every file system can tell
+  return (error == 0 || is_unknown) && ::ftruncate(copy_fd, copy.st_size) == 0;
+}
+
 // The name of a new file is on the disk only when its directory is. Where directories can not be
 // flushed the copy's own flush must do.
 void FlushDirectory(const std::string& directory) {
@@ -86,7 +102,8 @@ void PoolUpdate::MakeCopy(const PARAMETER_POOL_LIST& pending) {
     LogLine(LogLevel::kAlarm, std::strerror(errno), "\n");
     Fail<NO_UPDATE_PERMISSION_FOR_POOL>("no permission to change pool file: ", path_, "\n");
   }
-  const bool merged = Merge(fd_, pending, copy.Get()) && ::fsync(copy.Get()) == 0;
+  const bool merged =
+      Merge(fd_, pending, copy.Get()) && HasRoomToGrow(fd_, copy.Get()) && ::fsync(copy.Get()) == 0;
   if (copy.Close() != 0 || !merged) {
     LogLine(LogLevel::kAlarm, "can not update parameter pool: ", path_, "\n");
     LogLine(LogLevel::kAlarm, "the corrupted parameter pool is:", copy_path_, "\n");
