@@ -21,7 +21,7 @@ void RecordSoftwareIdentification(const VERSION_RECORD& version,
   if (names.Resize(RANGE<int>(names.First(), names.Length() + 1)) != kArrayOk) {
     throw ERROR_NO_MEMORY();
   }
-  names[names.Last()] = STRING(version.full_version);
+  names.Elements().back() = STRING(version.full_version);
   log_pool.Set<ValueType::kStrV>(kKey, names);
 }
 

@@ -203,6 +203,17 @@ bool IsReadable(const T& value) {
 
 bool IsReadable(const NoValue& /*value*/) { return true; }
 
+template <class T>
+bool HasReadableRange(const T& value) {
+  if constexpr (requires { value.Rows(); }) {
+    return IsIndexRange(value.Rows()) && IsIndexRange(value.Columns());
+  } else if constexpr (requires { value.Range(); }) {
+    return IsIndexRange(value.Range());
+  } else {
+    return true;
+  }
+}
+
 bool HoldsTexts(ValueType type) {
   return type == ValueType::kStr || type == ValueType::kStrStr || type == ValueType::kStrV ||
          type == ValueType::kStrStrV || type == ValueType::kStrM;
@@ -232,6 +243,9 @@ void CheckItem(const PARAMETER_POOL_ITEM& item) {
       Refuse<INVALID_PARAMETER_VALUE>(item, " << line end in comment\n");
     }
     if (!FitsLine("#" + comment)) Refuse<INVALID_PARAMETER_VALUE>(item, " << line too long\n");
+  }
+  if (!std::visit([](const auto& value) { return HasReadableRange(value); }, item.value)) {
+    Refuse<INVALID_PARAMETER_VALUE>(item, " << no correct range for VECTOR or MATRIX\n");
   }
   if (!std::visit([](const auto& value) { return IsReadable(value); }, item.value)) {
     Refuse<INVALID_PARAMETER_VALUE>(

@@ -227,7 +227,7 @@ class Reader {
     value = T(std::move(first), std::move(second));
   }
 
-  // Reads the pair (first, count). All indices must be numbers that an int holds.
+  // Reads the pair (first, count).
   bool ReadRange(RANGE<int>& range) {
     int first = 0;
     int count = 0;
@@ -235,9 +235,7 @@ class Reader {
       return false;
     }
     range = RANGE<int>(first, count);
-    const long long last = static_cast<long long>(first) + count - 1;
-    return count >= 0 && last >= std::numeric_limits<int>::min() &&
-           last <= std::numeric_limits<int>::max();
+    return IsIndexRange(range);
   }
 
   // Puts the cursor on the next line, if there is one.

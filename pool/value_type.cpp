@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 namespace quellmark::pool {
 namespace {
@@ -13,6 +14,11 @@ constexpr std::array<std::string_view, kValueTypeCount> kNames = {
 };
 
 }  // namespace
+
+bool IsIndexRange(const RANGE<int>& range) {
+  const long long last = static_cast<long long>(range.Start()) + range.Length() - 1;
+  return range.Length() >= 0 && std::in_range<int>(last);
+}
 
 std::string_view TypeName(ValueType type) { return kNames.at(static_cast<std::size_t>(type)); }
 

@@ -62,6 +62,10 @@ inline constexpr ValueType kTypeOf = [] {
   return static_cast<ValueType>(id);
 }();
 
+/// Whether a vector or a side of a matrix may have this range: all its indices, and the one before
+/// an empty range, are numbers that an int holds.
+[[nodiscard]] bool IsIndexRange(const RANGE<int>& range);
+
 /// The name as it stands in a pool file.
 [[nodiscard]] std::string_view TypeName(ValueType type);
 /// By exact, case-sensitive comparison; any other name is kUnknown.

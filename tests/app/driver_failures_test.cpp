@@ -116,13 +116,18 @@ TEST(DriverFailures, Parameters) {
 }
 
 TEST(DriverFailures, KeysSetBeforeTheFailureAreKept) {
-  SceneRun scene(Scene());
-  WriteFile(scene.directory / "log.pool", "software_names STR \"one\"\n");
-  ExpectFailure(scene, {},
-                {KeyMessage("software_names", " << type STR_V expected\n"),
-                 "pool error - wrong parameter type\n"});
-  EXPECT_NE(ValueOf(scene.Pool(), "fm_rate_far"), "");
-  EXPECT_EQ(ReadFile(scene.directory / "log.pool"), "software_names STR \"one\"\n");
+  const std::string rows[][3] = {
+      {"STR \"one\"\n", " << type STR_V expected\n", "pool error - wrong parameter type\n"},
+      {"STR_V 2147483647 1\n {\n \"no index is left\"\n }\n",
+       " << no correct range for VECTOR or MATRIX\n",
+       "pool error - no or invalid parameter value in file\n"}};
+  for (const auto& [names, said, thrown] : rows) {
+    SceneRun scene(Scene());
+    WriteFile(scene.directory / "log.pool", "software_names " + names);
+    ExpectFailure(scene, {}, {KeyMessage("software_names", said), thrown});
+    EXPECT_NE(ValueOf(scene.Pool(), "fm_rate_far"), "");
+    EXPECT_EQ(ReadFile(scene.directory / "log.pool"), "software_names " + names);
+  }
 }
 
 }  // namespace

@@ -109,7 +109,6 @@ TEST(PoolRead, AcceptedValues) {
   EXPECT_EQ(ReadK<kByt>("+255"), 255);
   EXPECT_EQ(ReadK<kInt32>("1-2"), 1) << "the conversion takes the longest prefix";
   EXPECT_EQ(ReadK<kInt32>("99999999999"), std::numeric_limits<int>::max());
-  EXPECT_EQ(ReadK<kInt64>("-99999999999999999999"), std::numeric_limits<long long>::min());
   EXPECT_EQ(ReadK<kFlt15>("+1.5e3rest"), 1500.0);
   EXPECT_EQ(ReadK<kFlt15>("-0x1.8p3"), -12.0);
   EXPECT_EQ(ReadK<kFlt15>("1e-999"), 0.0);
@@ -184,8 +183,6 @@ TEST(PoolOpen, NeverTruncatesAndNeverTakesAStandardStream) {
   ::dup2(saved, STDIN_FILENO);
   ::close(saved);
   EXPECT_GT(fd, STDERR_FILENO);
-  EXPECT_TRUE(pool.IsWritable());
-  EXPECT_EQ(pool.Directory(), dir.Path());
   EXPECT_EQ(pool.Read<ValueType::kInt32>("k"), 1);
   pool.Open(dir / "new");
   EXPECT_EQ(ReadFile(dir / "new"), "");

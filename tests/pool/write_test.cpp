@@ -66,8 +66,7 @@ TEST(PoolWrite, RoundTripOfALargeVector) {
   PARAMETER_POOL_READ_WRITE_CHANGE pool(dir / "p");
   pool.Add<ValueType::kFlt15V>("v", values);
   pool.Update();
-  const ARRAY<double> read = pool.Read<ValueType::kFlt15V>("v");
-  EXPECT_TRUE(std::ranges::equal(read.Elements(), values.Elements()));
+  EXPECT_TRUE(std::ranges::equal(pool.Read<ValueType::kFlt15V>("v").Elements(), values.Elements()));
 }
 
 TEST(PoolWrite, RefusesWhatCouldNotBeReadBack) {
@@ -94,11 +93,17 @@ TEST(PoolWrite, RefusesWhatCouldNotBeReadBack) {
   refuse("k", "line too long", [&] { pool.Set<ValueType::kStr>("k", longest + "x"); });
   refuse("k", "line too long",
          [&] { pool.Set<ValueType::kBol>("k", true, {std::string(1023, 'x')}); });
-  const float nan = std::nanf("");
-  const std::string not_finite = "value is not finite";
-  refuse("k", not_finite, [&] { pool.Set<ValueType::kFlt6>("k", nan); });
-  refuse("k", not_finite, [&] { pool.Set<ValueType::kCpl6>("k", {0.0F, nan}); });
-  refuse("k", not_finite, [&] { pool.Set<ValueType::kIdxFlt15V>("k", {1, {{1, HUGE_VAL}}}); });
+  refuse("k", "value is not finite", [&] { pool.Set<ValueType::kCpl6>("k", {0, std::nanf("")}); });
+  refuse("k", "value is not finite", [&] {
+    pool.Set<ValueType::kIdxFlt15V>("k", {1, {{1, HUGE_VAL}}});
+  });
+  constexpr int kMax = std::numeric_limits<int>::max();
+  for (const auto& columns : {RANGE<int>(kMax, 2), RANGE<int>(-kMax - 1, 0)}) {
+    MATRIX<int> matrix;
+    EXPECT_EQ(matrix.Create({0, 1}, columns), kArrayOk);
+    refuse("k", "no correct range for VECTOR or MATRIX",
+           [&] { pool.Set<ValueType::kInt32M>("k", matrix); });
+  }
   const std::string long_key(101, 'k');
   EXPECT_FAILS(pool.Set<ValueType::kBol>(long_key, true), PARAMETER_KEY_TOO_LONG,
                "parameter pool: parameter key >> " + long_key + " << key too long\n");
