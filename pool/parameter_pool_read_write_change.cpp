@@ -31,11 +31,12 @@ void PARAMETER_POOL_READ_WRITE_CHANGE::AddItem(PARAMETER_POOL_ITEM item) {
     Fail<PARAMETER_KEY_EXISTS>("parameter pool: parameter key >> ", item.key,
                                " << already exists\n");
   }
-  quellmark::pool::CheckItem(item);
-  pending_.Append(std::move(item));
+  SetItem(std::move(item));
 }
 
 void PARAMETER_POOL_READ_WRITE_CHANGE::SetItem(PARAMETER_POOL_ITEM item) {
+  // What no update could write would be lost in silence.
+  if (!IsOpen()) Fail<ERROR_ALGORITHM>("No file pointer given for parameter pool\n");
   quellmark::pool::CheckItem(item);
   const auto found = pending_.Find(item.key);
   if (found != pending_.end()) {
@@ -43,6 +44,7 @@ void PARAMETER_POOL_READ_WRITE_CHANGE::SetItem(PARAMETER_POOL_ITEM item) {
   } else {
     pending_.Append(std::move(item));
   }
+  update_failed_ = false;
 }
 
 bool PARAMETER_POOL_READ_WRITE_CHANGE::Remove(std::string_view key) {

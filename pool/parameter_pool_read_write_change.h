@@ -15,13 +15,13 @@ class PARAMETER_POOL_READ_WRITE_CHANGE : public PARAMETER_POOL {
   /// Opens the pool. Throws CAN_NOT_OPEN_POOL also when the file can not be opened for update.
   explicit PARAMETER_POOL_READ_WRITE_CHANGE(const std::string& path);
   /// Writes back as Close() does, but logs instead of throwing. An update that has failed is not
-  /// tried again.
+  /// tried again unless something was added since.
   ~PARAMETER_POOL_READ_WRITE_CHANGE() override;
 
   /// Puts an entry on the list: at the update it replaces the entry of the same key in the file, or
   /// is appended. `comments` are written above it, one line each. Throws PARAMETER_KEY_EXISTS when
   /// the key is pending already, PARAMETER_KEY_TOO_LONG for a key over 100 characters,
-  /// INVALID_PARAMETER_VALUE for what could not be read back.
+  /// INVALID_PARAMETER_VALUE for what could not be read back, ERROR_ALGORITHM for a closed pool.
   template <ValueType kType>
   void Add(std::string_view key, quellmark::pool::PoolValue<kType> value,
            std::vector<std::string> comments = {}) {
@@ -63,5 +63,5 @@ class PARAMETER_POOL_READ_WRITE_CHANGE : public PARAMETER_POOL {
   void SetItem(PARAMETER_POOL_ITEM item);
 
   PARAMETER_POOL_LIST pending_;
-  bool update_failed_ = false;  ///< the last one
+  bool update_failed_ = false;  ///< the last one, and nothing was added since
 };

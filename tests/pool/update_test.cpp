@@ -87,6 +87,8 @@ TEST(PoolUpdate, PendingList) {
   pool.Add<ValueType::kInt32>("a", 5);  // no longer pending
   pool.Close();
   pool.Update();  // no open file, nothing to do
+  EXPECT_FAILS(pool.Set<ValueType::kBol>("a", true), ERROR_ALGORITHM,
+               "No file pointer given for parameter pool\n");
   other.Close();  // keeps what another pool wrote since it was opened
   EXPECT_EQ(ReadFile(dir / "p"), Entry("a", 5) + Entry("c", 3) + Entry("o", 6));
 }
@@ -95,7 +97,6 @@ TEST(PoolUpdate, KeepsTheFileAndLeavesNoCopy) {
   ScopedLog log;
   const TempDir dir;
   WriteFile(dir / "p", "# c\n");
-  ASSERT_EQ(::chmod((dir / "p").c_str(), 0640), 0);
   struct stat before {};
   struct stat after {};
   ASSERT_EQ(::stat((dir / "p").c_str(), &before), 0);
@@ -108,7 +109,6 @@ TEST(PoolUpdate, KeepsTheFileAndLeavesNoCopy) {
   EXPECT_EQ(ReadFile(dir / "p"), "# c\n" + Entry("a", 1)) << "written back by the destructor";
   ASSERT_EQ(::stat((dir / "p").c_str(), &after), 0);
   EXPECT_EQ(before.st_ino, after.st_ino);
-  EXPECT_EQ(before.st_mode, after.st_mode);
   const auto files = std::filesystem::directory_iterator(dir.Path());
   EXPECT_EQ(std::distance(begin(files), end(files)), 1);
   EXPECT_THAT(log.Text(), ::testing::StartsWith("TRACE : init pool\nDEBUG : construct pool_rwc: " +
@@ -120,16 +120,18 @@ TEST(PoolUpdate, WithoutAPlaceForTheCopy) {
   const TempDir dir;
   std::filesystem::create_directory(dir / "d");
   WriteFile(dir / "d/p", "# c\n");
-  PARAMETER_POOL_READ_WRITE_CHANGE pool(dir / "d/p");
-  std::filesystem::rename(dir / "d", dir / "e");  // not even root can make the copy now
-  pool.Set<ValueType::kInt32>("a", 1);
-  EXPECT_FAILS(pool.Update(), NO_UPDATE_PERMISSION_FOR_POOL,
-               "No such file or directory\nALARM : no permission to change pool file: " +
-                   (dir / "d/p") + "\n");
-  EXPECT_EQ(ReadFile(dir / "e/p"), "# c\n");
-  std::filesystem::rename(dir / "e", dir / "d");
-  pool.Close();  // what was pending still is
-  EXPECT_EQ(ReadFile(dir / "d/p"), "# c\n" + Entry("a", 1));
+  {
+    PARAMETER_POOL_READ_WRITE_CHANGE pool(dir / "d/p");
+    std::filesystem::rename(dir / "d", dir / "e");  // not even root can make the copy now
+    pool.Set<ValueType::kInt32>("a", 1);
+    EXPECT_FAILS(pool.Update(), NO_UPDATE_PERMISSION_FOR_POOL,
+                 "No such file or directory\nALARM : no permission to change pool file: " +
+                     (dir / "d/p") + "\n");
+    EXPECT_EQ(ReadFile(dir / "e/p"), "# c\n");
+    std::filesystem::rename(dir / "e", dir / "d");
+    pool.Set<ValueType::kInt32>("b", 2);
+  }  // what was pending still is, and nobody was told that what came later is not written
+  EXPECT_EQ(ReadFile(dir / "d/p"), "# c\n" + Entry("a", 1) + Entry("b", 2));
 }
 
 }  // namespace
