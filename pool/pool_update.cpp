@@ -15,6 +15,7 @@
 #include "pool/item_writer.h"
 #include "pool/line_reader.h"
 #include "pool/pool_file.h"
+#include "pool/pool_turn.h"
 #include "runtime/log.h"
 #include "runtime/signal_hold.h"
 
@@ -90,6 +91,7 @@ bool CopyAll(int from, int to) {
 }  // namespace
 
 void PoolUpdate::Run(const PARAMETER_POOL_LIST& pending) {
+  const PoolTurn turn(fd_, F_WRLCK, path_);
   // A signal would leave a cut-off pool behind, or a copy that nobody needs.
   const runtime::SignalHold hold;
   MakeCopy(pending);

@@ -1,5 +1,6 @@
 // Lets the update pass be killed, be told to end and fail at every one of its system calls, one by
 // one, and looks at what is left on the disk.
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/ptrace.h>
@@ -14,6 +15,7 @@
 #include <cerrno>
 #include <csignal>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <map>
 #include <string>
@@ -81,6 +83,7 @@ class Scene {
     return log.substr(last + std::string_view("\nALARM : ").size(), log.size() - last - 10);
   }
   [[nodiscard]] std::string Pool() const { return ReadFile(path_); }
+  [[nodiscard]] const std::string& Path() const { return path_; }
   [[nodiscard]] std::string Log() const { return log_.Text(); }
   // Copies left beside the pool: their names and content.
   [[nodiscard]] std::map<std::string, std::string> Copies() const {
@@ -321,6 +324,27 @@ TEST(UpdateOnAFullDisk, LeavesThePoolAlone) {
   ::waitpid(child, nullptr, 0);
   EXPECT_EQ(scene.Thrown(), CORRUPTED_PARAMETER_POOL().Message());
   EXPECT_TRUE(scene.Pool() == OldText());
+}
+
+TEST(UpdateByTwoProcesses, WaitsForTheOther) {
+  for (const bool reads : {true, false}) {
+    const Scene scene;
+    std::ofstream other(scene.Path());  // in the middle of its update, the pool emptied
+    const int fd = ::open(scene.Path().c_str(), O_RDWR);
+    ASSERT_EQ(::lockf(fd, F_TLOCK, 0), 0);
+    const pid_t child = scene.Start([&] {
+      PARAMETER_POOL pool;
+      pool.Open(scene.Path());
+      if (reads && !pool.Has("last")) ::_exit(2);
+    });
+    ::usleep(50'000);
+    other << OldText() << std::flush;
+    ::close(fd);  // gives the lock back
+    int status = -1;
+    ::waitpid(child, &status, 0);
+    EXPECT_EQ(status, 0);
+    EXPECT_TRUE(scene.Pool() == NewText());
+  }
 }
 
 }  // namespace
