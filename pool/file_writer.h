@@ -30,7 +30,4 @@ class FileWriter {
   std::string pending_;
 };
 
-/// Writes all bytes at the file's position; false with errno set if they do not fit.
-[[nodiscard]] bool WriteAll(int fd, std::string_view bytes);
-
 }  // namespace quellmark::pool

@@ -3,9 +3,7 @@
 #include <fcntl.h>
 #include <libgen.h>
 #include <sys/stat.h>
-#include <unistd.h>
 
-#include <cerrno>
 #include <cstdlib>
 
 namespace quellmark::pool {
@@ -13,20 +11,13 @@ namespace {
 
 constexpr mode_t kNewFileMode = 0666;
 
-// A program may be started with its standard streams closed; a pool must not take their place and
-// get what is printed.
-basic::UniqueFd AboveStandardStreams(basic::UniqueFd fd) {
-  if (!fd.IsOpen() || fd.Get() > STDERR_FILENO) return fd;
-  return basic::UniqueFd(::fcntl(fd.Get(), F_DUPFD_CLOEXEC, STDERR_FILENO + 1));
-}
-
 basic::UniqueFd OpenRegular(const std::string& path, int flags) {
   // The file may change between a look at its name and the opening: O_NONBLOCK keeps a pipe from
   // blocking, and the kind is checked on what was opened.
   basic::UniqueFd fd(::open(path.c_str(), flags | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, kNewFileMode));
   struct stat status {};
   if (fd.IsOpen() && (::fstat(fd.Get(), &status) != 0 || !S_ISREG(status.st_mode))) fd.Reset();
-  return AboveStandardStreams(std::move(fd));
+  return fd;
 }
 
 }  // namespace
@@ -48,7 +39,7 @@ basic::UniqueFd OpenPoolFile(const std::string& path, bool& writable) {
 
 basic::UniqueFd CreateTemporary(const std::string& directory, std::string& path) {
   path = directory + "/pool_XXXXXX";
-  return AboveStandardStreams(basic::UniqueFd(::mkostemp(path.data(), O_CLOEXEC)));
+  return basic::UniqueFd(::mkostemp(path.data(), O_CLOEXEC));
 }
 
 std::string DirectoryOf(const std::string& path) {

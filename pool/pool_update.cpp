@@ -18,6 +18,7 @@
 #include "pool/pool_turn.h"
 #include "runtime/log.h"
 #include "runtime/signal_hold.h"
+#include "runtime/streams.h"
 
 namespace quellmark::pool {
 namespace {
@@ -84,7 +85,7 @@ bool CopyAll(int from, int to) {
     const ssize_t got = ::read(from, block.data(), block.size());
     if (got < 0 && errno == EINTR) continue;
     if (got <= 0) return got == 0;
-    if (!WriteAll(to, {block.data(), static_cast<std::size_t>(got)})) return false;
+    if (!runtime::WriteAll(to, {block.data(), static_cast<std::size_t>(got)})) return false;
   }
 }
 
