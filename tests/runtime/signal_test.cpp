@@ -6,68 +6,60 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <array>
 #include <chrono>
 #include <csignal>
-#include <cstdint>
 #include <filesystem>
 #include <string>
 #include <thread>
 
-#include "runtime/controller_ifc.h"
 #include "runtime/log.h"
 #include "runtime/signal_hold.h"
-#include "runtime/streams.h"
 #include "tests/runtime/step.h"
-#include "tests/support/child.h"
-#include "tests/support/files.h"
 
 namespace quellmark::runtime {
 namespace {
 
 using test::Child;
-using test::ProgramRun;
 using test::ReadFile;
+using test::Say;
+using test::StartStep;
+using test::StatusFiles;
 using test::Step;
 using test::TempDir;
 using ::testing::EndsWith;
 
 struct Fatal {
   int number;
-  std::string_view name;
+  std::string name;
 };
 
-constexpr auto kFatal = std::to_array<Fatal>({
-    {1, "hangup"},
-    {2, "interrupt (rubout)"},
-    {3, "quit (ASCII FS)"},
-    {4, "illegal instruction (not reset when caught)"},
-    {6, "IOT instruction"},
-    {8, "floating point exception"},
-    {7, "bus error"},
-    {11, "segmentation violation"},
-    {31, "bad argument to system call"},
-    {15, "software termination signal from kill"},
-    {23, "urgent socket condition"},
-    {24, "exceeded cpu limit"},
-    {25, "exceeded file size limit"},
-});
+const Fatal kFatal[] = {{1, "hangup"},
+                        {2, "interrupt (rubout)"},
+                        {3, "quit (ASCII FS)"},
+                        {4, "illegal instruction (not reset when caught)"},
+                        {6, "IOT instruction"},
+                        {8, "floating point exception"},
+                        {7, "bus error"},
+                        {11, "segmentation violation"},
+                        {31, "bad argument to system call"},
+                        {15, "software termination signal from kill"},
+                        {23, "urgent socket condition"},
+                        {24, "exceeded cpu limit"},
+                        {25, "exceeded file size limit"}};
+const Fatal& kSegmentationViolation = kFatal[7];
+const Fatal& kTermination = kFatal[9];
 
 const std::vector<std::string> kArguments = {"-lfn", "log", "-lsl", "9"};
 
 // What a fatal signal leaves behind.
-void ExpectOrderlyEnd(const TempDir& directory, const ProgramRun& run, const Fatal& signal) {
+void ExpectOrderlyEnd(const TempDir& directory, Child& child, const Fatal& signal) {
   SCOPED_TRACE(signal.name);
-  EXPECT_EQ(run.exit_status, 1);
-  EXPECT_EQ(run.signal, 0);
-  EXPECT_EQ(ReadFile(directory / "ERROR.quellmark"), "1");
-  EXPECT_FALSE(std::filesystem::exists(directory / "OK.quellmark"));
-  const std::string number = std::to_string(signal.number);
-  EXPECT_THAT(
-      ReadFile(directory / "log"),
-      EndsWith("\nALARM : quellmark : got fatal signal " + number + ": " +
-               std::string(signal.name) +
-               "\nALARM : quellmark : KVT_MSG|ERROR|quellmark got fatal signal " + number + "\n"));
+  EXPECT_EQ(child.Wait().exit_status, 1);
+  EXPECT_EQ(StatusFiles(directory), "ERROR.quellmark=1 ");
+  const std::string got = "got fatal signal " + std::to_string(signal.number);
+  EXPECT_THAT(ReadFile(directory / "log"),
+              EndsWith("\nALARM : quellmark : " + got + ": " + signal.name +
+                       "\nALARM : quellmark : KVT_MSG|ERROR|quellmark " + got + "\n"));
 }
 
 int Ask(CONTROLLER_IFC& controller) {
@@ -79,7 +71,7 @@ int Ask(CONTROLLER_IFC& controller) {
 int Process(CONTROLLER_IFC& controller) {
   static_cast<void>(controller.SuccessReturn());  // an OK file that has to go
   Log().Start(LogLevel::kAlarm) << "a line under way";
-  WriteQuietly(STDOUT_FILENO, "ready");
+  Say("ready");
   while (true) ::pause();
 }
 
@@ -87,23 +79,12 @@ TEST(FatalSignal, LeavesErrorLogAndMessageAtThePromptAndInProcessing) {
   for (const Fatal& signal : kFatal) {
     for (const bool at_prompt : {true, false}) {
       const TempDir directory;
-      Child child(directory.Path(), [step = Step(kArguments, at_prompt ? Ask : Process)] {
-        const SignalHold starters;  // who left them blocked
-        return step();
-      });
+      Child child = StartStep(directory, kArguments, at_prompt ? Ask : Process);
       child.WaitFor(at_prompt ? "A := " : "ready");
       ASSERT_EQ(::kill(child.Pid(), signal.number), 0);
-      ExpectOrderlyEnd(directory, child.Wait(), signal);
+      ExpectOrderlyEnd(directory, child, signal);
     }
   }
-}
-
-TEST(FatalSignal, ComesFromTheTerminalsInterruptKeyToo) {
-  const TempDir directory;
-  Child child(directory.Path(), Step(kArguments, Ask), Child::Streams::kTerminal);
-  child.WaitFor("A := ");
-  child.Type("\003");
-  ExpectOrderlyEnd(directory, child.Wait(), kFatal[1]);
 }
 
 // Uses up the stack: `depth` never reaches zero in time, and each result is needed.
@@ -118,29 +99,23 @@ TEST(FatalSignal, HasAStackWhenThereIsNoneLeft) {
   GTEST_SKIP() << "the sanitizer takes this fault itself";
 #else
   const TempDir directory;
-  Child child(directory.Path(), Step(kArguments, [](CONTROLLER_IFC&) { return Recurse(~0U); }));
-  ExpectOrderlyEnd(directory, child.Wait(), kFatal[7]);
+  Child child = StartStep(directory, kArguments, [](CONTROLLER_IFC&) { return Recurse(~0U); });
+  ExpectOrderlyEnd(directory, child, kSegmentationViolation);
 #endif
 }
 
 TEST(FatalSignal, WithoutMessageModeLeavesOutTheMessage) {
   const TempDir directory;
-  Child child(directory.Path(), Step(kArguments, [](CONTROLLER_IFC& controller) {
-                std::array<std::string, 5> words = {"/x/quellmark", "-lfn", "log", "-lsl", "9"};
-                std::array<char*, 5> argv{};
-                for (std::size_t i = 0; i < words.size(); ++i) argv[i] = words[i].data();
-                controller.init(5, argv.data(), 0);
-                return ::raise(SIGTERM);
-              }));
-  EXPECT_EQ(child.Wait().exit_status, 1);
+  const auto end = [](CONTROLLER_IFC&) { return ::raise(SIGTERM); };
+  EXPECT_EQ(Child(directory.Path(), Step(kArguments, end, 0)).Wait().exit_status, 1);
   EXPECT_THAT(ReadFile(directory / "log"),
               EndsWith("got fatal signal 15: software termination signal from kill\n"));
 }
 
 TEST(FatalSignal, WithoutControllerExitsWithMinusOne) {
   const TempDir directory;
-  Child child(directory.Path(), [step = Step(kArguments, [](CONTROLLER_IFC&) { return 0; })] {
-    return step() + ::raise(SIGTERM);
+  Child child(directory.Path(), [] {
+    return Step(kArguments, [](CONTROLLER_IFC&) { return 0; })() + ::raise(SIGTERM);
   });
   EXPECT_EQ(child.Wait().exit_status, 255);
 }
@@ -148,21 +123,22 @@ TEST(FatalSignal, WithoutControllerExitsWithMinusOne) {
 TEST(FatalSignal, WaitsUntilTheHoldEnds) {
   for (const Fatal& signal : kFatal) {
     const TempDir directory;
-    Child child(directory.Path(), Step(kArguments, [](CONTROLLER_IFC&) {
-                  const SignalHold outer;
-                  {
-                    const SignalHold inner;
-                    WriteQuietly(STDOUT_FILENO, "held");
-                    char go = 0;
-                    if (::read(STDIN_FILENO, &go, 1) != 1) return 7;
-                  }
-                  test::WriteFile("pool", "whole");
-                  return 0;
-                }));
+    Child child = StartStep(directory, kArguments, [](CONTROLLER_IFC&) {
+      const SignalHold outer;
+      {
+        const SignalHold inner;
+        Say("held");
+        sigset_t pending;
+        do {
+          ::sigpending(&pending);
+        } while (::sigisemptyset(&pending) != 0);
+      }
+      test::WriteFile("pool", "whole");
+      return 0;
+    });
     child.WaitFor("held");
     ASSERT_EQ(::kill(child.Pid(), signal.number), 0);
-    child.Type("x");
-    ExpectOrderlyEnd(directory, child.Wait(), signal);
+    ExpectOrderlyEnd(directory, child, signal);
     EXPECT_EQ(ReadFile(directory / "pool"), "whole");
   }
 }
@@ -173,7 +149,7 @@ TEST(FatalSignal, SecondOneEndsTheProcessAtOnce) {
     const TempDir directory;
     ASSERT_EQ(::mkfifo((directory / "log").c_str(), 0600), 0);
     const basic::UniqueFd fifo(::open((directory / "log").c_str(), O_RDWR | O_NONBLOCK));
-    Child child(directory.Path(), Step(kArguments, Process));
+    Child child = StartStep(directory, kArguments, Process);
     child.WaitFor("ready");
     const std::string block(4096, 'x');
     while (::write(fifo.Get(), block.data(), block.size()) > 0) {
@@ -190,41 +166,40 @@ TEST(FatalSignal, SecondOneEndsTheProcessAtOnce) {
 
 TEST(FatalSignal, DoesNotWaitForTheScreen) {
   const TempDir directory;
-  Child child(directory.Path(), Step({"-lfn", "log"}, [](CONTROLLER_IFC&) {
-                int ends[2];
-                if (::pipe(ends) != 0) return 7;
-                WriteQuietly(STDOUT_FILENO, "ready");
-                ::dup2(ends[1], STDOUT_FILENO);
-                while (true) LogLine(LogLevel::kAlarm, std::string(1000, 'x'));
-              }));
+  Child child = StartStep(directory, {"-lfn", "log"}, [](CONTROLLER_IFC&) {
+    int ends[2];
+    if (::pipe(ends) != 0) return 7;
+    Say("ready");
+    ::dup2(ends[1], STDOUT_FILENO);
+    while (true) LogLine(LogLevel::kAlarm, std::string(1000, 'x'));
+  });
   child.WaitFor("ready");
   std::this_thread::sleep_for(std::chrono::milliseconds(100));
   ASSERT_EQ(::kill(child.Pid(), SIGTERM), 0);
-  ExpectOrderlyEnd(directory, child.Wait(), kFatal[9]);
-}
-
-void LimitFileSize(std::uintmax_t size) {
-  const rlimit limit{.rlim_cur = size, .rlim_max = size};
-  EXPECT_EQ(::setrlimit(RLIMIT_FSIZE, &limit), 0);
+  ExpectOrderlyEnd(directory, child, kTermination);
 }
 
 TEST(FatalSignal, FileSizeLimitIsOneUnlessLogOrStatusFilesReachIt) {
   const TempDir directory;
-  Child step(directory.Path(), Step(kArguments, [](CONTROLLER_IFC& controller) {
-               LimitFileSize(0);
-               LogLine(LogLevel::kAlarm, "does not fit and does no harm\n");
-               return controller.SuccessReturn() + 40;
-             }));
-  EXPECT_EQ(step.Wait().exit_status, 40);
-
-  Child fatal(directory.Path(), Step(kArguments, [](CONTROLLER_IFC&) {
-                LimitFileSize(std::filesystem::file_size("log") + 1);
-                std::filesystem::remove("ERROR.quellmark");
-                const basic::UniqueFd pool(::open("pool", O_WRONLY | O_CREAT, 0600));
-                return ::pwrite(pool.Get(), "x", 1, 1 << 20) == 1 ? 0 : 3;
-              }));
-  EXPECT_EQ(fatal.Wait().exit_status, 1);
-  EXPECT_EQ(ReadFile(directory / "ERROR.quellmark"), "1") << "though its log did not fit";
+  const auto exit_status = [&](bool pool_too) {
+    const auto work = [pool_too](CONTROLLER_IFC& controller) {
+      const rlim_t size = pool_too ? std::filesystem::file_size("log") + 1 : 0;
+      const rlimit limit{.rlim_cur = size, .rlim_max = size};
+      if (::setrlimit(RLIMIT_FSIZE, &limit) != 0) return 7;
+      std::filesystem::remove("ERROR.quellmark");
+      LogLine(LogLevel::kAlarm, "does not fit and does no harm\n");
+      const basic::UniqueFd pool(::open("pool", O_WRONLY | O_CREAT, 0600));
+      if (pool_too && ::pwrite(pool.Get(), "x", 1, 1 << 20) != 1) return 8;
+      static_cast<void>(controller.SuccessReturn());
+      sigset_t pending;
+      ::sigpending(&pending);
+      return ::sigisemptyset(&pending) != 0 ? 40 : 9;
+    };
+    return StartStep(directory, kArguments, work).Wait().exit_status;
+  };
+  EXPECT_EQ(exit_status(false), 40);
+  EXPECT_EQ(exit_status(true), 1);
+  EXPECT_EQ(StatusFiles(directory), "ERROR.quellmark=1 ") << "though its log did not fit";
 }
 
 TEST(SignalNames, AreKnownFrom1To31) {

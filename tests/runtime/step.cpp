@@ -1,30 +1,50 @@
 #include "tests/runtime/step.h"
 
+#include <unistd.h>
+
 #include <array>
 #include <utility>
 
 #include "basic/errors.h"
 #include "runtime/log.h"
+#include "runtime/signal_hold.h"
+#include "runtime/streams.h"
 
 namespace quellmark::test {
 
-std::function<int()> Step(std::vector<std::string> arguments,
-                          std::function<int(CONTROLLER_IFC&)> work) {
+std::function<int()> Step(std::vector<std::string> arguments, Work work, int message_mode) {
   arguments.insert(arguments.begin(), "/bin/quellmark");
-  return [arguments = std::move(arguments), work = std::move(work)]() mutable {
+  return [arguments = std::move(arguments), work = std::move(work), message_mode]() mutable {
     std::vector<char*> argv;
     for (std::string& argument : arguments) argv.push_back(argument.data());
     argv.push_back(nullptr);
+    const runtime::SignalHold starters;
     // The temporary log stays with the test.
     runtime::Log().Initialise(std::array<std::string_view, 1>{"./"});
     CONTROLLER_IFC controller;
     try {
-      controller.init(static_cast<int>(arguments.size()), argv.data(), 1);
+      controller.init(static_cast<int>(arguments.size()), argv.data(), message_mode);
       return work(controller);
     } catch (const ERROR_EXCEPTION&) {
       controller.FailureExit();
     }
   };
 }
+
+Child StartStep(const TempDir& directory, std::vector<std::string> arguments, Work work,
+                Child::Streams streams) {
+  return {directory.Path(), Step(std::move(arguments), std::move(work)), streams};
+}
+
+std::string StatusFiles(const TempDir& directory) {
+  std::string found;
+  for (const char* const name : {"OK.quellmark", "ERROR.quellmark", "STOP.quellmark"}) {
+    if (!std::filesystem::exists(directory / name)) continue;
+    found += std::string(name) + "=" + ReadFile(directory / name) + " ";
+  }
+  return found;
+}
+
+void Say(std::string_view text) { runtime::WriteQuietly(STDOUT_FILENO, text); }
 
 }  // namespace quellmark::test
