@@ -9,6 +9,7 @@
 
 #include <array>
 #include <csignal>
+#include <cstdio>
 #include <cstdlib>
 
 namespace quellmark::test {
@@ -46,6 +47,7 @@ Child::Child(const std::filesystem::path& directory, const std::function<int()>&
              Streams streams) {
   auto [ours, theirs] = OpenEnds(streams);
   end_ = std::move(ours);
+  EXPECT_EQ(std::fflush(nullptr), 0);  // or the child's exit writes it once more
   pid_ = ::fork();
   EXPECT_GE(pid_, 0);
   if (pid_ != 0) return;
