@@ -51,14 +51,15 @@ const Fatal& kTermination = kFatal[9];
 
 const std::vector<std::string> kArguments = {"-lfn", "log", "-lsl", "9"};
 
-// What a fatal signal leaves behind.
-void ExpectOrderlyEnd(const TempDir& directory, Child& child, const Fatal& signal) {
+// What a fatal signal leaves behind; `before` ends the log until then.
+void ExpectOrderlyEnd(const TempDir& directory, Child& child, const Fatal& signal,
+                      const std::string& before = "") {
   SCOPED_TRACE(signal.name);
   EXPECT_EQ(child.Wait().exit_status, 1);
   EXPECT_EQ(StatusFiles(directory), "ERROR.quellmark=1 ");
   const std::string got = "got fatal signal " + std::to_string(signal.number);
   EXPECT_THAT(ReadFile(directory / "log"),
-              EndsWith("\nALARM : quellmark : " + got + ": " + signal.name +
+              EndsWith(before + "\nALARM : quellmark : " + got + ": " + signal.name +
                        "\nALARM : quellmark : KVT_MSG|ERROR|quellmark " + got + "\n"));
 }
 
@@ -82,7 +83,7 @@ TEST(FatalSignal, LeavesErrorLogAndMessageAtThePromptAndInProcessing) {
       Child child = StartStep(directory, kArguments, at_prompt ? Ask : Process);
       child.WaitFor(at_prompt ? "A := " : "ready");
       ASSERT_EQ(::kill(child.Pid(), signal.number), 0);
-      ExpectOrderlyEnd(directory, child, signal);
+      ExpectOrderlyEnd(directory, child, signal, at_prompt ? "" : "a line under way");
     }
   }
 }
