@@ -15,6 +15,7 @@
 #include "runtime/log.h"
 #include "runtime/signal_hold.h"
 #include "tests/runtime/step.h"
+#include "tests/support/rows.h"
 
 namespace quellmark::runtime {
 namespace {
@@ -28,31 +29,24 @@ using test::Step;
 using test::TempDir;
 using ::testing::EndsWith;
 
-struct Fatal {
+struct Signal {
   int number;
   std::string name;
 };
 
-const Fatal kFatal[] = {{1, "hangup"},
-                        {2, "interrupt (rubout)"},
-                        {3, "quit (ASCII FS)"},
-                        {4, "illegal instruction (not reset when caught)"},
-                        {6, "IOT instruction"},
-                        {8, "floating point exception"},
-                        {7, "bus error"},
-                        {11, "segmentation violation"},
-                        {31, "bad argument to system call"},
-                        {15, "software termination signal from kill"},
-                        {23, "urgent socket condition"},
-                        {24, "exceeded cpu limit"},
-                        {25, "exceeded file size limit"}};
-const Fatal& kSegmentationViolation = kFatal[7];
-const Fatal& kTermination = kFatal[9];
+// All signals that have a name, or the fatal ones alone.
+std::vector<Signal> Signals(bool fatal_only) {
+  std::vector<Signal> signals;
+  for (const test::Row& row : test::ReadRows(QM_RUNTIME_TEST_DATA "/signals.txt")) {
+    if (!fatal_only || row[2] == "fatal") signals.push_back({std::stoi(row[0]), row[1]});
+  }
+  return signals;
+}
 
 const std::vector<std::string> kArguments = {"-lfn", "log", "-lsl", "9"};
 
 // What a fatal signal leaves behind; `before` ends the log until then.
-void ExpectOrderlyEnd(const TempDir& directory, Child& child, const Fatal& signal,
+void ExpectOrderlyEnd(const TempDir& directory, Child& child, const Signal& signal,
                       const std::string& before = "") {
   SCOPED_TRACE(signal.name);
   EXPECT_EQ(child.Wait().exit_status, 1);
@@ -77,7 +71,7 @@ int Process(CONTROLLER_IFC& controller) {
 }
 
 TEST(FatalSignal, LeavesErrorLogAndMessageAtThePromptAndInProcessing) {
-  for (const Fatal& signal : kFatal) {
+  for (const Signal& signal : Signals(true)) {
     for (const bool at_prompt : {true, false}) {
       const TempDir directory;
       Child child = StartStep(directory, kArguments, at_prompt ? Ask : Process);
@@ -101,7 +95,7 @@ TEST(FatalSignal, HasAStackWhenThereIsNoneLeft) {
 #else
   const TempDir directory;
   Child child = StartStep(directory, kArguments, [](CONTROLLER_IFC&) { return Recurse(~0U); });
-  ExpectOrderlyEnd(directory, child, kSegmentationViolation);
+  ExpectOrderlyEnd(directory, child, {SIGSEGV, "segmentation violation"});
 #endif
 }
 
@@ -122,7 +116,7 @@ TEST(FatalSignal, WithoutControllerExitsWithMinusOne) {
 }
 
 TEST(FatalSignal, WaitsUntilTheHoldEnds) {
-  for (const Fatal& signal : kFatal) {
+  for (const Signal& signal : Signals(true)) {
     const TempDir directory;
     Child child = StartStep(directory, kArguments, [](CONTROLLER_IFC&) {
       const SignalHold outer;
@@ -177,7 +171,7 @@ TEST(FatalSignal, DoesNotWaitForTheScreen) {
   child.WaitFor("ready");
   std::this_thread::sleep_for(std::chrono::milliseconds(100));
   ASSERT_EQ(::kill(child.Pid(), SIGTERM), 0);
-  ExpectOrderlyEnd(directory, child, kTermination);
+  ExpectOrderlyEnd(directory, child, {SIGTERM, "software termination signal from kill"});
 }
 
 TEST(FatalSignal, FileSizeLimitIsOneUnlessLogOrStatusFilesReachIt) {
@@ -204,8 +198,12 @@ TEST(FatalSignal, FileSizeLimitIsOneUnlessLogOrStatusFilesReachIt) {
 }
 
 TEST(SignalNames, AreKnownFrom1To31) {
-  EXPECT_EQ(SignalName(16), "stack fault");
-  for (const int number : {-1, 0, 32, 64}) EXPECT_EQ(SignalName(number), "");
+  int number = 0;
+  for (const Signal& signal : Signals(false)) {
+    EXPECT_EQ(signal.number, ++number);
+    EXPECT_EQ(SignalName(number), signal.name);
+  }
+  for (const int other : {-1, 0, 32, 64}) EXPECT_EQ(SignalName(other), "");
 }
 
 }  // namespace
