@@ -29,11 +29,6 @@ using test::WriteFile;
 using ::testing::EndsWith;
 using ::testing::MatchesRegex;
 
-constexpr VERSION_RECORD kVersion = {.full_version = "quellmark.v0.0.5.linux.x",
-                                     .revision_date = "$Date: 2016/12/09 17:32:18 $",
-                                     .version = "0.0.5",
-                                     .title = "Locates a scene"};
-
 TEST(LogLevelText, IsANumberOrAnExactName) {
   int level = 0;
   for (const char* const name : {"0", "TRACE", "DEBUG", "PARAMETER", "INFO", "QA_WARNING",
@@ -94,32 +89,26 @@ TEST(Log, FooterSplitsTheElapsedTime) {
   for (const auto& [seconds, text] : rows) {
     EXPECT_EQ(ExecutionTimeText(seconds), "execution time: " + text);
   }
-  const ScopedLog log;
-  Log().WriteFooter();
-  EXPECT_THAT(log.Text(), MatchesRegex("INFO  : execution time: [^\n]+\n"
-                                       "INFO  : end time: [0-9-]{10}T[0-9:]{8}\n"
-                                       "INFO  : [*]{59}\n"));
 }
 
-TEST(Log, HeaderNamesProgramTimesAndStarter) {
-  const std::string head =
-      "INFO  : \nINFO  : [*]{59}\nINFO  : quellmark 0\\.0\\.5\nINFO  : [*]{59}\n"
-      "INFO  : compile date: [0-9-]{10}  compiled by: (gcc|clang) [^\n]+\n"
-      "INFO  : start time: [0-9-]{10}T[0-9:]{8}\n  hostname: [^\n]+\n";
-  const std::string tail =
-      "INFO  : using configuration file pcf\\.x\n"
-      "DEBUG : full version: quellmark\\.v0\\.0\\.5\\.linux\\.x\n";
-  const auto header = [] {
+TEST(Log, HeaderNamesItsStarter) {
+  constexpr VERSION_RECORD kVersion = {"program.v7.linux.x", "$Date: 2016 $", "7", "Does it"};
+  const auto header = [&] {
     const ScopedLog log;
     Log().WriteHeader(kVersion, "pcf.x");
     return log.Text();
   };
+  const auto expected = [](const std::string& started) {
+    return MatchesRegex(".*INFO  : program 7\n.*hostname: [^\n]+\n" + started +
+                        "INFO  : using configuration file pcf\\.x\n"
+                        "DEBUG : full version: program\\.v7\\.linux\\.x\n");
+  };
   ::unsetenv("PROC_NAME");
-  EXPECT_THAT(header(), MatchesRegex(head + tail));
+  EXPECT_THAT(header(), expected(""));
   ::setenv("PROC_NAME", "chain", 1);
-  EXPECT_THAT(header(), MatchesRegex(head + "INFO  : started by: chain\n" + tail));
+  EXPECT_THAT(header(), expected("INFO  : started by: chain\n"));
   ::setenv("chain_VERSION", "7.1", 1);
-  EXPECT_THAT(header(), MatchesRegex(head + "INFO  : started by: chain 7\\.1\n" + tail));
+  EXPECT_THAT(header(), expected("INFO  : started by: chain 7\\.1\n"));
   ::unsetenv("PROC_NAME");
   ::unsetenv("chain_VERSION");
 }
