@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
@@ -65,11 +66,13 @@ bool HasRoomToGrow(int pool_fd, int copy_fd) {
   struct stat copy {};
   if (::fstat(pool_fd, &pool) != 0 || ::fstat(copy_fd, &copy) != 0) return false;
   if (copy.st_size <= pool.st_size) return true;
-  const off_t growth = copy.st_size - pool.st_size + 2 * copy.st_blksize;
-  int error = EINTR;
-  while (error == EINTR) error = ::posix_fallocate(copy_fd, copy.st_size, growth);
-  const bool is_unknown = error == EOPNOTSUPP || error == EINVAL;  // not every file system can tell
-  return (error == 0 || is_unknown) && ::ftruncate(copy_fd, copy.st_size) == 0;
+  static constexpr std::array<char, 65'536> kFiller{};
+  off_t growth = copy.st_size - pool.st_size + 2 * copy.st_blksize;
+  for (; growth > 0; growth -= static_cast<off_t>(kFiller.size())) {
+    const auto size = std::min(static_cast<std::size_t>(growth), kFiller.size());
+    if (!runtime::WriteAll(copy_fd, {kFiller.data(), size})) return false;
+  }
+  return ::ftruncate(copy_fd, copy.st_size) == 0;
 }
 
 // The name of a new file is on the disk only when its directory is. Where directories can not be

@@ -117,8 +117,8 @@ enum class Fault {
 };
 
 bool TakesDescriptor(long number) {
-  constexpr std::array kCalls = {SYS_write,     SYS_pread64, SYS_read,  SYS_fsync,    SYS_lseek,
-                                 SYS_ftruncate, SYS_close,   SYS_fcntl, SYS_fallocate};
+  constexpr std::array kCalls = {SYS_write, SYS_pread64,   SYS_read,  SYS_fsync,
+                                 SYS_lseek, SYS_ftruncate, SYS_close, SYS_fcntl};
   return std::ranges::find(kCalls, number) != kCalls.end();
 }
 
