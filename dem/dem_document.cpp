@@ -208,7 +208,6 @@ void DEM_DOCUMENT::SetDescriptor(bool fast) {
   LogLine(LogLevel::kInfo, "DEM_DOCUMENT::SetDescriptor: Mapping file ", path, "\n");
   mapping_ = std::make_shared<MEM_MGR>();
   mapping_->MapSrf(path, O_RDONLY, descriptor_.value_type);
-  current_.file = 0;
 }
 
 void DEM_DOCUMENT::SettleMapping() {
@@ -231,7 +230,6 @@ void DEM_DOCUMENT::SettleMapping() {
             " ends before its last grid value. Memory mapping not possible. Please turn off "
             "multithreading if on.\n");
     mapping_.reset();
-    current_.file = -1;
     return;
   }
   const auto needed = static_cast<std::size_t>(last + value_bytes_);
@@ -399,21 +397,21 @@ int DEM_DOCUMENT::TileHolding(int lon_index, int lat_index) const {
   return found == tiles_.end() ? -1 : static_cast<int>(found - tiles_.begin());
 }
 
-void DEM_DOCUMENT::FailNoSubdocument(int lon_index, int lat_index) const {
-  LogLine(LogLevel::kDebug, "Could not allocate location lat=", lat_index, ", lon=", lon_index,
-          IsFast() ? " in subdocument (fastmode)\n" : " in subdocument\n");
-  throw ERROR_NO_SUBDOC();
-}
-
 int DEM_DOCUMENT::SelectSubdocument(int lon_index, int lat_index) {
   const int file = TileHolding(lon_index, lat_index);
-  if (file < 0) FailNoSubdocument(lon_index, lat_index);
-  if (file != current_.file) OpenTile(file);
+  // In fast mode nothing of the document changes: other threads may be reading.
+  const bool leaves_tile = !IsFast() && file != current_.file;
+  if (leaves_tile) current_ = CurrentTile();
+  if (file < 0) {
+    LogLine(LogLevel::kDebug, "Could not allocate location lat=", lat_index, ", lon=", lon_index,
+            IsFast() ? " in subdocument (fastmode)\n" : " in subdocument\n");
+    throw ERROR_NO_SUBDOC();
+  }
+  if (leaves_tile) OpenTile(file);
   return file;
 }
 
 void DEM_DOCUMENT::OpenTile(int file) {
-  current_ = CurrentTile();
   const std::string path = PathOf(file);
   quellmark::basic::UniqueFd fd = quellmark::dem::OpenRaster(path, O_RDONLY);
   if (!fd.IsOpen()) {

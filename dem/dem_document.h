@@ -113,7 +113,6 @@ class DEM_DOCUMENT {
   [[nodiscard]] CellPoint PlaceInCell(double x, double y) const;
   [[nodiscard]] double InterpolateAt(double x, double y);
   [[nodiscard]] int TileHolding(int lon_index, int lat_index) const;
-  [[noreturn]] void FailNoSubdocument(int lon_index, int lat_index) const;
   void OpenTile(int file);
   [[nodiscard]] double InterpolateAroundMissing(const CellPoint& point,
                                                 const CornerValues& corners) const;

@@ -146,6 +146,9 @@ TEST_F(SrfDocument, SeveralTilesAreReadOneAfterTheOther) {
   EXPECT_EQ(document.SelectSubdocument(11, 5), 1);
   SRF_DOCUMENT copy = document;  // opens its own
   EXPECT_EQ(copy.GetGridValue(11, 5), TerrainAt(11, 5));
+  // A look-up that fails leaves no tile open.
+  EXPECT_EQ(document.SelectSubdocument(3, 3), 0);
+  EXPECT_THROW(document.SelectSubdocument(21, 5), ERROR_NO_SUBDOC);
   std::filesystem::remove(TilePath(0));
   EXPECT_THAT(LogOfFailure<ERROR_CANNOT_OPEN_SUBDOC>([&] { document.SelectSubdocument(3, 3); }),
               HasSubstr("No such file"));
@@ -250,7 +253,9 @@ TEST_F(SrfDocument, FastModeFallsBackOrMapsWhatTheGridNeeds) {
               HasSubstr("DEM_DOCUMENT::SetDescriptor: Mapping file " + TilePath() + "\n"));
   SRF_DOCUMENT copy = *original;
   original.reset();
+  std::filesystem::remove(TilePath());
   ExpectTerrain(copy, kSmall, 100, 10, 50, 8);
+  EXPECT_EQ(copy.GetGridValue(110, 58), TerrainAt(110, 58));
 }
 
 TEST_F(SrfDocument, HeadersThatDoNotFit) {
