@@ -145,7 +145,7 @@ void GeolocationFastDem(benchmark::State& state) {
   quellmark::test::RandomGeometries random(1);
   std::vector<quellmark::test::Geometry> geometries;
   for (int i = 0; i < 4096; ++i) {
-    geometries.push_back(quellmark::test::MakeGeometryTowards(
+    geometries.push_back(quellmark::test::MakeGeometry(
         random.Uniform(9.4, 9.6) * kDegree, random.Uniform(45.2, 45.4) * kDegree,
         random.Uniform(-3.1, 3.1), random.Uniform(25.0, 60.0) * kDegree));
   }

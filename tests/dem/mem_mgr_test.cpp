@@ -42,14 +42,12 @@ TEST_F(MemMgr, MapsPixelsBehindTheColourTable) {
   EXPECT_EQ(table.red + 768, memory_.Data());
   EXPECT_EQ(table.green - table.red, 256);
   EXPECT_EQ(table.blue - table.green, 256);
-  memory_.Release();
-  EXPECT_FALSE(memory_.IsMapped());
-}
-
-TEST_F(MemMgr, NoColourTable) {
+  // The next file takes its place; this one has no colour table, and no pixels either.
   EXPECT_EQ(memory_.MapSrf(File(SrfHeaderBytes(0, 0, 1)), O_RDWR), 0);
   EXPECT_EQ(memory_.Colours().red, nullptr);
   EXPECT_EQ(memory_.MappedLength(), 32U);
+  memory_.Release();
+  EXPECT_FALSE(memory_.IsMapped());
 }
 
 TEST_F(MemMgr, RefusesWhatCanNotBeMapped) {

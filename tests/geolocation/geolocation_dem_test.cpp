@@ -66,11 +66,6 @@ Located LocateFast(GEOLOCATION_DEM_WORKSPACE& workspace, DEM_DOCUMENT& dem, cons
   return l;
 }
 
-Located LocateFast(DEM_DOCUMENT& dem, const Geometry& g) {
-  GEOLOCATION_DEM_WORKSPACE workspace(7);
-  return LocateFast(workspace, dem, g);
-}
-
 VECTOR<double> General(const Vector& v, int start = 1) { return {start, {v.x, v.y, v.z}}; }
 
 Vector Fixed(const VECTOR<double>& v) { return {v[v.First()], v[v.First() + 1], v[v.First() + 2]}; }
@@ -107,7 +102,7 @@ geo::GeodeticPoint ToGeodetic(const Vector& point) {
 }
 
 Geometry OverTheHills(double longitude = 9.5, double latitude = 45.3) {
-  return MakeGeometryTowards(longitude * kDegree, latitude * kDegree, 1.2, 35.0 * kDegree);
+  return MakeGeometry(longitude * kDegree, latitude * kDegree, 1.2, 35.0 * kDegree);
 }
 
 TEST(GeolocationDem, PointsLieOnTheHills) {
@@ -119,9 +114,9 @@ TEST(GeolocationDem, PointsLieOnTheHills) {
   RandomGeometries random(11);
   for (int i = 0; i < 2000; ++i) {
     SCOPED_TRACE(i);
-    Geometry g = MakeGeometryTowards(random.Uniform(9.4, 9.6) * kDegree,
-                                     random.Uniform(45.2, 45.4) * kDegree,
-                                     random.Uniform(-3.1, 3.1), random.Uniform(25, 60) * kDegree);
+    Geometry g =
+        MakeGeometry(random.Uniform(9.4, 9.6) * kDegree, random.Uniform(45.2, 45.4) * kDegree,
+                     random.Uniform(-3.1, 3.1), random.Uniform(25, 60) * kDegree);
     g.doppler = random.Uniform(-20.0, 20.0);
     const std::size_t before = AllocationCount();
     const Located located = LocateFast(workspace, dem, g);
@@ -233,8 +228,9 @@ TEST(GeolocationDem, CliffTakesAllIterations) {
   const double east = LocateAtHeight(g, 2000.0).longitude > edge ? 1.0 : -1.0;
   FunctionDem dem(
       [=](double longitude, double) { return (longitude - edge) * east < 0.0 ? 1500.0 : 500.0; });
+  GEOLOCATION_DEM_WORKSPACE workspace;
   ScopedLog log;
-  const Located located = LocateFast(dem, g);
+  const Located located = LocateFast(workspace, dem, g);
   EXPECT_THAT(log.Text(), HasSubstr("geolocation_fast (DEM): 21 Iterations. Error: "));
   EXPECT_NEAR(located.height, 1000.0, 0.02);
 }
@@ -243,12 +239,12 @@ TEST(GeolocationDem, FailuresPassThrough) {
   const ScopedLog quiet(Level::kSilent);
   const TempDir directory;
   SRF_DOCUMENT dem = OpenHills(directory, false);
-  EXPECT_THROW(static_cast<void>(LocateFast(dem, OverTheHills(20.0))), ERROR_NO_SUBDOC);
+  GEOLOCATION_DEM_WORKSPACE workspace;
+  EXPECT_THROW(LocateFast(workspace, dem, OverTheHills(20.0)), ERROR_NO_SUBDOC);
+  EXPECT_THROW(LocateFast(workspace, dem, OverTheHills(), 0), ERROR_ALGORITHM);
   Geometry g = OverTheHills();
   g.fast_time *= 0.5;
-  EXPECT_THROW(static_cast<void>(LocateFast(dem, g)), ERROR_DATA);
-  GEOLOCATION_DEM_WORKSPACE workspace;
-  EXPECT_THROW(static_cast<void>(LocateFast(workspace, dem, OverTheHills(), 0)), ERROR_ALGORITHM);
+  EXPECT_THROW(LocateFast(workspace, dem, g), ERROR_DATA);
   // Powers that overflow leave no pivot.
   EXPECT_THROWS_TEXT(LocateFast(workspace, dem, OverTheHills(), 255),
                      "gaussj_fast: Singular Matrix-1");

@@ -102,7 +102,7 @@ TEST(GeolocationFast, SensorOverThePole) {
               {-1.0, {0.0, 7500.0, 0.0}, 0.0},  {-1.0, {-7500.0, 0.0, 0.0}, 90.0}};
   for (const auto& row : rows) {
     SCOPED_TRACE(row.heading);
-    Geometry g = MakeGeometry(0.0, row.z_sign * 90.0 * kDegree, 600e3, 0.0, 30.0 * kDegree);
+    Geometry g = MakeGeometry(0.0, 0.0, 0.0, 30.0 * kDegree);
     g.sat_pos = {0.0, 0.0, row.z_sign * Length(g.sat_pos)};
     g.sat_vel = row.velocity;
     const Located located = Locate(g);
@@ -114,7 +114,7 @@ TEST(GeolocationFast, SensorOverThePole) {
 
 // Zeros and tiny components decide between 0 and 360, 90 and 270.
 TEST(GeolocationFast, AnglesAtTheSeams) {
-  const Geometry g = MakeGeometry(0.0, 0.0, 600e3, 0.0, 30.0 * kDegree);
+  const Geometry g = MakeGeometry(0.0, 0.0, 0.0, 30.0 * kDegree);
   const geo::RangeDopplerQuery query = QueryOf(g);
   const geo::LocalFrame frame = geo::MakeLocalFrame(query);
   const geo::RaisedEllipsoid ellipsoid = geo::RaiseEllipsoid(query);
@@ -161,7 +161,7 @@ TEST(GeolocationFast, RealScenesTakeFewIterations) {
   }
 }
 
-Geometry Plain() { return MakeGeometry(0.5, 0.7, 600e3, 3.3, 30.0 * kDegree); }
+Geometry Plain() { return MakeGeometry(0.5, 0.7, 3.3, 30.0 * kDegree); }
 
 // A failed call writes its lines, throws, and leaves every place as it was.
 template <class Error>
@@ -170,17 +170,6 @@ std::string LogOfFailedCall(const Geometry& g) {
   const std::string log = LogOfFailure<Error>([&] { static_cast<void>(LocateInto(untouched, g)); });
   EXPECT_EQ(untouched, Located());
   return log;
-}
-
-std::string Dump(const Geometry& g) {
-  char text[512];
-  std::snprintf(text, sizeof text,
-                "ALARM : geolocation_fast was called with look_direction %.17g height %.17g "
-                "rpole %.17g requator %.17g fast_time %.17g sat_pos (%.17g,%.17g,%.17g)= sat_vel "
-                "(%.17g,%.17g,%.17g)=\n",
-                g.look, g.height, g.rpole, g.requator, g.fast_time, g.sat_pos.x, g.sat_pos.y,
-                g.sat_pos.z, g.sat_vel.x, g.sat_vel.y, g.sat_vel.z);
-  return text;
 }
 
 TEST(GeolocationFast, SensorWithinTheEarth) {
@@ -196,14 +185,16 @@ TEST(GeolocationFast, SensorWithinTheEarth) {
   EXPECT_NO_THROW(static_cast<void>(Locate(g)));
 }
 
+// With 17 digits the call can be repeated exactly.
 TEST(GeolocationFast, RangeThatMissesTheEllipsoid) {
-  Geometry g = Plain();
-  g.fast_time = 2.0 * 500e3 / kSpeedOfLight;
+  Geometry g{.sat_pos = {7e6, 0.1, -3.0}, .sat_vel = {0.5, -1.0, 7500.0}, .fast_time = 0.25};
   EXPECT_EQ(LogOfFailedCall<ERROR_DATA>(g),
             "ALARM : geolocation_fast: No intersection of earth ellipsoid and sphere around the "
-            "satellite\nALARM : geolocation_fast: during iteration in step: 1\n" +
-                Dump(g));
-  g.fast_time = 2.0 * 20000e3 / kSpeedOfLight;
+            "satellite\nALARM : geolocation_fast: during iteration in step: 1\n"
+            "ALARM : geolocation_fast was called with look_direction 1 height 0 rpole "
+            "6356752.3150000004 requator 6378137 fast_time 0.25 sat_pos "
+            "(7000000,0.10000000000000001,-3)= sat_vel (0.5,-1,7500)=\n");
+  g.fast_time = 0.001;
   EXPECT_THAT(LogOfFailedCall<ERROR_DATA>(g), HasSubstr("No intersection"));
 }
 
@@ -215,15 +206,17 @@ TEST(GeolocationFast, IterationLimit) {
   try {
     const ScopedLog quiet(Level::kSilent);
     for (double incidence = 1.0; incidence > 0.3; incidence -= 0.002) {
-      g = MakeGeometry(0.5, 45.0 * kDegree, 600e3, 90.0 * kDegree, incidence * kDegree);
+      g = MakeGeometry(0.5, 45.0 * kDegree, 0.0, incidence * kDegree);
       most = std::max(most, Solve(g).iterations);
     }
   } catch (const ERROR_DATA&) {  // with the range that is tried once more below
   }
   EXPECT_EQ(most, 20);
   const std::string log = LogOfFailedCall<ERROR_DATA>(g);
-  EXPECT_THAT(log, testing::StartsWith("ALARM : geolocation_fast: convergence problem\n" + Dump(g) +
-                                       "INFO  : accuracy after 21 steps: "));
+  EXPECT_THAT(log,
+              testing::StartsWith("ALARM : geolocation_fast: convergence problem\n"
+                                  "ALARM : geolocation_fast was called with look_direction 1"));
+  EXPECT_THAT(log, HasSubstr(")=\nINFO  : accuracy after 21 steps: "));
   EXPECT_THAT(log, testing::EndsWith(" tolerance 1e-09\n"));
 }
 

@@ -59,37 +59,19 @@ struct LocalAxes {
         east{-std::sin(longitude), std::cos(longitude), 0.0} {}
 };
 
-/// A sensor at geocentric longitude and latitude [rad] that flies towards `heading` [rad], with the
-/// range of `incidence` [rad] on a sphere of the ellipse radius below the sensor.
-inline Geometry MakeGeometry(double longitude, double latitude, double altitude, double heading,
-                             double incidence) {
-  const LocalAxes axes(longitude, latitude);
-  Geometry g;
-  const double earth_radius =
-      1.0 / std::hypot(std::cos(latitude) / g.requator, std::sin(latitude) / g.rpole);
-  const double radius = earth_radius + altitude;
-  g.sat_pos = radius * axes.up;
-  g.sat_vel = 7500.0 * (std::cos(heading) * axes.north + std::sin(heading) * axes.east);
-  const double look = std::asin(earth_radius / radius * std::sin(incidence));
-  const double range = std::sqrt(radius * radius + earth_radius * earth_radius -
-                                 2.0 * radius * earth_radius * std::cos(incidence - look));
-  g.fast_time = 2.0 * range / kSpeedOfLight;
-  return g;
-}
-
 /// A sensor that looks right towards the bearing [rad] and sees geocentric longitude and latitude
-/// [rad] at about that incidence [rad].
-inline Geometry MakeGeometryTowards(double longitude, double latitude, double bearing,
-                                    double incidence) {
+/// [rad], at about that incidence [rad] and from about that altitude [m].
+inline Geometry MakeGeometry(double longitude, double latitude, double bearing, double incidence,
+                             double altitude = 700e3) {
   constexpr double kEarthRadius_m = 6371e3;
-  constexpr double kSensorRadius_m = 7071e3;
+  const double sensor_radius = kEarthRadius_m + altitude;
   const LocalAxes axes(longitude, latitude);
-  const double look = std::asin(kEarthRadius_m / kSensorRadius_m * std::sin(incidence));
+  const double look = std::asin(kEarthRadius_m / sensor_radius * std::sin(incidence));
   const double centre_angle = incidence - look;
   const VECTOR_3D<double> back = -std::cos(bearing) * axes.north - std::sin(bearing) * axes.east;
   const VECTOR_3D<double> up = std::cos(centre_angle) * axes.up + std::sin(centre_angle) * back;
   Geometry g;
-  g.sat_pos = kSensorRadius_m * up;
+  g.sat_pos = sensor_radius * up;
   g.sat_vel = 7500.0 / std::sin(centre_angle) * Cross(up, axes.up);
   const double earth_radius =
       1.0 / std::hypot(std::cos(latitude) / g.requator, std::sin(latitude) / g.rpole);
@@ -104,8 +86,8 @@ class RandomGeometries {
   explicit RandomGeometries(unsigned seed) : random_(seed) {}
   Geometry operator()() {
     Geometry g = MakeGeometry(Uniform(-180.0, 180.0) * kDegree, std::asin(Uniform(-1.0, 1.0)),
-                              Uniform(300e3, 900e3), Uniform(-180.0, 180.0) * kDegree,
-                              Uniform(5.0, 85.0) * kDegree);
+                              Uniform(-180.0, 180.0) * kDegree, Uniform(5.0, 85.0) * kDegree,
+                              Uniform(300e3, 900e3));
     g.look = Uniform(-1.0, 1.0) < 0.0 ? -1.0 : 1.0;
     g.height = Uniform(-100.0, 100.0);
     if (Uniform(-1.0, 1.0) < 0.0) {

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <random>
-#include <utility>
 #include <vector>
 
 #include "basic/matrix.h"
@@ -15,33 +14,6 @@ __extension__ typedef __float128 Quad;
 using QuadMatrix = std::vector<std::vector<Quad>>;
 
 inline Quad Abs(Quad value) { return value < 0 ? -value : value; }
-
-/// The inverse by elimination with row pivoting; with 113 bits its own error is beyond double.
-inline QuadMatrix Inverse(QuadMatrix a) {
-  const std::size_t n = a.size();
-  QuadMatrix inverse(n, std::vector<Quad>(n, 0));
-  for (std::size_t i = 0; i < n; ++i) inverse[i][i] = 1;
-  for (std::size_t i = 0; i < n; ++i) {
-    std::size_t pivot = i;
-    for (std::size_t r = i + 1; r < n; ++r) {
-      if (Abs(a[r][i]) > Abs(a[pivot][i])) pivot = r;
-    }
-    std::swap(a[i], a[pivot]);
-    std::swap(inverse[i], inverse[pivot]);
-    for (std::size_t r = 0; r < n; ++r) {
-      if (r == i) continue;
-      const Quad factor = a[r][i] / a[i][i];
-      for (std::size_t c = 0; c < n; ++c) {
-        a[r][c] -= factor * a[i][c];
-        inverse[r][c] -= factor * inverse[i][c];
-      }
-    }
-  }
-  for (std::size_t i = 0; i < n; ++i) {
-    for (Quad& element : inverse[i]) element /= a[i][i];
-  }
-  return inverse;
-}
 
 inline QuadMatrix Times(const QuadMatrix& a, const QuadMatrix& b) {
   QuadMatrix product(a.size(), std::vector<Quad>(b[0].size(), 0));
@@ -89,6 +61,12 @@ inline double Distance(QuadMatrix a, const QuadMatrix& b) {
   }
   const double scale = Norm(b);
   return scale == 0.0 ? Norm(a) : Norm(a) / scale;
+}
+
+inline double DistanceFromIdentity(const QuadMatrix& a) {
+  QuadMatrix identity(a.size(), std::vector<Quad>(a.size(), 0));
+  for (std::size_t i = 0; i < a.size(); ++i) identity[i][i] = 1;
+  return Distance(a, identity);
 }
 
 template <class T>

@@ -35,12 +35,6 @@ struct Factors {
   }
 };
 
-double DistanceFromIdentity(const QuadMatrix& a) {
-  QuadMatrix identity(a.size(), std::vector<Quad>(a.size(), 0));
-  for (std::size_t i = 0; i < a.size(); ++i) identity[i][i] = 1;
-  return Distance(a, identity);
-}
-
 // U diag(w) V^T against the matrix, and V^T V and U^T U against the identity: w then are the
 // singular values. What is summed up from the m + n reflections and the rotations is a small
 // multiple of epsilon; observed are up to 0.4 of the bound.
@@ -111,26 +105,31 @@ TEST(Svd, WhatIsNotFiniteDoesNotConverge) {
       testing::ExitedWithCode(1), testing::HasSubstr(kNoConvergence));
 }
 
-// Fits with both flavours; gives the parameters.
-ARRAY<double> Fitted(const ARRAY<double>& x, const ARRAY<double>& y, const ARRAY<double>& sig,
-                     int ma, lsq::BasisFunctions<double> funcs, double& chisq,
-                     lsq::SvdfitWorkspace<double>& work) {
+struct SvdFit {
+  ARRAY<double> a;
+  double chisq = -1.0;
+  ARRAY<double> w{};
+};
+
+// Fits with both flavours.
+SvdFit Fitted(const ARRAY<double>& x, const ARRAY<double>& y, const ARRAY<double>& sig, int ma,
+              lsq::BasisFunctions<double> funcs) {
+  lsq::SvdfitWorkspace<double> work, room;
   EXPECT_EQ(work.Create(x.Length(), ma), 0);
-  ARRAY<double> a(RANGE<int>(1, ma));
+  EXPECT_EQ(room.Create(x.Length(), ma), 0);
+  SvdFit fast{.a = ARRAY<double>(RANGE<int>(1, ma))};
+  SvdFit plain = fast;
   const std::size_t allocations = AllocationCount();
-  svdfit_fast(x, y, sig, x.Length(), a, ma, chisq, funcs, work);
+  svdfit_fast(x, y, sig, x.Length(), fast.a, ma, fast.chisq, funcs, work);
   EXPECT_EQ(AllocationCount(), allocations);
 
-  ARRAY<double> plain(RANGE<int>(1, ma));
-  lsq::SvdfitWorkspace<double> room;
-  EXPECT_EQ(room.Create(x.Length(), ma), 0);
-  double plain_chisq = -1.0;
-  svdfit(x.Data(1), y.Data(1), sig.Data(1), x.Length(), plain.Data(1), ma,
-         RowPointers(room.u).data(), RowPointers(room.v).data(), room.w.Data(1), &plain_chisq,
+  svdfit(x.Data(1), y.Data(1), sig.Data(1), x.Length(), plain.a.Data(1), ma,
+         RowPointers(room.u).data(), RowPointers(room.v).data(), room.w.Data(1), &plain.chisq,
          funcs);
-  EXPECT_TRUE(std::ranges::equal(plain.Elements(), a.Elements()));
-  EXPECT_EQ(plain_chisq, chisq);
-  return a;
+  EXPECT_TRUE(std::ranges::equal(plain.a.Elements(), fast.a.Elements()));
+  EXPECT_EQ(plain.chisq, fast.chisq);
+  fast.w = work.w;
+  return fast;
 }
 
 TEST(SvdFit, RecoversPolynomialsToTheConditionOfTheBasis) {
@@ -144,52 +143,45 @@ TEST(SvdFit, RecoversPolynomialsToTheConditionOfTheBasis) {
     y[i] = 0.0;
     for (std::size_t j = known.size(); j-- > 0;) y[i] = y[i] * x[i] + known[j];
   }
-  double chisq = -1.0;
-  lsq::SvdfitWorkspace<double> work;
-  const ARRAY<double> a = Fitted(x, y, sig, int{known.size()}, Powers<double>, chisq, work);
-  const auto [least, most] = std::ranges::minmax(work.w.Elements());
+  const SvdFit fit = Fitted(x, y, sig, int{known.size()}, Powers<double>);
+  const auto [least, most] = std::ranges::minmax(fit.w.Elements());
   // The residual is zero, so that the condition enters once, not squared; observed is 0.3 of it.
   const double bound = most / least * std::numeric_limits<double>::epsilon();
-  EXPECT_THAT(a.Elements(), testing::Pointwise(testing::DoubleNear(bound), known));
-  EXPECT_NEAR(chisq, 0.0, 1e-24);
+  EXPECT_THAT(fit.a.Elements(), testing::Pointwise(testing::DoubleNear(bound), known));
+  EXPECT_NEAR(fit.chisq, 0.0, 1e-24);
+  // The mean of 1 and 3, the first with four times the weight; off by 0.8 and 1.6 deviations.
+  const SvdFit mean = Fitted({1, {0.0, 0.0}}, {1, {1.0, 3.0}}, {1, {0.5, 1.0}}, 1, Powers<double>);
+  EXPECT_DOUBLE_EQ(mean.a[1], 1.4);
+  EXPECT_DOUBLE_EQ(mean.chisq, 3.2);
 }
 
 TEST(SvdFit, SharesBetweenWhatTheSamplesDoNotTellApart) {
-  const ARRAY<double> x(1, {-2.0, -1.0, 0.0, 1.0, 2.0});
-  const ARRAY<double> y(1, {-7.0, -3.0, 1.0, 5.0, 9.0});  // 1 + 4 x
-  const ARRAY<double> sig(1, {1.0, 1.0, 1.0, 1.0, 1.0});
-  double chisq = -1.0;
-  lsq::SvdfitWorkspace<double> work;
-  const ARRAY<double> a = Fitted(
-      x, y, sig, 4,
-      [](double t, double afunc[], int) {
-        afunc[1] = 1.0;
-        afunc[2] = afunc[3] = t;
-        afunc[4] = 0.0;
-      },
-      chisq, work);
+  const auto basis = [](double t, double afunc[], int) {
+    afunc[1] = 1.0;
+    afunc[2] = afunc[3] = t;
+    afunc[4] = 0.0;
+  };
+  // 1 + 4 x
+  const SvdFit fit = Fitted({1, {-2.0, -1.0, 0.0, 1.0, 2.0}}, {1, {-7.0, -3.0, 1.0, 5.0, 9.0}},
+                            {1, {1.0, 1.0, 1.0, 1.0, 1.0}}, 4, basis);
   // The shortest solution: the slope in two equal parts, nothing for a basis function that is zero.
-  EXPECT_THAT(a.Elements(), testing::Pointwise(testing::DoubleNear(1e-14), {1.0, 2.0, 2.0, 0.0}));
-  EXPECT_NEAR(chisq, 0.0, 1e-26);
-  EXPECT_EQ(std::ranges::count(work.w.Elements(), 0.0), 2);
+  EXPECT_THAT(fit.a.Elements(),
+              testing::Pointwise(testing::DoubleNear(1e-14), {1.0, 2.0, 2.0, 0.0}));
+  EXPECT_NEAR(fit.chisq, 0.0, 1e-26);
+  EXPECT_EQ(std::ranges::count(fit.w.Elements(), 0.0), 2);
 }
 
 TEST(SvdFit, DiscardsValuesBelowItsThreshold) {
   // One sample per basis function, so that the singular values are 1 and `second`.
-  const ARRAY<double> sig(1, {1.0, 1.0});
+  const auto basis = [](double t, double afunc[], int) {
+    afunc[1] = t == 0.0 ? 1.0 : 0.0;
+    afunc[2] = t;
+  };
   const double threshold = 2.0 * std::numeric_limits<double>::epsilon();
   for (const double second : {threshold, std::nextafter(threshold, 0.0)}) {
-    double chisq = -1.0;
-    lsq::SvdfitWorkspace<double> work;
-    const ARRAY<double> a = Fitted(
-        ARRAY<double>(1, {0.0, second}), ARRAY<double>(1, {1.0, second}), sig, 2,
-        [](double t, double afunc[], int) {
-          afunc[1] = t == 0.0 ? 1.0 : 0.0;
-          afunc[2] = t;
-        },
-        chisq, work);
-    EXPECT_EQ(a[1], 1.0);
-    EXPECT_EQ(a[2], second < threshold ? 0.0 : 1.0);
+    const SvdFit fit = Fitted({1, {0.0, second}}, {1, {1.0, second}}, {1, {1.0, 1.0}}, 2, basis);
+    EXPECT_EQ(fit.a[1], 1.0);
+    EXPECT_EQ(fit.a[2], second < threshold ? 0.0 : 1.0);
   }
 }
 
