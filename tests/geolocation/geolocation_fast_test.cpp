@@ -91,19 +91,23 @@ TEST(GeolocationFast, RandomResultsFitTheirDefinitions) {
 }
 
 // Over a pole the longitude of the sensor is 90 degrees by convention, and the heading refers to
-// it.
-TEST(GeolocationFast, SensorOverThePole) {
+// it. The last two fly east and south over the meridian of 270 degrees.
+TEST(GeolocationFast, SensorInThePlaneOf90Degrees) {
   const struct {
-    double z_sign;
-    Vector velocity;
+    Vector up, velocity;
     double heading;
-  } rows[] = {{1.0, {7500.0, 0.0, 0.0}, 270.0}, {1.0, {0.0, -7500.0, 0.0}, 0.0},
-              {1.0, {-7500.0, 0.0, 0.0}, 90.0}, {1.0, {0.0, 7500.0, 0.0}, 180.0},
-              {-1.0, {0.0, 7500.0, 0.0}, 0.0},  {-1.0, {-7500.0, 0.0, 0.0}, 90.0}};
+  } rows[] = {{{0.0, 0.0, 1.0}, {7500.0, 0.0, 0.0}, 270.0},
+              {{0.0, 0.0, 1.0}, {0.0, -7500.0, 0.0}, 0.0},
+              {{0.0, 0.0, 1.0}, {-7500.0, 0.0, 0.0}, 90.0},
+              {{0.0, 0.0, 1.0}, {0.0, 7500.0, 0.0}, 180.0},
+              {{0.0, 0.0, -1.0}, {0.0, 7500.0, 0.0}, 0.0},
+              {{0.0, 0.0, -1.0}, {-7500.0, 0.0, 0.0}, 90.0},
+              {{0.0, -1.0, 0.0}, {7500.0, 0.0, 0.0}, 90.0},
+              {{0.0, -0.6, 0.8}, {0.0, -6000.0, -4500.0}, 180.0}};
   for (const auto& row : rows) {
-    SCOPED_TRACE(row.heading);
+    SCOPED_TRACE(testing::Message() << row.up.y << " " << row.heading);
     Geometry g = MakeGeometry(0.0, 0.0, 0.0, 30.0 * kDegree);
-    g.sat_pos = {0.0, 0.0, row.z_sign * Length(g.sat_pos)};
+    g.sat_pos = Length(g.sat_pos) * row.up;
     g.sat_vel = row.velocity;
     const Located located = Locate(g);
     EXPECT_LT(Apart(located.heading, row.heading), 1e-13);
@@ -180,7 +184,7 @@ TEST(GeolocationFast, SensorWithinTheEarth) {
             "ALARM : geolocation_fast: length of satellite position is: 5000\n");
   // The polar radius counts, without the height.
   g.sat_pos = {0.0, 0.0, g.rpole};
-  g.height = -1000.0;
+  g.height = 1000.0;
   g.fast_time = 2.0 * 2000.0 / kSpeedOfLight;
   EXPECT_NO_THROW(static_cast<void>(Locate(g)));
 }
