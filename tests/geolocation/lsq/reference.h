@@ -3,6 +3,7 @@
 #pragma once
 
 #include <algorithm>
+#include <concepts>
 #include <random>
 #include <vector>
 
@@ -44,12 +45,14 @@ inline double Norm(const QuadMatrix& a) {
   return static_cast<double>(norm);
 }
 
+inline Quad ToQuad(std::floating_point auto value) { return static_cast<Quad>(value); }
+
 template <class T>
 QuadMatrix ToQuad(const MATRIX<T>& m) {
   QuadMatrix result(static_cast<std::size_t>(m.Rows().Length()));
   auto element = m.Elements().begin();
   for (auto& row : result) {
-    for (int j = 0; j < m.Columns().Length(); ++j) row.push_back(static_cast<Quad>(*element++));
+    for (int j = 0; j < m.Columns().Length(); ++j) row.push_back(ToQuad(*element++));
   }
   return result;
 }

@@ -130,11 +130,11 @@ void ExpectFitted(const FitCase<T>& fit, const ARRAY<T>& before) {
   QuadMatrix design, residuals;  // in units of the deviations; kept parameters have no design
   Quad chisq = 0;
   for (int i = 1; i <= fit.x.Length(); ++i) {
-    Quad residual = fit.y[i] / static_cast<Quad>(fit.sig[i]);
-    Quad power = 1 / static_cast<Quad>(fit.sig[i]);
+    Quad residual = ToQuad(fit.y[i]) / ToQuad(fit.sig[i]);
+    Quad power = 1 / ToQuad(fit.sig[i]);
     design.emplace_back();
-    for (int j = 1; j <= fit.ia.Length(); ++j, power *= fit.x[i]) {
-      residual -= fit.a[j] * power;
+    for (int j = 1; j <= fit.ia.Length(); ++j, power *= ToQuad(fit.x[i])) {
+      residual -= ToQuad(fit.a[j]) * power;
       design.back().push_back(fit.ia[j] != 0 ? power : 0);
     }
     residuals.push_back({residual});
@@ -156,7 +156,7 @@ void ExpectFitted(const FitCase<T>& fit, const ARRAY<T>& before) {
   EXPECT_LE(DistanceFromIdentity(Times(normal, covariance)), bound);
   // How far the parameters are from those that turn the gradient to zero.
   EXPECT_LE(Norm(Times(covariance, Times(Transposed(design), residuals))), bound);
-  EXPECT_LE(static_cast<double>(Abs(fit.chisq / chisq - 1)), bound);
+  EXPECT_LE(static_cast<double>(Abs(ToQuad(fit.chisq) / chisq - 1)), bound);
 }
 
 TYPED_TEST(Solvers, FitIsAsGoodAsTheNormalEquations) {

@@ -48,8 +48,7 @@ void ExpectDecomposed(const MATRIX<T>& a) {
   const double bound = 2 * (m + n) * static_cast<double>(std::numeric_limits<T>::epsilon());
   QuadMatrix scaled = ToQuad(factors.u);
   for (auto& row : scaled) {
-    for (std::size_t j = 0; j < row.size(); ++j)
-      row[j] *= static_cast<Quad>(factors.w.Elements()[j]);
+    for (std::size_t j = 0; j < row.size(); ++j) row[j] *= ToQuad(factors.w.Elements()[j]);
   }
   const QuadMatrix v = ToQuad(factors.v);
   EXPECT_LE(Distance(Times(scaled, Transposed(v)), ToQuad(a)), bound);
