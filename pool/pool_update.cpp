@@ -66,7 +66,7 @@ bool HasRoomToGrow(int pool_fd, int copy_fd) {
   struct stat copy {};
   if (::fstat(pool_fd, &pool) != 0 || ::fstat(copy_fd, &copy) != 0) return false;
   if (copy.st_size <= pool.st_size) return true;
-  static constexpr std::array<char, 65'536> kFiller{};
+  static constexpr std::array<char, 4096> kFiller{};
   off_t growth = copy.st_size - pool.st_size + 2 * copy.st_blksize;
   for (; growth > 0; growth -= static_cast<off_t>(kFiller.size())) {
     const auto size = std::min(static_cast<std::size_t>(growth), kFiller.size());
