@@ -46,17 +46,19 @@ double TerrainHeight(const TestDem& dem, double longitude_deg, double latitude_d
   const long double shift = dem.annotation == "PIXEL_EDGE" ? 0.5L : 0.0L;
   const long double u = static_cast<long double>(longitude_deg) / step - shift;
   const long double v = static_cast<long double>(latitude_deg) / step - shift;
-  const auto at = [&](long i, long j) -> long double {  // any i: the globe closes
-    const long count = dem.LonCount();
-    const long wrapped = ((i + count / 2) % count + count) % count - count / 2;
-    return dem.terrain(static_cast<int>(wrapped), static_cast<int>(j));
-  };
   const long i = static_cast<long>(std::floor(u));
   const long j = static_cast<long>(std::floor(v));
-  const long double east = u - static_cast<long double>(i);
-  const long double north = v - static_cast<long double>(j);
-  return static_cast<double>((1 - north) * ((1 - east) * at(i, j) + east * at(i + 1, j)) +
-                             north * ((1 - east) * at(i, j + 1) + east * at(i + 1, j + 1)));
+  const long count = dem.LonCount();
+  long double height = 0;
+  for (const long x : {i, i + 1}) {
+    for (const long y : {j, j + 1}) {
+      const long wrapped = ((x + count / 2) % count + count) % count - count / 2;  // globe closes
+      const long double weight = (1 - std::abs(u - static_cast<long double>(x))) *
+                                 (1 - std::abs(v - static_cast<long double>(y)));
+      height += weight * dem.terrain(static_cast<int>(wrapped), static_cast<int>(y));
+    }
+  }
+  return static_cast<double>(height);
 }
 
 std::string SrfHeaderBytes(std::uint32_t width, std::uint32_t height, std::uint32_t type,
