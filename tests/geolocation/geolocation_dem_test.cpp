@@ -184,6 +184,7 @@ TEST(GeolocationDem, NoSignChange) {
     EXPECT_EQ(untouched, Located());
     // The heights are converted back from the points: not quite -500 and 9000.
     ExpectLogged("no bracket", log);
+    EXPECT_EQ(log.find(" with height errors -") != std::string::npos, height == 9100.0);
     EXPECT_EQ(log.find("\nWARN  : Invalid DEM height/value -32767m occurred at latitude 0.79") !=
                   std::string::npos,
               height == -32767.0);
