@@ -18,7 +18,7 @@ void FailNotFinite(double x) {
 template <class T>
 ARRAY<T> POLYNOM<T>::GetCoeffs() const {
   const std::vector<T> c = form_.PieceOn(T{}, T{}).c;
-  ARRAY<T> coefficients(RANGE<int>(0, static_cast<int>(c.size())));
+  ARRAY<T> coefficients(RANGE<int>(0, count_));
   std::ranges::copy(c, coefficients.Elements().begin());
   return coefficients;
 }

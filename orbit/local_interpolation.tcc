@@ -65,10 +65,15 @@ void LOCAL_INTERPOLATION<T, I, P>::TakePoints(std::span<const P> points) {
             support_point_count_, " to ", count, "\n");
     support_point_count_ = count;
   }
-  // Each span keeps numbers of its own: what real orbits need is far below this.
+  // Each span keeps numbers of its own, and a fit takes steps by the square of its terms for each
+  // point: what real orbits need is far below these limits.
   constexpr long long kMaxNumbers = 1LL << 25;
-  if (static_cast<long long>(count + 1 - support_point_count_) * support_point_count_ >
-      kMaxNumbers) {
+  constexpr long long kMaxFitSteps = 1LL << 33;
+  const long long numbers =
+      static_cast<long long>(count + 1 - support_point_count_) * support_point_count_;
+  const long long terms =
+      kSharesDesign ? std::max(std::min(order_, support_point_count_ - 1) + 1, 1) : 1;
+  if (numbers > kMaxNumbers || numbers * terms > kMaxFitSteps / terms) {
     Fail<INVALID_PARAMETER_VALUE>("LOCAL_INTERPOLATION: support_point_count ", support_point_count_,
                                   " is too large for ", count, " points\n");
   }

@@ -3,14 +3,16 @@
 
 #include "orbit/newton_form.h"
 
-/// The polynomial through n + 1 support points, of degree n or less.
+/// The polynomial through n + 1 support points.
 template <class T>
 class POLYNOM final : public quellmark::orbit::Evaluated<POLYNOM<T>, T, POINT<T>> {
  public:
-  void Fit(std::span<const POINT<T>> points) { form_.Fit(points); }
+  void Fit(std::span<const POINT<T>> points) {
+    form_.Fit(points);
+    count_ = static_cast<int>(points.size());
+  }
   [[nodiscard]] quellmark::orbit::Jet<T> At(T x) const { return form_.At(x); }
-  /// The Newton coefficients c[0..degree]; the nodes are the support points in their order. A
-  /// degree below n means that the higher coefficients are 0.
+  /// The Newton coefficients c[0..n]; the nodes are the support points in their order.
   [[nodiscard]] ARRAY<T> GetCoeffs() const override;
 
   static constexpr std::string_view kForm = quellmark::orbit::kNewtonForm;
@@ -18,6 +20,7 @@ class POLYNOM final : public quellmark::orbit::Evaluated<POLYNOM<T>, T, POINT<T>
 
  private:
   quellmark::orbit::NewtonForm<T> form_;
+  int count_ = 1;  ///< of coefficients, one for each support point
 };
 
 /// The polynomial of degree 2 n - 1 or less that meets value and derivative at n support points. It

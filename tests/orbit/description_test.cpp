@@ -1,7 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <array>
 #include <cmath>
-#include <iterator>
+#include <filesystem>
 #include <map>
 #include <memory>
 #include <sstream>
@@ -13,7 +14,6 @@
 #include "orbit/selection.h"
 #include "tests/orbit/orbit_pool.h"
 #include "tests/support/expect_fails.h"
-#include "tests/support/rows.h"
 
 namespace {
 
@@ -39,37 +39,21 @@ TEST(Selection, NinetyRowsInOrder) {
 }
 
 TEST(Selection, InterpolationTexts) {
-  const std::tuple<std::string, int, int, int> rows[] = {
-      {"localpolyfit_8_12", 4, 8, 12}, {"spline", 2, -1, -1},      {"--(everett)", 9, -1, -1},
-      {"localhermite:-7;4", 8, 7, 4},  {"polyfit_5_6_7", 1, 5, 6}, {"polynom_007", 0, 7, -1},
-  };
-  for (const auto& [text, id, order, count] : rows) {
-    const InterpolationChoice choice = ParseInterpolation(text);
-    EXPECT_EQ(choice.interpolation_id, id) << text;
-    EXPECT_EQ(choice.polynomial_fit_order, order) << text;
-    EXPECT_EQ(choice.support_point_count, count) << text;
+  for (const Row& row : ReadRows(QM_ORBIT_TEST_DATA "/interpolation_texts.txt")) {
+    SCOPED_TRACE(row[0]);
+    const ScopedLog log;
+    std::ostringstream found;
+    try {
+      const InterpolationChoice choice = ParseInterpolation(row[0]);
+      found << choice.interpolation_id << ' ' << choice.polynomial_fit_order << ' '
+            << choice.support_point_count;
+    } catch (const ERROR_ARGUMENT& error) {
+      found << error.Message();
+    }
+    EXPECT_EQ(found.str(), row[1]);
+    EXPECT_EQ(log.Text(), row.size() > 2 ? row[2] : "");
   }
-  // What the text does not give stays as it was.
-  EXPECT_EQ(ParseInterpolation("spline", {4, 8, 12}).support_point_count, 12);
-
-  const ScopedLog log;
-  static_cast<void>(ParseInterpolation("localpolyfit_8_12"));
-  EXPECT_EQ(log.Text(),
-            "PARAM : ORBIT: detected poly fit order: 8\n"
-            "PARAM : ORBIT: detected support point count: 12\n");
-  for (const char* empty : {"", "_,;:-()"}) {
-    EXPECT_FAILS(ParseInterpolation(empty), ERROR_ARGUMENT,
-                 std::string("ORBIT: can not determine interpolation type from: ") + empty + "\n");
-  }
-  for (const char* near : {"Hermite", "hermit", "hermites", "local hermite"}) {
-    EXPECT_FAILS(ParseInterpolation(near), ERROR_ARGUMENT,
-                 std::string("GENERAL_ORBIT: can not convert ") + near + " to interpolation_id\n");
-  }
-  for (const char* number : {"x", "7x", "99999999999", "7.5", " 6"}) {  // a blank is no separator
-    EXPECT_FAILS(ParseInterpolation(std::string("polyfit_") + number), ERROR_ARGUMENT,
-                 std::string("ORBIT: ") + number + " is no number in interpolation type: polyfit_" +
-                     number + "\n");
-  }
+  EXPECT_EQ(ParseInterpolation("spline", {4, 8, 12}).support_point_count, 12) << "stays as it was";
 }
 
 TEST(Description, ReferenceTimesAndTimeArguments) {
@@ -292,44 +276,43 @@ double Evaluate(const std::string& form, double t, const std::vector<double>& c,
 TEST(SavePolynomial, TheFileHoldsTheOrbit) {
   const ScopedLog quiet(LOG::Level::kSilent);
   const TempDir directory;
-  for (const char* kind :
-       {"polynom", "polyfit_7", "spline", "localpolynom_5_6", "localpolyfit_5_7", "chebyshev_7",
-        "localchebyshev_5_7", "hermite", "localhermite_7_4", "everett_4"}) {
-    SCOPED_TRACE(kind);
+  for (const Row& kind : ReadKinds()) {
+    SCOPED_TRACE(kind[0]);
     OrbitPool pool = CircularOrbitPool("orbit_pool_double_utc", 12);
-    pool.interpolation = kind;
+    pool.interpolation = kind[0];
     const Orbit orbit = pool.Read();
     orbit.SavePolynomial(STRING(directory / "orbit"));
     std::map<std::string, std::string> header;
-    double covered_to[3] = {0.0, 0.0, 0.0};
+    std::array<double, 3> covered_to = {0.0, 0.0, 0.0};
     for (const Row& row : ReadRows(directory / "orbit.pkt", "|")) {
       if (row.size() == 1) {
         const std::size_t colon = row[0].find(": ");
         header[row[0].substr(0, colon)] = row[0].substr(colon + 2);
         continue;
       }
-      std::istringstream left(row[0]);
-      std::istringstream right(row[1]);
-      std::size_t coordinate = 9;
-      double t_start = 0.0;
-      double t_stop = 0.0;
-      left >> coordinate >> t_start >> t_stop;
-      ASSERT_LT(coordinate, 3u);
-      const std::vector<double> c{std::istream_iterator<double>(left), {}};
-      const std::vector<double> z{std::istream_iterator<double>(right), {}};
-      EXPECT_EQ(t_start, covered_to[coordinate]);
-      covered_to[coordinate] = t_stop;
-      const double t = t_start + 0.4 * (t_stop - t_start);
+      const std::vector<double> left = NumbersOf(row[0]);
+      const auto coordinate = static_cast<std::size_t>(left.at(0));
+      EXPECT_EQ(left.at(1), covered_to.at(coordinate));
+      covered_to[coordinate] = left.at(2);
+      const double t = left[1] + 0.4 * (left[2] - left[1]);
       ARRAY<double> position;
       orbit.CoreObject()->Position(t, position);
-      EXPECT_NEAR(Evaluate(header["form"], t, c, z), position[static_cast<int>(coordinate)], 1e-6);
+      EXPECT_NEAR(Evaluate(header["form"], t, {left.begin() + 3, left.end()}, NumbersOf(row[1])),
+                  position[static_cast<int>(coordinate)], 1e-6);
     }
-    EXPECT_EQ(header["kind"], std::string(kind).substr(0, std::string(kind).find('_')));
+    EXPECT_EQ(header["kind"], kind[0].substr(0, kind[0].find('_')));
     EXPECT_EQ(header["reference_time"], "2022-04-14T10:00:00");
     EXPECT_EQ(header["coordinates"], "3");
-    for (const double end : covered_to) EXPECT_EQ(end, 110.0);
+    EXPECT_EQ(covered_to, (std::array{110.0, 110.0, 110.0}));
   }
+}
+
+TEST(SavePolynomial, WhatCanNotBeWrittenIsSaid) {
+  const TempDir directory;
   const Orbit orbit = CircularOrbitPool("orbit_pool_double_utc", 12).Read();
+  std::filesystem::create_symlink("/dev/full", directory / "full.pkt");
+  EXPECT_FAILS(orbit.SavePolynomial(STRING(directory / "full")), ERROR_CAN_NOT_WRITE_FILE,
+               "ORBIT::SavePolynomial() can not write file: " + (directory / "full.pkt") + "\n");
   const ScopedLog log;
   orbit.SavePolynomial(STRING(directory / "none/orbit"));
   EXPECT_EQ(log.Text(), "ALARM : ORBIT::SavePolynomial() can not create file: " +

@@ -12,16 +12,23 @@
 #include "orbit/polynom.h"
 #include "orbit/spline.h"
 #include "tests/support/expect_fails.h"
+#include "tests/support/rows.h"
 #include "tests/support/scoped_log.h"
 
 namespace {
 
 using quellmark::orbit::Jet;
+using quellmark::test::ReadRows;
+using quellmark::test::Row;
 using quellmark::test::ScopedLog;
+using testing::DoubleNear;
+using testing::Pointwise;
 using Function = std::function<Jet<double>(double)>;
 
 template <class T>
 using LocalPolynom = LOCAL_INTERPOLATION<T, POLYNOM<T>, POINT<T>>;
+template <class T>
+using LocalPolynomFit = LOCAL_INTERPOLATION<T, POLYNOM_FIT<T>, POINT<T>>;
 template <class T>
 using LocalHermite = LOCAL_INTERPOLATION<T, HERMITE_POLY<T>, DPOINT<T>>;
 
@@ -83,6 +90,18 @@ I Ordered(int order, int support_point_count) {
   return curve;
 }
 
+template <class I>
+I Created(I curve, const auto& points) {
+  curve.Create(points);
+  return curve;
+}
+
+template <class I>
+std::vector<double> CoefficientsOf(const I& curve) {
+  const ARRAY<double> coefficients = curve.GetCoeffs();
+  return {coefficients.Elements().begin(), coefficients.Elements().end()};
+}
+
 // Calls check(name, curve, point, highest degree that is reproduced) for each kind, with a curve
 // that is still to be created from points of that type.
 template <class T>
@@ -95,7 +114,7 @@ void ForEachKind(auto check) {
   check("spline", Ordered<SPLINE<T>>(-1, -1), point, 1);
   check("everett", Ordered<EVERETT<T>>(4, -1), point, 5);
   check("localpolynom", Ordered<LocalPolynom<T>>(-1, 5), point, 4);
-  check("localpolyfit", Ordered<LOCAL_INTERPOLATION<T, POLYNOM_FIT<T>, POINT<T>>>(4, 6), point, 4);
+  check("localpolyfit", Ordered<LocalPolynomFit<T>>(4, 6), point, 4);
   check("localchebyshev", Ordered<LOCAL_INTERPOLATION<T, CHEBY_POLY<T>, POINT<T>>>(4, 6), point, 4);
   check("localhermite", Ordered<LocalHermite<T>>(-1, 3), DPOINT<T>(), 5);
 }
@@ -229,7 +248,7 @@ TEST(Everett, EndsOfTheTable) {
 }
 
 TEST(Everett, PlacesAndForcedPlaces) {
-  struct Row {
+  struct Place {
     double x;
     int i;
     double p;
@@ -239,7 +258,7 @@ TEST(Everett, PlacesAndForcedPlaces) {
   const std::string right = "WARN  : EVERETT::GetXi: Forced interpolation right hand side.\n";
   const std::string extrapolated = "DEBUG : EVERETT::GetXi: Extrapolation needed (r=";
   // Indices -5..4 at 100, 102 .. 118; order 4 needs two points on each side.
-  const Row rows[] = {
+  const Place places[] = {
       {104.0, -3, 0.0, ""},
       {109.0, -1, 0.5, ""},
       {114.5, 2, 0.25, ""},
@@ -250,15 +269,15 @@ TEST(Everett, PlacesAndForcedPlaces) {
   EVERETT<double> everett;
   everett.SetOrder(4);
   everett.Create(Sampled<POINT<double>>(Power(3, 100.0), Steps(10, 2.0, 100.0), -5));
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.x);
+  for (const Place& place : places) {
+    SCOPED_TRACE(place.x);
     const ScopedLog log;
-    const auto xi = everett.GetXi(row.x);
-    EXPECT_EQ(xi.i, row.i);
-    EXPECT_EQ(xi.p, row.p);
-    EXPECT_EQ(xi.q, 1.0 - row.p);
-    EXPECT_EQ(log.Text(), row.log);
-    EXPECT_NEAR(everett.GetY(row.x), Power(3, 100.0)(row.x).y, 1e-14);
+    const auto xi = everett.GetXi(place.x);
+    EXPECT_EQ(xi.i, place.i);
+    EXPECT_EQ(xi.p, place.p);
+    EXPECT_EQ(xi.q, 1.0 - place.p);
+    EXPECT_EQ(log.Text(), place.log);
+    EXPECT_NEAR(everett.GetY(place.x), Power(3, 100.0)(place.x).y, 1e-14);
   }
 }
 
@@ -306,27 +325,26 @@ TEST(Spline, NaturalAndSilentOutside) {
                "SPLINE::Create: more than 1 value needed.\n");
 }
 
+TEST(Polynom, CoefficientsInNewtonForm) {
+  POLYNOM<double> square;
+  EXPECT_THAT(CoefficientsOf(square), testing::ElementsAre(0.0)) << "of nothing";
+  square.Create(Sampled<POINT<double>>(Power(2, 1.0), {1.0, 3.0, 4.0, 6.0}));
+  // 2 + 4 (x - 1) + (x - 1) (x - 3), and none of the third order
+  EXPECT_THAT(CoefficientsOf(square), testing::ElementsAre(2.0, 4.0, 1.0, 0.0));
+}
+
 TEST(Fits, OrdersAreReducedAndReported) {
   const auto points = Sampled<POINT<double>>(Power(2, 1.0), Steps(5));
   const ScopedLog log;
-  POLYNOM_FIT<double> fit;
-  fit.SetOrder(8);
-  fit.Create(points);
-  EXPECT_EQ(log.Text(), "WARN  : POLYFIT: reduce polynomial fit order 8 -> 4\n");
-  EXPECT_EQ(fit.GetCoeffs().Range(), RANGE<int>(0, 6));
-  // (x - 2)^2 + 4 (x - 2) + 5
-  EXPECT_NEAR(fit.GetCoeffs()[1], 5.0, 1e-12);
-  EXPECT_NEAR(fit.GetCoeffs()[2], 4.0, 1e-12);
-  EXPECT_NEAR(fit.GetCoeffs()[3], 1.0, 1e-12);
-  CHEBY_POLY<double> chebyshev;
-  chebyshev.SetOrder(5);
-  chebyshev.Create(points);
-  EXPECT_EQ(log.Text().substr(log.Text().find('\n') + 1),
+  const auto fit = Created(Ordered<POLYNOM_FIT<double>>(8, -1), points);
+  auto chebyshev = Created(Ordered<CHEBY_POLY<double>>(5, -1), points);
+  EXPECT_EQ(log.Text(),
+            "WARN  : POLYFIT: reduce polynomial fit order 8 -> 4\n"
             "WARN  : CHEBY_POLY::Create: reduce polynomial fit order 5->4\n");
+  // (x - 2)^2 + 4 (x - 2) + 5, from index 1
+  EXPECT_THAT(CoefficientsOf(fit), Pointwise(DoubleNear(1e-12), {0.0, 5.0, 4.0, 1.0, 0.0, 0.0}));
   // x = 2 + 2 u: 4 u^2 + 8 u + 5 = 2 T2 + 8 T1 + 7
-  EXPECT_NEAR(chebyshev.GetCoeffs()[0], 7.0, 1e-12);
-  EXPECT_NEAR(chebyshev.GetCoeffs()[1], 8.0, 1e-12);
-  EXPECT_NEAR(chebyshev.GetCoeffs()[2], 2.0, 1e-12);
+  EXPECT_THAT(CoefficientsOf(chebyshev), Pointwise(DoubleNear(1e-12), {7.0, 8.0, 2.0, 0.0, 0.0}));
   EXPECT_EQ(chebyshev.MapX(0.0), -1.0);
   EXPECT_EQ(chebyshev.MapX(4.0), 1.0);
   chebyshev.Create(Sampled<POINT<double>>(Power(0, 1.0), {3.0}));
@@ -355,47 +373,25 @@ TEST(Fits, ChiSquareIsReported) {
 }
 
 TEST(LocalInterpolation, SpansAndTheirLines) {
-  const std::vector<double> x = {0.0, 1.0, 3.0, 4.0, 8.0};
-  LocalPolynom<double> local;
-  const auto lines_of = [&](int count) {
+  const auto points = Sampled<POINT<double>>(kSine, {0.0, 1.0, 3.0, 4.0, 8.0}, 1);
+  for (const Row& row : ReadRows(QM_ORBIT_TEST_DATA "/spans.txt")) {
     const ScopedLog log;
-    local.SetSupportPointCount(count);
-    local.Create(Sampled<POINT<double>>(kSine, x, 1));
-    return log.Text();
-  };
-  EXPECT_EQ(lines_of(2),
-            "PARAM : LOCAL_INTERPOLATION: polynom count; 4\n"
-            "PARAM : idx_start=0 idx_stop=1 t_start=0 t_stop=1\n"
-            "PARAM : idx_start=1 idx_stop=2 t_start=1 t_stop=3\n"
-            "PARAM : idx_start=2 idx_stop=3 t_start=3 t_stop=4\n"
-            "PARAM : idx_start=3 idx_stop=4 t_start=4 t_stop=8\n");
-  EXPECT_EQ(lines_of(3),
-            "PARAM : LOCAL_INTERPOLATION: polynom count; 3\n"
-            "PARAM : idx_start=0 idx_stop=2 t_start=0 t_stop=2\n"
-            "PARAM : idx_start=1 idx_stop=3 t_start=2 t_stop=3.5\n"
-            "PARAM : idx_start=2 idx_stop=4 t_start=3.5 t_stop=8\n");
-  EXPECT_EQ(lines_of(9),
-            "WARN  : LOCAL_INTERPOLATION: change support_point_count from 9 to 5\n"
-            "PARAM : LOCAL_INTERPOLATION: polynom count; 1\n"
-            "PARAM : idx_start=0 idx_stop=4 t_start=0 t_stop=8\n");
-  {
-    const ScopedLog log;
-    auto fits = Ordered<LOCAL_INTERPOLATION<double, POLYNOM_FIT<double>, POINT<double>>>(7, 5);
-    fits.Create(Sampled<POINT<double>>(kSine, x));
-    EXPECT_EQ(log.Text(),
-              "PARAM : LOCAL_INTERPOLATION: polynom count; 1\n"
-              "PARAM : idx_start=0 idx_stop=4 t_start=0 t_stop=8\n"
-              "WARN  : POLYFIT: reduce polynomial fit order 7 -> 4\n");
+    Created(Ordered<LocalPolynomFit<double>>(7, std::stoi(row[0])), points);
+    EXPECT_EQ(log.Text(), row[1]);
   }
-  POLYNOM<double> whole;
-  whole.Create(Sampled<POINT<double>>(kSine, x));
-  EXPECT_EQ(local.GetY(5.5), whole.GetY(5.5));
-  local.SetSupportPointCount(0);
-  EXPECT_FAILS(local.Create(Sampled<POINT<double>>(kSine, x)), INVALID_PARAMETER_VALUE,
-               "LOCAL_INTERPOLATION: support_point_count 0 is below 1\n");
-  local.SetSupportPointCount(6000);  // would fill the memory
-  EXPECT_FAILS(local.Create(Sampled<POINT<double>>(kSine, Steps(12000))), INVALID_PARAMETER_VALUE,
-               "LOCAL_INTERPOLATION: support_point_count 6000 is too large for 12000 points\n");
+  const auto whole = Created(POLYNOM<double>(), points);
+  EXPECT_EQ(Created(LocalPolynom<double>(), points).GetY(5.5), whole.GetY(5.5));
+}
+
+TEST(LocalInterpolation, RefusesWhatWouldNotEnd) {
+  const auto refuse = [](auto curve, int points, const std::string& line) {
+    EXPECT_FAILS(curve.Create(Sampled<POINT<double>>(kSine, Steps(points))),
+                 INVALID_PARAMETER_VALUE, "LOCAL_INTERPOLATION: support_point_count " + line);
+  };
+  refuse(Ordered<LocalPolynom<double>>(-1, 0), 5, "0 is below 1\n");
+  // The memory would be full, and the time too long.
+  refuse(Ordered<LocalPolynom<double>>(-1, 6000), 12000, "6000 is too large for 12000 points\n");
+  refuse(Ordered<LocalPolynomFit<double>>(100, 300), 30000, "300 is too large for 30000 points\n");
 }
 
 template <class I>
@@ -416,12 +412,8 @@ void ExpectSharedFitsAreTheOnesMadeAlone() {
       auto alone = Ordered<I>(4, -1);
       alone.Create(Sampled<POINT<double>>(Power(2 * static_cast<int>(i) + 1, 9.0),
                                           {x.begin() + j, x.begin() + j + 6}));
-      const auto coefficients = [](const I& curve) {
-        const ARRAY<double> c = curve.GetCoeffs();
-        return std::vector<double>(c.Elements().begin(), c.Elements().end());
-      };
-      EXPECT_EQ(coefficients(shared[i].Spans()[j].interpolation), coefficients(alone));
-      EXPECT_EQ(coefficients(copy.Spans()[j].interpolation), coefficients(alone));
+      EXPECT_EQ(CoefficientsOf(shared[i].Spans()[j].interpolation), CoefficientsOf(alone));
+      EXPECT_EQ(CoefficientsOf(copy.Spans()[j].interpolation), CoefficientsOf(alone));
     }
   }
   const Curve of_nothing = Curve(Curve());

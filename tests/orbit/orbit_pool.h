@@ -1,7 +1,10 @@
 // Orbits for tests: a closed form, and pools that describe one.
 #pragma once
 
+#include <array>
 #include <cmath>
+#include <iterator>
+#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -9,11 +12,21 @@
 #include "orbit/general_orbit.h"
 #include "pool/parameter_pool_read_write_change.h"
 #include "tests/support/files.h"
+#include "tests/support/rows.h"
 
 namespace quellmark::test {
 
 using Vector = VECTOR_3D<double>;
 using Orbit = GENERAL_ORBIT<double, Vector>;
+
+/// The kinds of interpolation; the file says what the fields are.
+inline std::vector<Row> ReadKinds() { return ReadRows(QM_ORBIT_TEST_DATA "/kinds.txt"); }
+
+/// The numbers in a text with blanks between them.
+inline std::vector<double> NumbersOf(const std::string& text) {
+  std::istringstream stream(text);
+  return {std::istream_iterator<double>(stream), {}};
+}
 
 /// A circular orbit with its exact derivatives: radius 7,070 km, period about 98 min, inclined.
 struct CircularOrbit {
