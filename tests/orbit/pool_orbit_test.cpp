@@ -50,33 +50,23 @@ TEST(PoolOrbit, EveryKindFollowsACircle) {
   }
 }
 
-OrbitPool ReadScene(const std::string& scene) {
+// Every `step`-th state vector.
+OrbitPool ReadScene(const std::string& scene, int step) {
   PARAMETER_POOL pool;
   static_cast<void>(pool.Open(QM_SCENES_DIR "/" + scene + ".pool"));
+  const auto thinned = [step](const auto& column, auto add) {
+    for (int j = column.First(); j <= column.Last(); j += step) add(column[j]);
+  };
+  const auto read = [&](const std::string& key, std::vector<double>& samples) {
+    thinned(pool.Read<ValueType::kFlt15V>(key), [&](double y) { samples.push_back(y); });
+  };
   OrbitPool orbit;
   orbit.reference = pool.Read<ValueType::kStr>("orbit_reference_time").Text();
-  const ARRAY<STRING> times = pool.Read<ValueType::kStrV>("orbit_time");
-  for (const STRING& time : times.Elements()) orbit.times.emplace_back(time.Text());
-  const auto column = [&pool](const std::string& key) {
-    const ARRAY<double> values = pool.Read<ValueType::kFlt15V>(key);
-    return std::vector<double>(values.Elements().begin(), values.Elements().end());
-  };
+  thinned(pool.Read<ValueType::kStrV>("orbit_time"),
+          [&](const STRING& time) { orbit.times.emplace_back(time.Text()); });
   for (std::size_t i = 0; i < 3; ++i) {
-    orbit.values[i] = column(std::string("orbit_pos_") + "xyz"[i]);
-    orbit.velocities[i] = column(std::string("orbit_vel_") + "xyz"[i]);
-  }
-  return orbit;
-}
-
-OrbitPool EverySecond(OrbitPool orbit) {
-  const auto thin_out = [](auto& column) {
-    for (std::size_t j = 1; j < column.size(); ++j)
-      column.erase(column.begin() + static_cast<std::ptrdiff_t>(j));
-  };
-  thin_out(orbit.times);
-  for (std::size_t i = 0; i < 3; ++i) {
-    thin_out(orbit.values[i]);
-    thin_out(orbit.velocities[i]);
+    read(std::string("orbit_pos_") + "xyz"[i], orbit.values[i]);
+    read(std::string("orbit_vel_") + "xyz"[i], orbit.velocities[i]);
   }
   return orbit;
 }
@@ -84,11 +74,11 @@ OrbitPool EverySecond(OrbitPool orbit) {
 TEST(Accuracy, LeftOutVectors) {
   const ScopedLog quiet(LOG::Level::kSilent);
   for (const std::string scene : {"s1b_iw_grd_alps", "s1a_s3_slc_comoros", "s1a_iw1_slc_quebec"}) {
-    const OrbitPool orbit = ReadScene(scene);
+    const OrbitPool orbit = ReadScene(scene, 1);
     for (const std::string number : {"double", "float"}) {
       for (const Row& kind : ReadKinds()) {
         SCOPED_TRACE(scene + " " + number + " " + kind[2]);
-        OrbitPool pool = EverySecond(orbit);
+        OrbitPool pool = ReadScene(scene, 2);
         pool.representation = "orbit_pool_" + number + "_utc";
         pool.interpolation = kind[2];
         if (kind[2] == "everett_6" && scene == "s1a_iw1_slc_quebec") {
