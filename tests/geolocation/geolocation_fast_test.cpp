@@ -65,7 +65,7 @@ Geometry Plain(const std::string& inputs = "") {
 TEST(GeolocationFast, RandomResultsFitTheirDefinitions) {
   const ScopedLog log(Level::kDebug);
   RandomGeometries next(7);
-  for (int i = 0; i < 200'000; ++i) {
+  for (int i = 0; i < 1'000'000; ++i) {
     Geometry g = next();
     g.height = next.Uniform(-500.0, 9000.0);
     g.fast_time -= 2.0 * g.height / kSpeedOfLight;

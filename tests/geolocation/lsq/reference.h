@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <concepts>
 #include <random>
+#include <utility>
 #include <vector>
 
 #include "basic/matrix.h"
@@ -15,6 +16,25 @@ __extension__ typedef __float128 Quad;
 using QuadMatrix = std::vector<std::vector<Quad>>;
 
 inline Quad Abs(Quad value) { return value < 0 ? -value : value; }
+
+/// The inverse by elimination with row pivoting; with 113 bits its own error is beyond double.
+inline QuadMatrix Inverse(QuadMatrix a) {
+  const std::size_t n = a.size();
+  for (std::size_t i = 0; i < n; ++i) {
+    a[i].resize(2 * n, 0);  // the identity on the right becomes the inverse
+    a[i][n + i] = 1;
+  }
+  for (std::size_t i = 0; i < n; ++i) {
+    const auto larger = [i](const auto& r, const auto& s) { return Abs(r[i]) < Abs(s[i]); };
+    std::swap(a[i], *std::max_element(a.begin() + static_cast<std::ptrdiff_t>(i), a.end(), larger));
+    for (std::size_t c = 2 * n; c-- > i;) a[i][c] /= a[i][i];
+    for (std::size_t r = 0; r < n; ++r) {
+      for (std::size_t c = 2 * n; r != i && c-- > i;) a[r][c] -= a[r][i] * a[i][c];
+    }
+  }
+  for (auto& row : a) row.erase(row.begin(), row.begin() + static_cast<std::ptrdiff_t>(n));
+  return a;
+}
 
 inline QuadMatrix Times(const QuadMatrix& a, const QuadMatrix& b) {
   QuadMatrix product(a.size(), std::vector<Quad>(b[0].size(), 0));
