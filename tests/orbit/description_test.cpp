@@ -298,7 +298,7 @@ TEST(SavePolynomial, TheFileHoldsTheOrbit) {
       ARRAY<double> position;
       orbit.CoreObject()->Position(t, position);
       EXPECT_NEAR(Evaluate(header["form"], t, {left.begin() + 3, left.end()}, NumbersOf(row[1])),
-                  position[static_cast<int>(coordinate)], 1e-6);
+                  position[static_cast<int>(coordinate)], 5e-8);
     }
     EXPECT_EQ(header["kind"], kind[0].substr(0, kind[0].find('_')));
     EXPECT_EQ(header["reference_time"], "2022-04-14T10:00:00");
