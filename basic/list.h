@@ -16,10 +16,6 @@ class LIST {
   [[nodiscard]] bool IsEmpty() const { return items_.empty(); }
   /// Adds `item` at the end and gives it as it stands in the list.
   T& Append(T item) { return items_.emplace_back(std::move(item)); }
-  /// Adds `item` before `position`; gives where it stands.
-  iterator Insert(const_iterator position, T item) {
-    return items_.insert(position, std::move(item));
-  }
   /// Gives the item after the removed one.
   iterator Remove(const_iterator position) { return items_.erase(position); }
   void Clear() { items_.clear(); }

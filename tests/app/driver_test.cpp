@@ -104,22 +104,26 @@ TEST(Driver, TwoPoolsInOneFile) {
   EXPECT_THAT(pool, HasSubstr(kFullVersion));
 }
 
-TEST(Driver, LongitudesAreWrappedOnceAndLocalHeightIsOptional) {
-  SceneRun scene(Without(ScenePool(kScene), "local_height"));
-  ASSERT_EQ(scene.Run().exit_status, 0);
-  EXPECT_LT(std::stod(ValueOf(scene.Pool(), "center_longitude")), -60.0);
+// A satellite that crosses the antimeridian westward over the equator, just at line 0: the zero
+// Doppler plane is then the meridian itself.
+TEST(Driver, LongitudesBeyond180AreWrappedAndOneSampleIsNearAndFar) {
+  SceneRun scene(
+      Overridden(Without(ScenePool(kScene), "local_height"),
+                 {Entry("n_samples", "INT_32", "1"), Entry("n_lines", "INT_32", "2"),
+                  Entry("first_az_time", "FLT_15", "0"), Entry("prf", "FLT_15", "1"),
+                  Entry("orbit_representation", "STR", Quoted("orbit_pool_double_double")),
+                  Entry("orbit_interpolation", "STR", Quoted("polynom")),
+                  Entry("orbit_reference_time", "STR", Quoted("0")),
+                  "orbit_time FLT_15_V 1 3\n {\n -10\n 0\n 10\n }\n",
+                  "orbit_pos_x FLT_15_V 1 3\n {\n -7000000\n -7000000\n -7000000\n }\n",
+                  "orbit_pos_y FLT_15_V 1 3\n {\n 75000\n 0\n -75000\n }\n",
+                  "orbit_pos_z FLT_15_V 1 3\n {\n 0\n 0\n 0\n }\n"}));
+  ASSERT_EQ(scene.Run().exit_status, 0) << scene.Log();
   EXPECT_THAT(scene.Log(), HasSubstr("   - local_height        : 0.000000e+00 [m]\n"));
-  EXPECT_EQ(ValueOf(scene.Pool(), "inc_angle_center"), ValueOf(scene.Pool(), "inc_angle_mid"));
-}
-
-TEST(Driver, OneSampleOneLineIsOnePosition) {
-  SceneRun scene(Overridden(ScenePool(kScene),
-                            {Entry("n_samples", "INT_32", "1"), Entry("n_lines", "INT_32", "1")}));
-  ASSERT_EQ(scene.Run().exit_status, 0);
   const std::string pool = scene.Pool();
-  for (const char* key : {"first_near_lon", "first_far_lon", "last_near_lon", "last_far_lon"}) {
-    EXPECT_EQ(ValueOf(pool, key), ValueOf(pool, "center_longitude")) << key;
-  }
+  EXPECT_EQ(ValueOf(pool, "first_near_lon"), "1.8000000000E+02");
+  EXPECT_NEAR(std::stod(ValueOf(pool, "last_near_lon")), -179.93, 0.01);
+  EXPECT_EQ(ValueOf(pool, "last_near_lon"), ValueOf(pool, "last_far_lon"));
   EXPECT_EQ(ValueOf(pool, "fm_rate_near"), ValueOf(pool, "fm_rate_far"));
 }
 

@@ -6,7 +6,6 @@
 #include <type_traits>
 #include <vector>
 
-#include "tests/support/expect_fails.h"
 #include "tests/support/rows.h"
 
 namespace {
@@ -34,11 +33,6 @@ TEST(Errors, NamesBasesAndTexts) {
 #undef QM_ERROR
   EXPECT_THAT(tree, testing::UnorderedElementsAreArray(ReadRows(QM_BASIC_TEST_DATA "/errors.txt")));
   EXPECT_STREQ(ERROR_EXCEPTION().Message(), "error occurred");
-}
-
-TEST(Errors, FailLogsBeforeItThrows) {
-  EXPECT_FAILS(quellmark::runtime::Fail<ERROR_DATA>("no line end: ", 7), ERROR_DATA,
-               "no line end: 7\n");
 }
 
 }  // namespace

@@ -7,7 +7,6 @@
 #include <stdexcept>
 
 #include "basic/errors.h"
-#include "basic/list.h"
 
 namespace {
 
@@ -28,18 +27,6 @@ TEST(String, TellsThatMemoryIsShort) {
   STRING text("kept");
   EXPECT_THROW(text += endless, ERROR_NO_MEMORY);
   EXPECT_EQ(text, "kept");
-}
-
-TEST(List, ItemsStayWhereTheyAre) {
-  LIST<STRING> list;
-  const STRING& first = list.Append("first");
-  list.Append("second");
-  list.Append("fourth");
-  list.Insert(std::prev(list.end()), "third");
-  list.Remove(std::next(list.begin()));
-  EXPECT_EQ(&first, &*list.begin());
-  EXPECT_EQ(*std::next(list.begin()), "third");
-  EXPECT_EQ(list.Length(), 3U);
 }
 
 }  // namespace
