@@ -104,10 +104,10 @@ TEST(Driver, TwoPoolsInOneFile) {
   EXPECT_THAT(pool, HasSubstr(kFullVersion));
 }
 
-// A satellite that crosses the antimeridian westward over the equator, just at line 0: the zero
-// Doppler plane is then the meridian itself.
-TEST(Driver, LongitudesBeyond180AreWrappedAndOneSampleIsNearAndFar) {
-  SceneRun scene(
+// A satellite that crosses the antimeridian eastward over the equator, just at line 0: the zero
+// Doppler plane is then the meridian itself, and right is south.
+TEST(Driver, LooksToEitherSideOfTheAntimeridian) {
+  const std::string base =
       Overridden(Without(ScenePool(kScene), "local_height"),
                  {Entry("n_samples", "INT_32", "1"), Entry("n_lines", "INT_32", "2"),
                   Entry("first_az_time", "FLT_15", "0"), Entry("prf", "FLT_15", "1"),
@@ -117,14 +117,22 @@ TEST(Driver, LongitudesBeyond180AreWrappedAndOneSampleIsNearAndFar) {
                   "orbit_time FLT_15_V 1 3\n {\n -10\n 0\n 10\n }\n",
                   "orbit_pos_x FLT_15_V 1 3\n {\n -7000000\n -7000000\n -7000000\n }\n",
                   "orbit_pos_y FLT_15_V 1 3\n {\n 75000\n 0\n -75000\n }\n",
-                  "orbit_pos_z FLT_15_V 1 3\n {\n 0\n 0\n 0\n }\n"}));
-  ASSERT_EQ(scene.Run().exit_status, 0) << scene.Log();
-  EXPECT_THAT(scene.Log(), HasSubstr("   - local_height        : 0.000000e+00 [m]\n"));
-  const std::string pool = scene.Pool();
-  EXPECT_EQ(ValueOf(pool, "first_near_lon"), "1.8000000000E+02");
-  EXPECT_NEAR(std::stod(ValueOf(pool, "last_near_lon")), -179.93, 0.01);
-  EXPECT_EQ(ValueOf(pool, "last_near_lon"), ValueOf(pool, "last_far_lon"));
-  EXPECT_EQ(ValueOf(pool, "fm_rate_near"), ValueOf(pool, "fm_rate_far"));
+                  "orbit_pos_z FLT_15_V 1 3\n {\n 0\n 0\n 0\n }\n"});
+  double latitude[2];
+  for (const bool is_left : {false, true}) {
+    SceneRun scene(Overridden(
+        base, {Entry("antenna_look_direction", "STR", Quoted(is_left ? "left" : "right"))}));
+    ASSERT_EQ(scene.Run().exit_status, 0) << scene.Log();
+    EXPECT_THAT(scene.Log(), HasSubstr("   - local_height        : 0.000000e+00 [m]\n"));
+    const std::string pool = scene.Pool();
+    EXPECT_EQ(ValueOf(pool, "first_near_lon"), "1.8000000000E+02") << "wrapped only beyond 180";
+    EXPECT_NEAR(std::stod(ValueOf(pool, "last_near_lon")), -179.93, 0.01);
+    EXPECT_EQ(ValueOf(pool, "last_near_lon"), ValueOf(pool, "last_far_lon"));
+    EXPECT_EQ(ValueOf(pool, "fm_rate_near"), ValueOf(pool, "fm_rate_far"));
+    latitude[is_left] = std::stod(ValueOf(pool, "first_near_lat"));
+  }
+  EXPECT_LT(latitude[0], -1.0);
+  EXPECT_EQ(latitude[1], -latitude[0]);
 }
 
 // The same orbit under every pool representation: a reference time and the epochs after it, as the

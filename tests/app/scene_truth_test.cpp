@@ -66,12 +66,8 @@ LocatedPoint LocateRow(const TempDir& directory, const std::string& base, const 
   return p;
 }
 
-class SceneTruthTest : public testing::TestWithParam<Accuracy> {};
-
-TEST_P(SceneTruthTest, EveryGridPoint) {
-  const ScopedLog quiet(LOG::Level::kWarning);
+void ExpectAccuracy(const Accuracy& accuracy) {
   const TempDir directory;
-  const Accuracy& accuracy = GetParam();
   const std::string base =
       Overridden(ScenePool(accuracy.scene),
                  {Entry("orbit_interpolation", "STR", Quoted(accuracy.interpolation))});
@@ -99,43 +95,44 @@ TEST_P(SceneTruthTest, EveryGridPoint) {
     if (std::stod(row.at("slant_range_time_s")) < fm_rate_limit_s) {
       EXPECT_NEAR(p.fm_rate / std::stod(row.at("abs_fm_rate_hz_per_s")), 1.0, accuracy.fm_rate);
     }
-    if (HasFailure()) break;  // one point tells enough
+    if (testing::Test::HasFailure()) break;  // one point tells enough
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(Scenes, SceneTruthTest, testing::ValuesIn(kAccuracies),
-                         [](const auto& test) {
-                           return std::string(test.param.scene) + "_" + test.param.interpolation;
-                         });
-
-class WholeSceneTest : public testing::TestWithParam<const char*> {};
+TEST(SceneTruth, EveryGridPoint) {
+  const ScopedLog quiet(LOG::Level::kWarning);
+  for (const Accuracy& accuracy : kAccuracies) {
+    SCOPED_TRACE(std::string(accuracy.scene) + " " + accuracy.interpolation);
+    ExpectAccuracy(accuracy);
+  }
+}
 
 // Doubles to 1e-9 relative and velocities to 1e-6 m/s (a ground position's last bit, 1e-9 m, over
 // the time step of 0.01 s makes 1e-7 m/s); floats to their own rounding.
-TEST_P(WholeSceneTest, AgreesWithHighPrecisionSolver) {
-  SceneRun scene(ScenePool(GetParam()));
-  ASSERT_EQ(scene.Run().exit_status, 0) << scene.Log();
-  const std::string pool = scene.Pool();
-  for (const auto& [key, expected] : SceneResultsTable(GetParam())) {
-    SCOPED_TRACE(key);
-    const std::string text = ValueOf(pool, key);
-    ASSERT_NE(text, "");
-    const double value = std::stod(text);
-    if (key.starts_with("zero_doppler")) {
-      EXPECT_NEAR(value, expected, 1e-6);
-    } else if (key.starts_with("b_param") || key.starts_with("fm_rate")) {
-      EXPECT_NEAR(value / expected, 1.0, 1e-9);
-    } else {
-      const bool is_wrapped = key.find("lon") != std::string::npos && expected < 0.0;
-      // Ten digits behind the point are printed: 5e-11 of the value.
-      const double printed = 5e-11 * std::abs(expected);
-      EXPECT_NEAR(value, expected, HalfStep(is_wrapped ? expected + 360.0 : expected) + printed);
+TEST(SceneTruth, WholeScenesAgreeWithHighPrecisionSolver) {
+  for (const char* name : kSceneNames) {
+    SCOPED_TRACE(name);
+    SceneRun scene(ScenePool(name));
+    ASSERT_EQ(scene.Run().exit_status, 0) << scene.Log();
+    const std::string pool = scene.Pool();
+    for (const auto& [key, expected] : SceneResultsTable(name)) {
+      SCOPED_TRACE(key);
+      const std::string text = ValueOf(pool, key);
+      ASSERT_NE(text, "");
+      const double value = std::stod(text);
+      if (key.starts_with("zero_doppler")) {
+        EXPECT_NEAR(value, expected, 1e-6);
+      } else if (key.starts_with("b_param") || key.starts_with("fm_rate")) {
+        EXPECT_NEAR(value / expected, 1.0, 1e-9);
+      } else {
+        const bool is_wrapped = key.find("lon") != std::string::npos && expected < 0.0;
+        // Ten digits behind the point are printed: 5e-11 of the value.
+        const double printed = 5e-11 * std::abs(expected);
+        EXPECT_NEAR(value, expected, HalfStep(is_wrapped ? expected + 360.0 : expected) + printed);
+      }
     }
   }
 }
-
-INSTANTIATE_TEST_SUITE_P(Scenes, WholeSceneTest, testing::ValuesIn(kSceneNames),
-                         [](const auto& test) { return std::string(test.param); });
 
 }  // namespace
 }  // namespace quellmark::test
