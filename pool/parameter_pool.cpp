@@ -1,13 +1,11 @@
 #include "pool/parameter_pool.h"
 
-#include <fcntl.h>
 #include <sys/stat.h>
 
 #include <cstring>
 
 #include "basic/errors.h"
 #include "pool/pool_file.h"
-#include "pool/pool_turn.h"
 #include "pool/value_reader.h"
 
 using quellmark::pool::IsBlank;
@@ -57,13 +55,6 @@ void PARAMETER_POOL::Close() { fd_.Reset(); }
 bool PARAMETER_POOL::Find(std::string_view key, std::string_view& line) {
   if (!IsOpen()) Fail<ERROR_ALGORITHM>("No file pointer given for parameter pool\n");
   if (key.empty() || key.size() > kKeyLimit) return false;
-  if (Scan(key, line)) return true;
-  // It may be missing only because another process is writing the pool back.
-  const quellmark::pool::PoolTurn turn(fd_.Get(), F_RDLCK, path_);
-  return Scan(key, line);
-}
-
-bool PARAMETER_POOL::Scan(std::string_view key, std::string_view& line) {
   lines_.Rewind(fd_.Get());
   while (lines_.Next(line)) {
     // The first characters decide for nearly all lines; only then it is worth to look for the end.

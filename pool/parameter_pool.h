@@ -63,7 +63,6 @@ class PARAMETER_POOL {
  private:
   // Scans for the key line; afterwards the reader stands behind it.
   [[nodiscard]] bool Find(std::string_view key, std::string_view& line);
-  [[nodiscard]] bool Scan(std::string_view key, std::string_view& line);
   // Finds the entry and gives its type name, with the cursor behind it.
   [[nodiscard]] std::string_view FindType(std::string_view key,
                                           quellmark::pool::TokenCursor& cursor);

@@ -21,11 +21,11 @@ bool SetLock(int fd, short type) {
 
 }  // namespace
 
-PoolTurn::PoolTurn(int fd, short type, const std::string& path) : fd_(fd) {
+PoolTurn::PoolTurn(int fd, const std::string& path) : fd_(fd) {
   constexpr int kTries = 10'000;
   constexpr timespec kPause{.tv_sec = 0, .tv_nsec = 1'000'000};
   for (int i = 0; i < kTries; ++i) {
-    if (SetLock(fd_, type)) return;
+    if (SetLock(fd_, F_WRLCK)) return;
     ::nanosleep(&kPause, nullptr);
   }
   runtime::LogLine(runtime::LogLevel::kWarning, "another process keeps the pool locked: ", path,

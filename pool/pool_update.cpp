@@ -95,7 +95,7 @@ bool CopyAll(int from, int to) {
 }  // namespace
 
 void PoolUpdate::Run(const PARAMETER_POOL_LIST& pending) {
-  const PoolTurn turn(fd_, F_WRLCK, path_);
+  const PoolTurn turn(fd_, path_);
   // A signal would leave a cut-off pool behind, or a copy that nobody needs.
   const runtime::SignalHold hold;
   MakeCopy(pending);
