@@ -27,8 +27,8 @@ std::size_t MonthIndex(int month) {
 
 }  // namespace
 
-int DayOfYear(int year, int month, int day) {
-  return DaysBeforeMonth(year)[MonthIndex(month)] + day;
+long long DayOfYear(int year, int month, int day) {
+  return DaysBeforeMonth(year)[MonthIndex(month)] + static_cast<long long>(day);
 }
 
 int DaysInMonth(int year, int month) {

@@ -24,7 +24,7 @@ inline constexpr std::array<std::array<int, 13>, 2> kDaysBeforeMonth = {
 
 /// Day of month plus the days before the month; 1 January is day 1, and a day that the month does
 /// not have counts on into the next month. Throws std::out_of_range unless month is 1..12.
-[[nodiscard]] int DayOfYear(int year, int month, int day);
+[[nodiscard]] long long DayOfYear(int year, int month, int day);
 
 /// Throws std::out_of_range unless month is 1..12.
 [[nodiscard]] int DaysInMonth(int year, int month);

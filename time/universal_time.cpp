@@ -33,10 +33,8 @@ using TextBuffer = std::array<char, 128>;
 constexpr long long kDayNumberLimit = 50'000'000;
 
 // Microseconds from 1 January of year 0 to a calendar reading, every day of 86,400 s.
-long long Reading_us(const UNIVERSAL_TIME& time) {
+long long Reading_us(const UNIVERSAL_TIME& time, long long time_of_day_ms) {
   const long long day_number = DayNumber(time.year, time.month, time.day);
-  const long long time_of_day_ms =
-      TimeOfDay_ms(time.hour, time.minute, time.second, time.millisecond);
   if (time.year < 0 || std::llabs(day_number) + std::llabs(time_of_day_ms / kMillisecondsPerDay) >=
                            kDayNumberLimit) {
     FailDurationRange(day_number, time_of_day_ms, time.microsecond);
@@ -69,7 +67,7 @@ UNIVERSAL_TIME TimeOfReading(long long reading_us) {
 // Microseconds elapsed since 1 January of year 0. A second inserted after this very day is not
 // counted yet: its time of day runs past 24 hours.
 long long Elapsed_us(const UNIVERSAL_TIME& time) {
-  return Reading_us(time) +
+  return Reading_us(time, TimeOfDay_ms(time.hour, time.minute, time.second, time.millisecond)) +
          LeapSeconds().InsertedBefore(DayNumber(time.year, time.month, time.day)) *
              kMicrosecondsPerSecond;
 }
@@ -97,12 +95,13 @@ STRING UNIVERSAL_TIME::LongText() const {
 
 STRING UNIVERSAL_TIME::IsoText(int fraction_digits, bool zulu) const {
   TextBuffer text;
-  const int length =
-      std::snprintf(text.data(), text.size(), "%d-%02d-%02dT%02d:%02d:%02d.%03d%03d", year, month,
-                    day, hour, minute, second, millisecond, microsecond);
+  std::snprintf(text.data(), text.size(), "%d-%02d-%02dT%02d:%02d:%02d.%03d%03d", year, month, day,
+                hour, minute, second, millisecond, microsecond);
+  // Kept exactly, do not correct: the cut counts characters, so a year that has not four digits
+  // moves it.
   const int digits = std::clamp(fraction_digits, 0, 6);
-  const int cut_off = digits == 0 ? 7 : 6 - digits;  // without digits the point goes too
-  std::string cut(text.data(), static_cast<std::size_t>(length - cut_off));
+  std::string cut =
+      std::string(text.data()).substr(0, digits == 0 ? 19 : 20U + static_cast<unsigned>(digits));
   if (zulu) cut += 'Z';
   return cut;
 }
@@ -131,9 +130,12 @@ UNIVERSAL_TIME operator+(const UNIVERSAL_TIME& time, const DURATION& duration) {
   if (std::abs(duration.Days()) >= kDayNumberLimit) {
     FailDurationRange(duration.Days(), duration.Milliseconds(), duration.Microseconds());
   }
-  const long long reading_us = Reading_us(time) + duration.Days() * kMicrosecondsPerDay +
-                               duration.Milliseconds() * kMicrosecondsPerMillisecond +
-                               duration.Microseconds();
+  // A minute of 60 carries into the hour, unlike in the comparisons.
+  const long long time_of_day_ms =
+      TimeOfDay_ms(time.hour, 0, time.second, time.millisecond) + 60'000LL * time.minute;
+  const long long reading_us =
+      Reading_us(time, time_of_day_ms) + duration.Days() * kMicrosecondsPerDay +
+      duration.Milliseconds() * kMicrosecondsPerMillisecond + duration.Microseconds();
   UNIVERSAL_TIME counted_to = TimeOfReading(reading_us);
   // Kept exactly, do not correct: here the seconds are counted up to a day later. An inserted
   // second is so counted from 23:59:00 before it on instead of from its own start, and it never

@@ -24,7 +24,8 @@ struct UNIVERSAL_TIME {
 
   /// "dd-MON-yyyy/hh:mm:ss.mmmuuu". A month outside 1..12 throws "invalid month name".
   [[nodiscard]] STRING LongText() const;
-  /// "yyyy-mm-ddThh:mm:ss.mmmuuu" cut after `fraction_digits` (0..6), and "Z" if `zulu`.
+  /// "yyyy-mm-ddThh:mm:ss.mmmuuu" cut after 19 characters, or after 20 + `fraction_digits` (1..6),
+  /// whatever the length of the year; and "Z" if `zulu`.
   [[nodiscard]] STRING IsoText(int fraction_digits = 6, bool zulu = false) const;
 
   /// A calendar time is no plain number: throws "can not cast from UTC to double".

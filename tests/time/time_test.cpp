@@ -75,6 +75,7 @@ TEST(Calendar, AgreesWithChronoDayByDay) {
   EXPECT_EQ(DaysBetweenYears(1900, 2000), 36524);
   EXPECT_EQ(DaysBetweenYears(2000, 1900), -36524);
   EXPECT_EQ(DaysBetweenYears(0, 1), 366);
+  EXPECT_EQ(DayOfYear(2000, 12, 2'147'483'647), 2'147'483'982LL);
   EXPECT_THROW(static_cast<void>(DayOfYear(2000, 13, 1)), std::out_of_range);
   EXPECT_THROW(static_cast<void>(DaysInMonth(2000, 0)), std::out_of_range);
 }
@@ -250,6 +251,8 @@ TEST(UniversalTime, CountsSecondsFromItsEpoch) {
   EXPECT_EQ(TextOfSeconds(46'828'800.0), "30-JUN-1981/23:59:59.000000");
   EXPECT_EQ(TextOfSum({1999, 12, 31, 23, 59, 59, 999, 999}, DURATION(59, 0, 1)),
             "29-FEB-2000/00:00:00.000000");
+  EXPECT_EQ(TextOfSum({2000, 12, 31, 23, 60, 5}, DURATION(0, 0, 1)), "01-JAN-2001/00:00:05.000001")
+      << "a minute of 60 carries";
 }
 
 TEST(UniversalTime, RefusesWhatItCanNotReach) {
@@ -274,6 +277,8 @@ TEST(UniversalTime, Prints) {
   EXPECT_EQ(time.IsoText(), "987-06-05T04:03:02.012034");
   EXPECT_EQ((UNIVERSAL_TIME{2000}.IsoText(0, true)), "2000-01-01T00:00:00Z");
   EXPECT_EQ((UNIVERSAL_TIME{2000}.IsoText(1)), "2000-01-01T00:00:00.0");
+  EXPECT_EQ((UNIVERSAL_TIME{987}.IsoText(0)), "987-01-01T00:00:00.") << "characters are counted";
+  EXPECT_EQ((UNIVERSAL_TIME{12'000}.IsoText(1)), "12000-01-01T00:00:00.");
   EXPECT_THROWS_TEXT((UNIVERSAL_TIME{2000, 13}.LongText()), "invalid month name");
 }
 
