@@ -21,6 +21,7 @@ class EVERETT final : public quellmark::orbit::Evaluated<EVERETT<T>, T, POINT<T>
     T q;
   };
 
+  static constexpr bool kChecksAscent = false;
   /// Even; 6 unless set.
   void SetOrder(int order) override {
     if (order >= 0) order_ = order;

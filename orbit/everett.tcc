@@ -23,7 +23,7 @@ void EVERETT<T>::Fit(std::span<const POINT<T>> points) {
         "order ",
         order_);
   }
-  if (!IsEquidistant(points)) {
+  if (!(h_ > T{0}) || !IsEquidistant(points)) {
     Fail<INVALID_PARAMETER_VALUE>(
         "EVERETT::Create: Everett interpolation only possible on equidistant grid.\n");
   }

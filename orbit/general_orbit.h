@@ -31,6 +31,13 @@ class GENERAL_ORBIT {
   [[nodiscard]] int SupportPointCount() const { return choice_.support_point_count; }
   /// The reference time [s] if it is a plain number, else 0.0.
   [[nodiscard]] double TimeOrigin() const { return Core().TimeOrigin(); }
+  /// From the first to the last state vector, on the scale of TimeOrigin() [s]: between them
+  /// origin_s + offset_s of GetState() interpolates, outside it extrapolates.
+  [[nodiscard]] quellmark::orbit::CoveredInterval Coverage() const {
+    const ORBIT_BASE& core = Core();
+    const auto [first_s, last_s] = core.CoveredAbscissae();
+    return {core.TimeOrigin() + first_s, core.TimeOrigin() + last_s};
+  }
   /// Null before the orbit was read.
   [[nodiscard]] const ORBIT_BASE* CoreObject() const { return core_.get(); }
 
@@ -50,7 +57,8 @@ class GENERAL_ORBIT {
     Core().Acceleration(time, acceleration);
   }
   /// All three at the time origin_s + offset_s; nothing of a small offset is lost where the origin
-  /// is the orbit's own.
+  /// is the orbit's own. Several threads may ask at once. No line is logged, except by EVERETT
+  /// outside the interval that its order reaches.
   void GetState(double origin_s, double offset_s, V& position, V& velocity, V& acceleration) const {
     const ORBIT_BASE& core = Core();
     core.GetState((origin_s - core.TimeOrigin()) + offset_s, position, velocity, acceleration);

@@ -24,15 +24,15 @@ ARRAY<T> POLYNOM<T>::GetCoeffs() const {
 }
 
 // One block for each number type.
-#define QM_INSTANTIATE(T)                                                         \
-  template class INTERPOLATION<T, POINT<T>>;                                      \
-  template class INTERPOLATION<T, DPOINT<T>>;                                     \
-  template void quellmark::orbit::CheckSupportPoints(std::span<const POINT<T>>);  \
-  template void quellmark::orbit::CheckSupportPoints(std::span<const DPOINT<T>>); \
-  template void quellmark::orbit::CheckFinite(std::span<const T>, const char*);   \
-  template class POLYNOM<T>;                                                      \
-  template class HERMITE_POLY<T>;                                                 \
-  template class LOCAL_INTERPOLATION<T, POLYNOM<T>, POINT<T>>;                    \
+#define QM_INSTANTIATE(T)                                                               \
+  template class INTERPOLATION<T, POINT<T>>;                                            \
+  template class INTERPOLATION<T, DPOINT<T>>;                                           \
+  template void quellmark::orbit::CheckSupportPoints(std::span<const POINT<T>>, bool);  \
+  template void quellmark::orbit::CheckSupportPoints(std::span<const DPOINT<T>>, bool); \
+  template void quellmark::orbit::CheckFinite(std::span<const T>, const char*);         \
+  template class POLYNOM<T>;                                                            \
+  template class HERMITE_POLY<T>;                                                       \
+  template class LOCAL_INTERPOLATION<T, POLYNOM<T>, POINT<T>>;                          \
   template class LOCAL_INTERPOLATION<T, HERMITE_POLY<T>, DPOINT<T>>;
 
 QM_INSTANTIATE(float)

@@ -66,9 +66,10 @@ class INTERPOLATION {
 namespace quellmark::orbit {
 
 /// Throws INVALID_PARAMETER_VALUE after an ALARM line unless there is a point, all numbers are
-/// finite and the abscissae ascend strictly: every interpolation divides by their differences.
+/// finite and, if they must, the abscissae ascend strictly: every interpolation divides by their
+/// differences.
 template <class P>
-void CheckSupportPoints(std::span<const P> points);
+void CheckSupportPoints(std::span<const P> points, bool must_ascend = true);
 
 /// Throws INVALID_PARAMETER_VALUE after an ALARM line that begins with the name of the kind unless
 /// all coefficients are finite.
@@ -89,7 +90,7 @@ template <class Self, class T, class P>
 class Evaluated : public INTERPOLATION<T, P> {
  public:
   void Create(const ARRAY<P>& points) override {
-    CheckSupportPoints<P>(points.Elements());
+    CheckSupportPoints<P>(points.Elements(), Self::kChecksAscent);
     self().Fit(points.Elements());
   }
   void CreateWithReport(const ARRAY<P>& points) override {
@@ -100,6 +101,8 @@ class Evaluated : public INTERPOLATION<T, P> {
   [[nodiscard]] T GetDerivedY(T x) const override { return CheckedAt(x).dy; }
   [[nodiscard]] T GetDerived2Y(T x) const override { return CheckedAt(x).d2y; }
 
+  /// Whether points that do not ascend are refused before Fit(): EVERETT has its own message.
+  static constexpr bool kChecksAscent = true;
   void Report() const {}
   /// curves[i].CreateWithReport(points[i]), for curves with the same settings and points of the
   /// same abscissae.

@@ -42,7 +42,7 @@ ARRAY<T> INTERPOLATION<T, P>::GetCoeffs() const {
 namespace quellmark::orbit {
 
 template <class P>
-void CheckSupportPoints(std::span<const P> points) {
+void CheckSupportPoints(std::span<const P> points, bool must_ascend) {
   if (points.empty()) {
     runtime::Fail<INVALID_PARAMETER_VALUE>("INTERPOLATION::Create: no support points.\n");
   }
@@ -53,7 +53,7 @@ void CheckSupportPoints(std::span<const P> points) {
       runtime::Fail<INVALID_PARAMETER_VALUE>("INTERPOLATION::Create: support point ", j,
                                              " is not finite.\n");
     }
-    if (j > 0 && !(points[j - 1].X() < points[j].X())) {
+    if (must_ascend && j > 0 && !(points[j - 1].X() < points[j].X())) {
       runtime::Fail<INVALID_PARAMETER_VALUE>(
           "INTERPOLATION::Create: abscissae do not ascend at support point ", j, ": ",
           points[j - 1].X(), ", ", points[j].X(), "\n");

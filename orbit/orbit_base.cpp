@@ -33,6 +33,9 @@ void ORBIT_BASE::SetReferenceTime(const STRING&) { FailNotProvided("SetReference
 void ORBIT_BASE::ReadSamples(PARAMETER_POOL&) { FailNotProvided("ReadSamples"); }
 void ORBIT_BASE::ReadFromParameterPool(const STRING&) { FailNotProvided("ReadFromParameterPool"); }
 int ORBIT_BASE::NumberOfCoordinates() const { FailNotProvided("NumberOfCoordinates"); }
+quellmark::orbit::CoveredInterval ORBIT_BASE::CoveredAbscissae() const {
+  FailNotProvided("CoveredAbscissae");
+}
 void ORBIT_BASE::List() const { FailNotProvided("List"); }
 void ORBIT_BASE::SavePolynomial(const STRING&) const { FailNotProvided("SavePolynomial"); }
 void ORBIT_BASE::Derive(int, double, std::span<double>) const { FailNotProvided("Derive"); }
@@ -52,15 +55,14 @@ void ORBIT_BASE::Derive(int derivative, double abscissa_s, ARRAY<double>& result
 }
 
 void ORBIT_BASE::Derive(int derivative, double abscissa_s, VECTOR_3D<double>& result) const {
-  CheckThreeCoordinates();
   std::array<double, 3> coordinates{};
   Derive(derivative, abscissa_s, std::span<double>(coordinates));
   result = {coordinates[0], coordinates[1], coordinates[2]};
 }
 
-void ORBIT_BASE::CheckThreeCoordinates() const {
-  if (NumberOfCoordinates() != 3) {
-    Fail<ERROR_ARGUMENT>("ORBIT: not a position of 3 coordinates but of ", NumberOfCoordinates(),
-                         "\n");
+void ORBIT_BASE::CheckCoordinates(std::size_t count) const {
+  if (static_cast<std::size_t>(NumberOfCoordinates()) != count) {
+    Fail<ERROR_ARGUMENT>("ORBIT: not a position of ", count, " coordinates but of ",
+                         NumberOfCoordinates(), "\n");
   }
 }

@@ -1,6 +1,7 @@
 // What every orbit answers, whatever the number type, time type and interpolation of its samples.
 #pragma once
 
+#include <cstddef>
 #include <span>
 #include <string_view>
 #include <utility>
@@ -14,6 +15,12 @@
 class PARAMETER_POOL;
 
 namespace quellmark::orbit {
+
+/// Times of the first and the last state vector [s].
+struct CoveredInterval {
+  double first_s;
+  double last_s;
+};
 
 /// The pool keys under which the samples of an orbit stand.
 struct OrbitKeys {
@@ -59,6 +66,9 @@ class ORBIT_BASE {
   virtual void ReadFromParameterPool(const STRING& path = {});
 
   [[nodiscard]] virtual int NumberOfCoordinates() const;
+  /// Abscissae of the first and the last state vector; ERROR_ALGORITHM after an ALARM line if there
+  /// are none.
+  [[nodiscard]] virtual quellmark::orbit::CoveredInterval CoveredAbscissae() const;
   /// The reference time itself if it is a plain number, else 0.0: the `double` time that lies at
   /// abscissa 0.
   [[nodiscard]] double TimeOrigin() const { return time_origin_s_; }
@@ -70,7 +80,8 @@ class ORBIT_BASE {
   [[nodiscard]] virtual double Abscissa(const MISSION_ELAPSED_TIME& time) const;
 
   /// Derivative 0 (value), 1 or 2 of each coordinate at an abscissa; `result` has one element per
-  /// coordinate. ERROR_ARGUMENT after an ALARM line if the abscissa is not finite.
+  /// coordinate. ERROR_ARGUMENT after an ALARM line if it has another number of them, or if the
+  /// abscissa is not finite.
   virtual void Derive(int derivative, double abscissa_s, std::span<double> result) const;
   /// All three derivatives at once, of an orbit of three coordinates (ERROR_ARGUMENT for others).
   virtual void GetState(double abscissa_s, VECTOR_3D<double>& position, VECTOR_3D<double>& velocity,
@@ -99,7 +110,8 @@ class ORBIT_BASE {
  protected:
   void Derive(int derivative, double abscissa_s, ARRAY<double>& result) const;
   void Derive(int derivative, double abscissa_s, VECTOR_3D<double>& result) const;
-  void CheckThreeCoordinates() const;
+  /// ERROR_ARGUMENT after an ALARM line unless the orbit has `count` coordinates.
+  void CheckCoordinates(std::size_t count) const;
 
   quellmark::orbit::OrbitKeys keys_;
   STRING data_file_;

@@ -18,6 +18,7 @@ class SampledOrbit : public ORBIT_BASE {
   using ORBIT_BASE::operator=;
 
   [[nodiscard]] int NumberOfCoordinates() const override { return interpolators_.Length(); }
+  [[nodiscard]] CoveredInterval CoveredAbscissae() const override;
 
   void Derive(int derivative, double abscissa_s, std::span<double> result) const override;
   void GetState(double abscissa_s, VECTOR_3D<double>& position, VECTOR_3D<double>& velocity,

@@ -12,8 +12,18 @@
 namespace quellmark::orbit {
 
 template <class T, class I, class P>
+CoveredInterval SampledOrbit<T, I, P>::CoveredAbscissae() const {
+  if (samples_.Length() == 0) {
+    runtime::Fail<ERROR_ALGORITHM>("ORBIT: no state vectors were read\n");
+  }
+  const auto points = samples_[0].Elements();
+  return {static_cast<double>(points.front().X()), static_cast<double>(points.back().X())};
+}
+
+template <class T, class I, class P>
 void SampledOrbit<T, I, P>::Derive(int derivative, double abscissa_s,
                                    std::span<double> result) const {
+  CheckCoordinates(result.size());
   const T x = static_cast<T>(abscissa_s);
   for (std::size_t i = 0; i < result.size(); ++i) {
     const I& interpolator = interpolators_[static_cast<int>(i)];
@@ -29,7 +39,7 @@ void SampledOrbit<T, I, P>::GetState(double abscissa_s, VECTOR_3D<double>& posit
                                      VECTOR_3D<double>& acceleration) const {
   const T x = static_cast<T>(abscissa_s);
   if (!std::isfinite(x)) FailNotFinite(abscissa_s);
-  if (interpolators_.Elements().size() != 3) CheckThreeCoordinates();
+  if (interpolators_.Elements().size() != 3) CheckCoordinates(3);
   std::array<Jet<T>, 3> jets;
   I::AtAll(interpolators_.Elements(), x, jets);
   const auto vector = [&jets](T Jet<T>::*derivative) {
@@ -44,19 +54,26 @@ void SampledOrbit<T, I, P>::GetState(double abscissa_s, VECTOR_3D<double>& posit
 
 template <class T, class I, class P>
 void SampledOrbit<T, I, P>::CreateInterpolators(ARRAY<ARRAY<P>> samples) {
-  samples_ = std::move(samples);
-  interpolators_ = ARRAY<I>(samples_.Range());
-  for (int i = samples_.First(); i <= samples_.Last(); ++i) {
-    interpolators_[i].SetOrder(polynomial_fit_order_);
-    interpolators_[i].SetSupportPointCount(support_point_count_);
+  ARRAY<I> interpolators(samples.Range());
+  for (I& interpolator : interpolators.Elements()) {
+    interpolator.SetOrder(polynomial_fit_order_);
+    interpolator.SetSupportPointCount(support_point_count_);
   }
-  I::CreateAllWithReport(interpolators_.Elements(), samples_.Elements());
+  if (samples.Length() > 0) {
+    I::CreateAllWithReport(interpolators.Elements(), samples.Elements());
+    // After the kinds that have a message of their own for a single point.
+    if (samples[samples.First()].Length() < 2) {
+      runtime::Fail<INVALID_PARAMETER_VALUE>("ORBIT: more than 1 state vector needed.\n");
+    }
+  }
+  samples_ = std::move(samples);
+  interpolators_ = std::move(interpolators);
 }
 
 template <class T, class I, class P>
 void SampledOrbit<T, I, P>::List() const {
   using Level = LOG::Level;
-  CheckThreeCoordinates();
+  CheckCoordinates(3);
   LOG& log = runtime::Log();
   if (!log.Passes(Level::kDebug)) return;
   log.Start(Level::kDebug)

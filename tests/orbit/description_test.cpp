@@ -117,6 +117,34 @@ TEST(Description, WhatIsWrongIsSaid) {
               testing::HasSubstr("EXCEP : UTC_SCANNER: invalid minute: 61\n"));
 }
 
+TEST(Description, TooFewVectorsAndCoordinates) {
+  for (const Row& kind : ReadKinds()) {
+    SCOPED_TRACE(kind[0]);
+    OrbitPool pool = CircularOrbitPool("orbit_pool_double_utc", 1);
+    pool.interpolation = kind[0];
+    EXPECT_FAILS(pool.Read(), INVALID_PARAMETER_VALUE,
+                 (kind[0] == "everett_6" ? "EVERETT::Create"
+                  : kind[0] == "spline"  ? "SPLINE::Create"
+                                         : "ORBIT") +
+                     std::string(kind[0] == "everett_6" || kind[0] == "spline"
+                                     ? ": more than 1 value needed.\n"
+                                     : ": more than 1 state vector needed.\n"));
+    pool.values.clear();
+    pool.velocities.clear();
+    const Orbit orbit = pool.Read();
+    Vector position;
+    EXPECT_FAILS(orbit.Position(0.0, position), ERROR_ARGUMENT,
+                 "ORBIT: not a position of 3 coordinates but of 0\n");
+    EXPECT_FAILS(orbit.Coverage(), ERROR_ALGORITHM, "ORBIT: no state vectors were read\n");
+  }
+  const Orbit orbit = CircularOrbitPool("orbit_pool_double_double", 8).Read();
+  EXPECT_EQ(orbit.Coverage().first_s, 1000.5);
+  EXPECT_EQ(orbit.Coverage().last_s, 1070.5);
+  std::array<double, 4> four{};
+  EXPECT_FAILS(orbit.CoreObject()->Position(1000.5, four), ERROR_ARGUMENT,
+               "ORBIT: not a position of 4 coordinates but of 3\n");
+}
+
 TEST(Description, AFailureLeavesTheOrbitAsItWas) {
   const ScopedLog quiet(LOG::Level::kSilent);
   const TempDir directory;
