@@ -16,6 +16,7 @@ declare -A below=(
   [dem]="pool"
   [orbit]="time pool lsq"
   [geolocation]="dem lsq"
+  [product]=""
   [app]="basic log lsq time controller pool dem orbit geolocation"
 )
 
@@ -27,6 +28,7 @@ find_layer() {
   layer=${1%%/*}
   case $1 in
     geolocation/lsq/*) layer=lsq ;;
+    toolbox/*/*) layer=${1#toolbox/} layer=${layer%%/*} ;;
     runtime/*)
       local stem=${1#runtime/}
       layer=log
@@ -61,5 +63,5 @@ while IFS=: read -r file line text; do
   fi
 done < <(grep -rnE --include='*.h' --include='*.tcc' --include='*.inc' --include='*.cpp' \
   '^[[:space:]]*#[[:space:]]*include[[:space:]]*"' \
-  basic runtime time pool dem orbit geolocation app || true)
+  basic runtime time pool dem orbit geolocation app toolbox || true)
 exit "$failed"
