@@ -21,6 +21,7 @@
 #include <cmath>
 #include <cstdio>
 
+#include "basic/constants.h"
 #include "basic/errors.h"
 #include "runtime/log.h"
 
@@ -28,14 +29,13 @@ namespace quellmark::geolocation {
 
 namespace {
 
+using basic::kDegreesPerRadian;
+using basic::kSpeedOfLight_ms;
 using runtime::Fail;
 using runtime::LogLevel;
 using runtime::LogLine;
 
 using Vector = VECTOR_3D<double>;
-
-constexpr double kSpeedOfLight_ms = 299792458.0;
-constexpr double kDegreesPerRadian = 57.29577951308232;
 
 // Fixed: every residual, in metres or metres per second, must fall below it. Above the rounding of
 // all three for slant ranges up to 4000 km.

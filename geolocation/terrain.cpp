@@ -8,10 +8,13 @@
 
 #include "geolocation/terrain.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdio>
+#include <utility>
 
+#include "basic/constants.h"
 #include "basic/errors.h"
 #include "dem/dem_document.h"
 #include "runtime/log.h"
@@ -20,13 +23,13 @@ namespace quellmark::geolocation {
 
 namespace {
 
+using basic::kDegreesPerRadian;
 using runtime::Log;
 using runtime::LogLevel;
 using runtime::LogLine;
 
 using Vector = VECTOR_3D<double>;
 
-constexpr double kDegreesPerRadian = 180.0 / 3.141592653589793;
 constexpr double kLowestHeight_m = -500.0;
 constexpr double kHeightSpan_m = 9500.0;
 constexpr double kHeightTolerance_m = 1.0;
@@ -157,8 +160,7 @@ GeodeticPoint ToGeodetic(const EllipsoidRecord& ellipsoid, const Vector& point) 
   const double p = std::sqrt(point.x * point.x + point.y * point.y);
   const double longitude = std::atan2(point.y, point.x);
   // On the axis the height below would be 0 / 0.
-  if (p == 0.0)
-    return {std::copysign(0.5 * 3.141592653589793, point.z), longitude, std::abs(point.z) - b};
+  if (p == 0.0) return {std::copysign(0.5 * basic::kPi, point.z), longitude, std::abs(point.z) - b};
   const double e2 = (a2 - b2) / a2;
   const double f2 = (a2 - b2) / b2;
   // Sines and cosines by the sides of the triangles whose angles are theta and phi.
@@ -176,16 +178,19 @@ GeodeticPoint ToGeodetic(const EllipsoidRecord& ellipsoid, const Vector& point) 
 
 int TerrainArrays::Create(int length) {
   const RANGE<int> range(1, length);
-  for (ARRAY<double>* array : {&ht, &xx, &yy, &zz, &X_, &Y_, &Z_, &sig}) {
-    array->Free();
+  TerrainArrays made;
+  for (ARRAY<double>* const array :
+       {&made.ht, &made.xx, &made.yy, &made.zz, &made.X_, &made.Y_, &made.Z_, &made.sig}) {
     if (const int status = array->Create(range); status != kArrayOk) return status;
-    for (double& element : array->Elements()) element = array == &sig ? 1.0 : 0.0;
   }
-  ia.Free();
-  if (const int status = ia.Create(range); status != kArrayOk) return status;
-  for (int& fitted : ia.Elements()) fitted = 1;
-  if (const int status = covar.Create(range, range); status != kArrayOk) return status;
-  return lfit.Create(length);
+  for (const int status :
+       {made.ia.Create(range), made.covar.Create(range, range), made.lfit.Create(length)}) {
+    if (status != kArrayOk) return status;
+  }
+  std::ranges::fill(made.sig.Elements(), 1.0);
+  std::ranges::fill(made.ia.Elements(), 1);
+  *this = std::move(made);
+  return kArrayOk;
 }
 
 void PowerBasis(double h, double powers[], int count) {
