@@ -1,11 +1,13 @@
 #include "geolocation/geolocation.h"
 
 #include <cstddef>
+#include <string_view>
 #include <vector>
 
 #include "basic/errors.h"
 #include "geolocation/range_doppler.h"
 #include "geolocation/terrain.h"
+#include "runtime/log.h"
 
 namespace {
 
@@ -20,6 +22,9 @@ using quellmark::geolocation::StoreAngles;
 using quellmark::geolocation::TerrainArrays;
 using quellmark::geolocation::TerrainLocation;
 using quellmark::geolocation::TerrainVariant;
+using quellmark::runtime::Fail;
+
+constexpr std::string_view kRoutine = "geolocation";
 
 VECTOR_3D<double> ToVector3d(const VECTOR<double>& v) {
   const double* const element = v.Data(0);
@@ -31,7 +36,7 @@ RangeDopplerQuery MakeQuery(const VECTOR<double>& sat_pos, const VECTOR<double>&
                             double fast_time_s, double doppler_ms) {
   VECTOR<double> normal;
   normal.CrossProduct(sat_pos, sat_vel);  // refuses vectors that have not three components
-  return {.routine = "geolocation",
+  return {.routine = kRoutine,
           .sat_pos = ToVector3d(sat_pos),
           .sat_vel = ToVector3d(sat_vel),
           .look_direction = look_direction,
@@ -42,7 +47,9 @@ RangeDopplerQuery MakeQuery(const VECTOR<double>& sat_pos, const VECTOR<double>&
 }
 
 void AssignGround(VECTOR<double>& ground, const RANGE<int>& range, const VECTOR_3D<double>& value) {
-  if (ground.Resize(range) != kArrayOk) throw ERROR_NO_MEMORY();
+  if (ground.Resize(range) != kArrayOk) {
+    Fail<ERROR_NO_MEMORY>(kRoutine, ": not enough memory for the ground point\n");
+  }
   double* const element = ground.Data(0);
   element[0] = value.x;
   element[1] = value.y;
@@ -90,7 +97,9 @@ double& geolocation(DEM_DOCUMENT& dem, const VECTOR<double>& sat_pos, const VECT
   const RangeDopplerQuery query =
       MakeQuery(sat_pos, sat_vel, look_direction, rpole_m, requator_m, fast_time_s, doppler_ms);
   TerrainArrays arrays;
-  if (arrays.Create(degree + 1) != kArrayOk) throw ERROR_NO_MEMORY();
+  if (arrays.Create(degree + 1) != kArrayOk) {
+    Fail<ERROR_NO_MEMORY>(kRoutine, ": not enough memory for the work arrays\n");
+  }
   const TerrainLocation found = LocateOnTerrain(query, dem, degree, arrays, kVariant);
   AssignGround(ground, sat_pos.Range(), found.location.ground);
   terrain_height_m = found.height_m;

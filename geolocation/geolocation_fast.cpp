@@ -17,6 +17,8 @@ using quellmark::geolocation::StoreAngles;
 using quellmark::geolocation::TerrainArrays;
 using quellmark::geolocation::TerrainLocation;
 using quellmark::geolocation::TerrainVariant;
+using quellmark::runtime::Fail;
+using quellmark::runtime::Log;
 using quellmark::runtime::LogLevel;
 using quellmark::runtime::LogLine;
 
@@ -49,37 +51,51 @@ constexpr TerrainVariant kVariant = {
         "contains values outside [-500,9000].",
     .logs_samples = true};
 
-bool CheckValue(std::string_view name, std::string_view what, int current, int expected,
-                std::uint32_t thread) {
-  if (current == expected) return true;
-  LogLine(LogLevel::kTrace, name, what, current, " to ", expected, " in thread ", thread);
-  return false;
-}
-
 }  // namespace
 
 void GEOLOCATION_DEM_WORKSPACE::Prepare(std::uint8_t degree) {
   const int length = degree + 1;
-  if (arrays_.Create(length) != kArrayOk) throw ERROR_NO_MEMORY();
+  if (arrays_.Create(length) != kArrayOk) {
+    Fail<ERROR_NO_MEMORY>(kRoutine, ": not enough memory for the work area of thread ", thread_,
+                          "\n");
+  }
   LogLine(LogLevel::kTrace, "changed Arrays start 1 length ", length, " for thread ", thread_);
 }
 
-bool GEOLOCATION_DEM_WORKSPACE::Check(std::uint8_t degree) const {
+bool GEOLOCATION_DEM_WORKSPACE::IsPreparedFor(std::uint8_t degree) const {
+  return arrays_.ht.Length() == degree + 1;  // all arrays are as long, see TerrainArrays
+}
+
+void GEOLOCATION_DEM_WORKSPACE::Check(std::uint8_t degree) const {
+  if (!Log().Passes(LogLevel::kTrace)) return;
+  const auto check = [this](std::string_view name, std::string_view what, int current,
+                            int expected) {
+    if (current == expected) return;
+    LogLine(LogLevel::kTrace, name, what, current, " to ", expected, " in thread ", thread_);
+  };
   // Both blanks of some texts are meant: kept exactly.
   const int length = degree + 1;
-  bool as_expected = true;
   for (const auto& [name, member] : kNamedArrays) {
     const ARRAY<double>& array = arrays_.*member;
-    as_expected &= CheckValue(name, " start change  ", array.First(), 1, thread_);
-    as_expected &= CheckValue(name, " length change ", array.Length(), length, thread_);
+    check(name, " start change  ", array.First(), 1);
+    check(name, " length change ", array.Length(), length);
   }
   const RANGE<int> columns = arrays_.covar.Columns();
   const RANGE<int> rows = arrays_.covar.Rows();
-  as_expected &= CheckValue("covar", " xstart change ", columns.Start(), 1, thread_);
-  as_expected &= CheckValue("covar", " width  change ", columns.Length(), length, thread_);
-  as_expected &= CheckValue("covar", " ystart change ", rows.Start(), 1, thread_);
-  as_expected &= CheckValue("covar", " height change ", rows.Length(), length, thread_);
-  return as_expected;
+  check("covar", " xstart change ", columns.Start(), 1);
+  check("covar", " width  change ", columns.Length(), length);
+  check("covar", " ystart change ", rows.Start(), 1);
+  check("covar", " height change ", rows.Length(), length);
+}
+
+TerrainLocation GEOLOCATION_DEM_WORKSPACE::Locate(const RangeDopplerQuery& query, DEM_DOCUMENT& dem,
+                                                  std::uint8_t degree) {
+  Check(degree);
+  if (!IsPreparedFor(degree)) {
+    Fail<ERROR_ARGUMENT>(query.routine, ": work area of thread ", thread_,
+                         " is not prepared for degree ", int{degree}, "\n");
+  }
+  return LocateOnTerrain(query, dem, degree, arrays_, kVariant);
 }
 
 double& geolocation_fast(GEOLOCATION_WORKSPACE& workspace, const VECTOR_3D<double>& sat_pos,
@@ -109,16 +125,15 @@ double& geolocation_fast(GEOLOCATION_DEM_WORKSPACE& workspace, DEM_DOCUMENT& dem
                          double requator_m, double fast_time_s, double doppler_ms) {
   LogLine(LogLevel::kTrace, kRoutine, " called with fast_time ", fast_time_s, " sat at ", sat_pos.x,
           ",", sat_pos.y, ",", sat_pos.z);
-  if (!workspace.Check(degree)) workspace.Prepare(degree);
-  const TerrainLocation found = LocateOnTerrain({.routine = kRoutine,
-                                                 .sat_pos = sat_pos,
-                                                 .sat_vel = sat_vel,
-                                                 .look_direction = look_direction,
-                                                 .rpole_m = rpole_m,
-                                                 .requator_m = requator_m,
-                                                 .fast_time_s = fast_time_s,
-                                                 .doppler_ms = doppler_ms},
-                                                dem, degree, workspace.Arrays(), kVariant);
+  const TerrainLocation found = workspace.Locate({.routine = kRoutine,
+                                                  .sat_pos = sat_pos,
+                                                  .sat_vel = sat_vel,
+                                                  .look_direction = look_direction,
+                                                  .rpole_m = rpole_m,
+                                                  .requator_m = requator_m,
+                                                  .fast_time_s = fast_time_s,
+                                                  .doppler_ms = doppler_ms},
+                                                 dem, degree);
   ground = found.location.ground;
   terrain_height_m = found.height_m;
   return StoreAngles(found.location.angles, heading_deg, latitude_deg, longitude_deg,

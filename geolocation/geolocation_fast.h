@@ -34,19 +34,28 @@ double& geolocation_fast(GEOLOCATION_WORKSPACE& workspace, const VECTOR_3D<doubl
                          double rpole_m, double requator_m, double fast_time_s, double doppler_ms);
 
 /// Work area of one worker for geolocation_fast() with a DEM; each concurrent worker owns its own.
+/// A new one, and one that has been moved from, is prepared for no degree.
 class GEOLOCATION_DEM_WORKSPACE {
  public:
   /// `thread` tells the workers apart in log lines.
   explicit GEOLOCATION_DEM_WORKSPACE(std::uint32_t thread = 0) : thread_(thread) {}
 
   /// Sizes the arrays for curves of that degree, start index 1 and length degree + 1, and logs so
-  /// at level kTrace. Throws ERROR_NO_MEMORY.
+  /// at level kTrace. Without memory for all of them it reports an alarm, throws ERROR_NO_MEMORY
+  /// and leaves the work area as it was.
   void Prepare(std::uint8_t degree);
+  /// Whether Prepare() has been called for that degree, and for no other since.
+  [[nodiscard]] bool IsPreparedFor(std::uint8_t degree) const;
   /// Reports at level kTrace each array whose start or length is not what the degree asks for;
-  /// changes nothing. Whether all are as asked for.
-  [[nodiscard]] bool Check(std::uint8_t degree) const;
+  /// changes nothing.
+  void Check(std::uint8_t degree) const;
+  [[nodiscard]] const quellmark::geolocation::TerrainArrays& Arrays() const { return arrays_; }
 
-  [[nodiscard]] quellmark::geolocation::TerrainArrays& Arrays() { return arrays_; }
+  /// LocateOnTerrain() in this work area, as geolocation_fast() calls it: runs Check(), then
+  /// refuses a degree that the area is not prepared for with an alarm and ERROR_ARGUMENT.
+  [[nodiscard]] quellmark::geolocation::TerrainLocation Locate(
+      const quellmark::geolocation::RangeDopplerQuery& query, DEM_DOCUMENT& dem,
+      std::uint8_t degree);
 
  private:
   std::uint32_t thread_;
@@ -55,12 +64,14 @@ class GEOLOCATION_DEM_WORKSPACE {
 
 /// As geolocation_fast() above, with the height of the terrain that `dem` has at the ground point;
 /// writes that height too. The point is found by way of a curve of `degree` (3 is meant) through
-/// ground points between -500 m and 9000 m; its height and the terrain's differ by at most 1 m.
-/// Allocates nothing if `workspace` has been prepared for the degree, and prepares it if not.
+/// ground points between -500 m and 9000 m; `workspace` has been prepared for that degree.
+/// Allocates nothing.
 ///
-/// Throws, besides what the above and the DEM throw, the character string "geolocation_fast:
-/// Initializing error. DEM possibly too small or contains values outside [-500,9000]." and those of
-/// lfit_fast(); all places are then untouched.
+/// Throws, besides what the above and the DEM throw, ERROR_ARGUMENT if the work area has not been
+/// prepared for the degree, the character string "geolocation_fast: Initializing error. DEM
+/// possibly too small or contains values outside [-500,9000]." and those of lfit_fast(). A failed
+/// call leaves all places untouched; one that the work area is refused to leaves that untouched as
+/// well.
 double& geolocation_fast(GEOLOCATION_DEM_WORKSPACE& workspace, DEM_DOCUMENT& dem,
                          const VECTOR_3D<double>& sat_pos, const VECTOR_3D<double>& sat_vel,
                          VECTOR_3D<double>& ground, double& heading_deg, double& latitude_deg,

@@ -34,6 +34,7 @@ struct GeodeticPoint {
                                        const VECTOR_3D<double>& point);
 
 /// What a search works in: for a curve of degree d all arrays have start index 1 and length d + 1.
+/// Without arrays (as made by default, and when moved from) the length is 0.
 struct TerrainArrays {
   ARRAY<double> ht;          ///< trial heights [m]
   ARRAY<double> xx, yy, zz;  ///< ground points at the trial heights [m]
@@ -43,7 +44,15 @@ struct TerrainArrays {
   ARRAY<int> ia;             ///< all 1: no coefficient is held
   lsq::LfitWorkspace<double> lfit;
 
-  /// Makes room for d + 1 = `length` samples; gives an ArrayStatus.
+  TerrainArrays() = default;
+  TerrainArrays(const TerrainArrays&) = delete;  // half a copy would be a trap
+  TerrainArrays(TerrainArrays&&) noexcept = default;
+  TerrainArrays& operator=(const TerrainArrays&) = delete;
+  TerrainArrays& operator=(TerrainArrays&&) noexcept = default;
+  ~TerrainArrays() = default;
+
+  /// Makes room for d + 1 = `length` samples; returns an ArrayStatus. The arrays are replaced all
+  /// together or not at all.
   [[nodiscard]] int Create(int length);
 };
 

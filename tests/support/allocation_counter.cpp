@@ -2,14 +2,18 @@
 
 #include <atomic>
 #include <cstdlib>
+#include <limits>
 #include <new>
 
 namespace {
 
+constexpr std::size_t kNoLimit = std::numeric_limits<std::size_t>::max();
+
 std::atomic<std::size_t> allocation_count{0};
+std::atomic<std::size_t> allocation_limit{kNoLimit};
 
 void* Allocate(std::size_t size) noexcept {
-  ++allocation_count;
+  if (++allocation_count > allocation_limit) return nullptr;
   return std::malloc(size == 0 ? 1 : size);
 }
 
@@ -37,5 +41,8 @@ void operator delete[](void* memory, const std::nothrow_t&) noexcept { std::free
 namespace quellmark::test {
 
 std::size_t AllocationCount() { return allocation_count; }
+
+AllocationLimit::AllocationLimit(std::size_t count) { allocation_limit = allocation_count + count; }
+AllocationLimit::~AllocationLimit() { allocation_limit = kNoLimit; }
 
 }  // namespace quellmark::test
