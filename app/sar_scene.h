@@ -3,42 +3,96 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 
 #include "basic/string.h"
 #include "basic/vector_3d.h"
+#include "dem/srf_document.h"
 #include "geolocation/ellipsoid_type.h"
 #include "geolocation/geolocation_fast.h"
 #include "orbit/general_orbit.h"
 #include "pool/parameter_pool.h"
 
-/// Built empty, initialised once from the scene's pool, then asked for image positions.
+namespace quellmark::app {
+
+/// What describes a scene.
+struct SceneParameters {
+  double first_azimuth_time_s = 0.0;  ///< of line 0, counted from the orbit's reference time
+  double first_range_time_s = 0.0;    ///< two-way, of sample 0
+  double prf_hz = 0.0;
+  double range_sampling_frequency_hz = 0.0;
+  std::int32_t n_samples = 0;  ///< in range; at least 1
+  std::int32_t n_lines = 0;    ///< in azimuth; at least 1
+  GENERAL_ORBIT<double, VECTOR_3D<double>> orbit;
+  STRING look_direction;        ///< "right" or "left"
+  double local_height_m = 0.0;  ///< of the located points above the ellipsoid
+  double radar_frequency_hz = 0.0;
+};
+
+/// What SAR_SCENE::Locate() finds for an image position.
+struct PointLocation {
+  VECTOR_3D<double> position;  ///< of the ground point, earth-fixed [m]
+  double longitude_deg = 0.0;  ///< geodetic, in [0, 360)
+  double latitude_deg = 0.0;   ///< geodetic
+  double height_m = 0.0;       ///< above the ellipsoid: the local height, or the terrain's
+  double incidence_deg = 0.0;  ///< against the ellipsoid normal
+  double zero_doppler_velocity_ms = 0.0;
+  double b_param = 0.0;  ///< [m^2/s^2]
+  double fm_rate = 0.0;  ///< of azimuth [1/s^2]
+};
+
+}  // namespace quellmark::app
+
+/// Built empty, initialised once from the scene's pool or from values, then asked for image
+/// positions. One thread at a time may locate.
 class SAR_SCENE {
  public:
+  /// Throws ERROR_NO_MEMORY.
   SAR_SCENE();
   SAR_SCENE(const SAR_SCENE&) = delete;
   SAR_SCENE& operator=(const SAR_SCENE&) = delete;
+  /// Releases an attached DEM only while the use-DEM flag is set. Otherwise the DEM stays open
+  /// until the process ends.
   ~SAR_SCENE();
 
   /// Reads timing, size, orbit, look side, local height and radar frequency. Failures of the pool
   /// and of the orbit pass through; a bad look direction or an image without samples or lines
-  /// throws ERROR_PARAMETER.
+  /// throws ERROR_PARAMETER, and an empty look direction std::out_of_range. A failure leaves the
+  /// scene as it was.
   void ReadFromParameterPool(PARAMETER_POOL& pool);
+  /// The same without a pool; checks image size and look direction in the same way.
+  void SetParameters(quellmark::app::SceneParameters parameters);
 
-  /// Opens the DEM document at `path` and keeps it until the process ends. No position is located
-  /// on it: every result comes from the ellipsoid at the local height. Deliberate, the chain behind
-  /// relies on results that do not depend on the DEM.
+  /// Opens the DEM document at `path` and keeps it. The DEM moves no position unless the use-DEM
+  /// flag is set.
   void AttachDem(const STRING& path);
+
+  /// Whether positions are located on the terrain of the attached DEM instead of at the local
+  /// height. The flag is off at first, and the program never sets it: the chain behind relies on
+  /// results that do not depend on the DEM.
+  void SetUseDem(bool use_dem) { use_dem_ = use_dem; }
+  [[nodiscard]] bool UsesDem() const { return use_dem_; }
 
   /// Writes the scene's parameters to the log, level INFO.
   void Print() const;
 
-  [[nodiscard]] std::int32_t GetNumberOfSamples() const { return n_samples_; }
-  [[nodiscard]] std::int32_t GetNumberOfLines() const { return n_lines_; }
+  [[nodiscard]] std::int32_t GetNumberOfSamples() const { return parameters_.n_samples; }
+  [[nodiscard]] std::int32_t GetNumberOfLines() const { return parameters_.n_lines; }
+  [[nodiscard]] const quellmark::app::SceneParameters& Parameters() const { return parameters_; }
+  /// +1.0 right, -1.0 left; 0.0 before initialisation.
+  [[nodiscard]] double LookSign() const { return look_sign_; }
+  /// What is added to a scene time for an orbit query [s].
+  [[nodiscard]] double OrbitTimeOrigin() const { return orbit_time_origin_s_; }
+  [[nodiscard]] const ELLIPSOID<double>& Ellipsoid() const { return ellipsoid_; }
+  /// The attached DEM; null without one.
+  [[nodiscard]] const SRF_DOCUMENT* Dem() const { return dem_.get(); }
 
-  /// Locates the image position (sample, line), both from 0: geodetic longitude [0, 360) and
-  /// latitude [deg], incidence angle against the ellipsoid normal [deg], zero-Doppler velocity
-  /// [m/s], B-parameter [m^2/s^2] and azimuth FM rate [1/s^2]. The orbit must cover the line's time
-  /// and 0.01 s after it. Failures of orbit and geolocation pass through.
+  /// Locates the image position (sample, line), both from 0 and not necessarily whole. The orbit
+  /// must cover the line's time and 0.01 s after it. Failures of orbit, geolocation and DEM pass
+  /// through; a set use-DEM flag without a DEM throws ERROR_PARAMETER.
+  [[nodiscard]] quellmark::app::PointLocation Locate(double sample, double line);
+
+  /// As Locate(), with angles [deg] in single precision. A failure leaves the places untouched.
   void LocatePoint(std::int32_t sample, std::int32_t line, float& longitude, float& latitude,
                    float& incidence, double& zero_doppler_velocity, double& b_param,
                    double& fm_rate);
@@ -49,29 +103,20 @@ class SAR_SCENE {
     VECTOR_3D<double> velocity;      // [m/s]
     VECTOR_3D<double> acceleration;  // [m/s^2]
   };
-  struct GroundPoint {
-    VECTOR_3D<double> position;  // earth-fixed [m]
-    double longitude_deg = 0.0;
-    double latitude_deg = 0.0;
-    double incidence_deg = 0.0;
-  };
 
-  void ReadLookDirection(PARAMETER_POOL& pool);
+  static constexpr std::uint8_t kDemDegree = 3;  // of the curve on which the terrain is searched
+
   [[nodiscard]] OrbitState OrbitStateAt(double azimuth_time_s) const;
-  [[nodiscard]] GroundPoint Geolocate(const OrbitState& sensor, double range_time_s);
+  // Gives position, angles and height.
+  [[nodiscard]] quellmark::app::PointLocation Geolocate(const OrbitState& sensor,
+                                                        double range_time_s);
 
-  GENERAL_ORBIT<double, VECTOR_3D<double>> orbit_;
+  quellmark::app::SceneParameters parameters_;
   double orbit_time_origin_s_ = 0.0;
-  double radar_frequency_hz_ = 0.0;
-  double range_sampling_frequency_hz_ = 0.0;
-  double prf_hz_ = 0.0;
-  double first_range_time_s_ = 0.0;  // two-way, of sample 0
-  double first_azimuth_time_s_ = 0.0;
-  std::int32_t n_samples_ = 0;
-  std::int32_t n_lines_ = 0;
-  STRING look_direction_;
-  double look_sign_ = 0.0;  // +1 right, -1 left
+  double look_sign_ = 0.0;
+  bool use_dem_ = false;
+  std::unique_ptr<SRF_DOCUMENT> dem_;
   ELLIPSOID<double> ellipsoid_;
-  double local_height_m_ = 0.0;
   GEOLOCATION_WORKSPACE workspace_;
+  GEOLOCATION_DEM_WORKSPACE dem_workspace_;
 };
