@@ -18,6 +18,7 @@ declare -A below=(
   [geolocation]="dem lsq"
   [product]=""
   [app]="basic log lsq time controller pool dem orbit geolocation"
+  [api]="app"
 )
 
 # The sources of the target qm_controller; the rest of its folder is the log's.
@@ -63,5 +64,5 @@ while IFS=: read -r file line text; do
   fi
 done < <(grep -rnE --include='*.h' --include='*.tcc' --include='*.inc' --include='*.cpp' \
   '^[[:space:]]*#[[:space:]]*include[[:space:]]*"' \
-  basic runtime time pool dem orbit geolocation app toolbox || true)
+  basic runtime time pool dem orbit geolocation app api toolbox || true)
 exit "$failed"
