@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <cstring>
 #include <system_error>
+#include <utility>
 
 #include "basic/errors.h"
 #include "dem/pixel_type.h"
@@ -18,37 +19,24 @@
 
 namespace {
 
+using quellmark::dem::CellPoint;
+using quellmark::dem::CornerValues;
+using quellmark::dem::FailSeek;
+using quellmark::dem::FailTooLarge;
 using quellmark::dem::FindPixelType;
+using quellmark::dem::FloorIndex;
 using quellmark::dem::GridCell;
-using quellmark::dem::IndexBounds;
-using quellmark::dem::OffsetFunction;
-using quellmark::dem::Storage;
+using quellmark::dem::LoadAs;
+using quellmark::dem::MappedTile;
 using quellmark::dem::TileAnnotation;
 using quellmark::dem::TileExtent;
 using quellmark::dem::TileIndex;
+using quellmark::dem::TilePlace;
 using quellmark::runtime::Fail;
 using quellmark::runtime::LogLevel;
 using quellmark::runtime::LogLine;
 
-// Beyond every index of every grid, and with room for one more step in 32 bits.
-constexpr double kIndexLimit = 2147483000.0;
-
-// The integer at or below `value`; what is no index of any grid (NaN too) stays none.
-int FloorIndex(double value) {
-  if (!(value > -kIndexLimit)) return static_cast<int>(-kIndexLimit);
-  if (!(value < kIndexLimit)) return static_cast<int>(kIndexLimit);
-  const int truncated = static_cast<int>(value);
-  return truncated - (value < truncated ? 1 : 0);
-}
-
 int NearestIndex(double value) { return FloorIndex(std::rint(value)); }
-
-template <class T>
-T LoadAs(const unsigned char* bytes) {
-  T value;
-  std::memcpy(&value, bytes, sizeof value);
-  return value;
-}
 
 double LoadValue(const unsigned char* bytes, short value_type) {
   switch (value_type) {
@@ -93,28 +81,11 @@ int ValueBytesOf(short value_type) {
   return type->size_bytes;
 }
 
-double Bilinear(double south_west, double south_east, double north_west, double north_east,
-                double east_fraction, double north_fraction) {
-  const double south = south_west + east_fraction * (south_east - south_west);
-  const double north = north_west + east_fraction * (north_east - north_west);
-  return south + north_fraction * (north - south);
-}
-
-// How many cells of a tile, from its first index on, lie within it and within the global grid.
-double InnerCells(int first_index, std::int64_t count, IndexBounds bounds) {
-  if (first_index < bounds.min) return 0.0;
-  const std::int64_t last = std::min(first_index + count - 1, std::int64_t{bounds.max});
-  return static_cast<double>(std::max(last - first_index, std::int64_t{0}));
-}
-
-[[noreturn]] void FailTooLarge(std::int64_t offset, std::int64_t file_size) {
-  LogLine(LogLevel::kDebug, "offset ", offset, " too large (filesize is ", file_size, ").\n");
-  throw ERROR_CANNOT_READ_SUBDOC();
-}
-
-[[noreturn]] void FailSeek(std::int64_t offset) {
-  LogLine(LogLevel::kDebug, "seek error offset ", offset);
-  throw ERROR_CANNOT_READ_SUBDOC();
+// Enough digits for every double, so that the very number can be read back.
+std::string Digits(double value) {
+  std::array<char, 32> text;
+  std::snprintf(text.data(), text.size(), "%.17g", value);
+  return text.data();
 }
 
 }  // namespace
@@ -128,18 +99,22 @@ DEM_DOCUMENT::CurrentTile& DEM_DOCUMENT::CurrentTile::operator=(const CurrentTil
 }
 
 DEM_DOCUMENT::DEM_DOCUMENT(const DEM_DESCRIPTOR& descriptor, bool fast)
-    : descriptor_(descriptor), value_bytes_(ValueBytesOf(descriptor.value_type)) {
+    : descriptor_(descriptor),
+      storage_{.line_wise = descriptor.line_wise,
+               .y_origin_north = descriptor.y_origin_north,
+               .value_bytes = ValueBytesOf(descriptor.value_type),
+               .record_header_bytes = descriptor.record_header} {
   descriptor_.Check();
-  lon_res_deg_ = descriptor_.lon_res_deg;
-  lat_res_deg_ = descriptor_.lat_res_deg;
+  grid_.lon_res_deg = descriptor_.lon_res_deg;
+  grid_.lat_res_deg = descriptor_.lat_res_deg;
   if (descriptor_.annotation == TileAnnotation::kPixelEdge) {
-    lon_offset_deg_ = lon_res_deg_ * 0.5;
-    lat_offset_deg_ = lat_res_deg_ * 0.5;
+    grid_.lon_offset_deg = grid_.lon_res_deg * 0.5;
+    grid_.lat_offset_deg = grid_.lat_res_deg * 0.5;
   }
-  lon_bounds_ = quellmark::dem::BoundsOf(360.0, lon_res_deg_);
-  lat_bounds_ = quellmark::dem::BoundsOf(180.0, lat_res_deg_);
+  grid_.lon = quellmark::dem::BoundsOf(360.0, grid_.lon_res_deg);
+  grid_.lat = quellmark::dem::BoundsOf(180.0, grid_.lat_res_deg);
   if (descriptor_.special_coding) {
-    missing_value_ = *descriptor_.special_coding;
+    missing_value_ = missing_int2_ = *descriptor_.special_coding;
     if (descriptor_.value_type == quellmark::dem::kPixelFloat4) {  // rounded when it was written
       missing_value_ = static_cast<double>(static_cast<float>(missing_value_));
     }
@@ -151,10 +126,6 @@ DEM_DOCUMENT::DEM_DOCUMENT(const DEM_DESCRIPTOR& descriptor, bool fast)
 DEM_DOCUMENT::~DEM_DOCUMENT() = default;
 
 void DEM_DOCUMENT::PlaceTiles() {
-  const Storage storage{.line_wise = descriptor_.line_wise,
-                        .y_origin_north = descriptor_.y_origin_north,
-                        .value_bytes = value_bytes_,
-                        .record_header_bytes = descriptor_.record_header};
   // Check() has seen to it that only a single file goes without corners: it holds the whole grid.
   const auto corner = [](const ARRAY<TUPLE<int>>& corners, int file, const TUPLE<int>& otherwise) {
     return corners.Length() == 0 ? otherwise : corners[corners.First() + file];
@@ -162,17 +133,17 @@ void DEM_DOCUMENT::PlaceTiles() {
   tiles_.reserve(static_cast<std::size_t>(descriptor_.FileCount()));
   for (int file = 0; file < descriptor_.FileCount(); ++file) {
     const TUPLE<int> upper_left =
-        corner(descriptor_.upper_left, file, {lon_bounds_.min, lat_bounds_.max});
+        corner(descriptor_.upper_left, file, {grid_.lon.min, grid_.lat.max});
     const TUPLE<int> lower_right =
-        corner(descriptor_.lower_right, file, {lon_bounds_.max, lat_bounds_.min});
+        corner(descriptor_.lower_right, file, {grid_.lon.max, grid_.lat.min});
     const TileExtent extent =
         TileExtent::Between(upper_left.First(), upper_left.Second(), lower_right.First(),
-                            lower_right.Second(), lon_res_deg_);
-    if (!quellmark::dem::DimensionsAreUsable(extent, storage)) {
+                            lower_right.Second(), grid_.lon_res_deg);
+    if (!quellmark::dem::DimensionsAreUsable(extent, storage_)) {
       Fail<ERROR_DESCRIPTOR_VALUE>("DEM_DOCUMENT: the corners of file ", file, " make a tile of ",
                                    extent.columns, " x ", extent.rows, " values\n");
     }
-    tiles_.push_back({extent, quellmark::dem::OffsetsOf(extent, storage)});
+    tiles_.push_back({extent, quellmark::dem::OffsetsOf(extent, storage_)});
   }
 }
 
@@ -201,7 +172,7 @@ bool DEM_DOCUMENT::CheckDescriptor(bool fast) const {
 }
 
 void DEM_DOCUMENT::SetDescriptor(bool fast) {
-  mapped_ = Mapping();
+  mapped_ = MappedTile();
   mapping_.reset();
   if (!CheckDescriptor(fast)) return;
   const std::string path = PathOf(0);
@@ -212,36 +183,15 @@ void DEM_DOCUMENT::SetDescriptor(bool fast) {
 
 void DEM_DOCUMENT::SettleMapping() {
   if (!mapping_) return;
-  const TileExtent& extent = tiles_.front().extent;
-  OffsetFunction offset = tiles_.front().offset;
-  offset.origin += descriptor_.first_offset;
-  // Offsets are linear in column and row: the smallest and the largest stand at grid corners.
-  const auto [first, last] =
-      std::minmax({offset({0, 0}), offset({extent.columns - 1, 0}), offset({0, extent.rows - 1}),
-                   offset({extent.columns - 1, extent.rows - 1})});
-  const auto file_size = static_cast<std::int64_t>(mapping_->FileSize());
-  if (first < 0) FailSeek(first);
-  if (last > file_size - value_bytes_) {
-    // North-first columns start one value late: of a file without room for that one more value all
-    // the others can still be read, but not unchecked.
-    const bool starts_late = !descriptor_.line_wise && descriptor_.y_origin_north;
-    if (!starts_late || last > file_size) FailTooLarge(last, file_size);
-    LogLine(LogLevel::kWarning, "DEM_DOCUMENT::SetDescriptor: ", PathOf(0),
-            " ends before its last grid value. Memory mapping not possible. Please turn off "
-            "multithreading if on.\n");
-    mapping_.reset();
+  MappedTile tile(std::exchange(mapping_, nullptr), tiles_.front(), storage_,
+                  descriptor_.first_offset, grid_);
+  if (tile.IsWhole()) {
+    mapped_ = std::move(tile);
     return;
   }
-  const auto needed = static_cast<std::size_t>(last + value_bytes_);
-  if (needed > mapping_->MappedLength()) mapping_->Remap(needed);
-  mapped_ = {.west = static_cast<double>(extent.west),
-             .south = static_cast<double>(extent.south),
-             .inner_columns = InnerCells(extent.west, extent.columns, lon_bounds_),
-             .inner_rows = InnerCells(extent.south, extent.rows, lat_bounds_),
-             .first_value = mapping_->FileBase() + offset({0, 0}),
-             .per_column = offset.per_column,
-             .per_row = offset.per_row,
-             .missing = descriptor_.special_coding.value_or(mapped_.missing)};
+  LogLine(LogLevel::kWarning, "DEM_DOCUMENT::SetDescriptor: ", PathOf(0),
+          " ends before its last grid value. Memory mapping not possible. Please turn off "
+          "multithreading if on.\n");
 }
 
 std::string DEM_DOCUMENT::PathOf(int file) const {
@@ -250,106 +200,41 @@ std::string DEM_DOCUMENT::PathOf(int file) const {
   return path;
 }
 
-DEM_DOCUMENT::CellPoint DEM_DOCUMENT::PlaceInCell(double x, double y) const {
-  const int i = FloorIndex(x);
-  const int j = FloorIndex(y);
-  CellPoint point{.cell = {.west = i < lon_bounds_.min ? lon_bounds_.max : i,
-                           .east = i + 1 > lon_bounds_.max ? lon_bounds_.min : i + 1,
-                           .south = j,
-                           .north = j + 1},
-                  .east_fraction = x - i,
-                  .north_fraction = y - j};
-  GridCell& cell = point.cell;
-  if (cell.north > lat_bounds_.max) {
-    LogLine(LogLevel::kWarning, "pole grid cell: no interpolation\n");
-    cell.north = cell.south;
-    cell.east = cell.west;
-  } else if (cell.south < lat_bounds_.min) {
-    LogLine(LogLevel::kWarning, "pole grid cell: no interpolation\n");
-    cell.south = cell.north;
-    cell.east = cell.west;
-  }
+CellPoint DEM_DOCUMENT::PlaceInCell(double x, double y) const {
+  const CellPoint point = grid_.Place(x, y);
+  if (point.at_pole) LogLine(LogLevel::kWarning, "pole grid cell: no interpolation\n");
   return point;
 }
 
 GridCell DEM_DOCUMENT::CellOf(double longitude_deg, double latitude_deg) const {
-  return PlaceInCell(GridX(longitude_deg), GridY(latitude_deg)).cell;
+  return PlaceInCell(grid_.X(longitude_deg), grid_.Y(latitude_deg)).cell;
 }
 
-// The way of nearly all look-ups in fast mode; whatever is special about a point, NaN included,
-// goes the general way.
+// Nearly all look-ups in fast mode end here. Whatever is special about a point, NaN included, goes
+// the general way.
 double DEM_DOCUMENT::GetElevationInterpolated(double longitude_deg, double latitude_deg) {
-  const double x = GridX(longitude_deg);
-  const double y = GridY(latitude_deg);
-  const double from_west = x - mapped_.west;
-  const double from_south = y - mapped_.south;
-  if (!(from_west >= 0.0 && from_west < mapped_.inner_columns && from_south >= 0.0 &&
-        from_south < mapped_.inner_rows)) {
-    return InterpolateAt(x, y);
+  double height_m;
+  if (mapped_.Interpolate<std::int16_t>(grid_.X(longitude_deg), grid_.Y(latitude_deg),
+                                        missing_int2_, height_m)) {
+    return height_m;
   }
-  const auto column = static_cast<std::int64_t>(from_west);
-  const auto row = static_cast<std::int64_t>(from_south);
-  const std::int64_t per_column = mapped_.per_column;
-  const std::int64_t per_row = mapped_.per_row;
-  const unsigned char* const at = mapped_.first_value + column * per_column + row * per_row;
-  const int south_west = LoadAs<std::int16_t>(at);
-  const int south_east = LoadAs<std::int16_t>(at + per_column);
-  const int north_west = LoadAs<std::int16_t>(at + per_row);
-  const int north_east = LoadAs<std::int16_t>(at + per_row + per_column);
-  const int missing = mapped_.missing;
-  if ((south_west == missing) | (south_east == missing) | (north_west == missing) |
-      (north_east == missing)) {
-    return InterpolateAt(x, y);
-  }
-  return Bilinear(south_west, south_east, north_west, north_east,
-                  from_west - static_cast<double>(column), from_south - static_cast<double>(row));
+  return InterpolateAt(longitude_deg, latitude_deg);
 }
 
-double DEM_DOCUMENT::InterpolateAt(double x, double y) {
-  const CellPoint point = PlaceInCell(x, y);
+double DEM_DOCUMENT::InterpolateAt(double longitude_deg, double latitude_deg) {
+  const CellPoint point = PlaceInCell(grid_.X(longitude_deg), grid_.Y(latitude_deg));
   const GridCell& cell = point.cell;
   const CornerValues corners = {DEM_DOCUMENT::GetGridValue(cell.west, cell.south),
                                 DEM_DOCUMENT::GetGridValue(cell.east, cell.south),
                                 DEM_DOCUMENT::GetGridValue(cell.west, cell.north),
                                 DEM_DOCUMENT::GetGridValue(cell.east, cell.north)};
-  const auto missing = std::count(corners.begin(), corners.end(), missing_value_);
-  if (missing == 0) {
-    return Bilinear(corners[0], corners[1], corners[2], corners[3], point.east_fraction,
-                    point.north_fraction);
-  }
-  if (missing < 4) return InterpolateAroundMissing(point, corners);
-  const double longitude_deg = x * lon_res_deg_ + lon_offset_deg_;
-  const double latitude_deg = y * lat_res_deg_ + lat_offset_deg_;
+  const auto height_m = quellmark::dem::InterpolateCell(point, corners, missing_value_);
+  if (height_m) return *height_m;
   LogLine(LogLevel::kException,
-          "GetElevationInterpolated: Fatal DEM interpolation error for lat=", latitude_deg,
-          " lon=", longitude_deg, "\n");
+          "GetElevationInterpolated: Fatal DEM interpolation error for lat=", Digits(latitude_deg),
+          " lon=", Digits(longitude_deg), "\n");
   DumpMissingCell(cell, corners);
   throw ERROR_SPECIAL_CODING_INTERPOLATION();
-}
-
-double DEM_DOCUMENT::InterpolateAroundMissing(const CellPoint& point,
-                                              const CornerValues& corners) const {
-  const double east = point.east_fraction;
-  const double north = point.north_fraction;
-  const CornerValues weights = {(1.0 - east) * (1.0 - north), east * (1.0 - north),
-                                (1.0 - east) * north, east * north};
-  double weight_sum = 0.0;
-  double value_sum = 0.0;
-  double nearest = 0.0;
-  double nearest_squared = std::numeric_limits<double>::infinity();
-  for (std::size_t corner = 0; corner < corners.size(); ++corner) {
-    if (corners[corner] == missing_value_) continue;
-    weight_sum += weights[corner];
-    value_sum += weights[corner] * corners[corner];
-    const double to_east = (corner % 2 == 0 ? 0.0 : 1.0) - east;
-    const double to_north = (corner < 2 ? 0.0 : 1.0) - north;
-    const double squared = to_east * to_east + to_north * to_north;
-    if (squared < nearest_squared) {
-      nearest_squared = squared;
-      nearest = corners[corner];
-    }
-  }
-  return weight_sum > 0.0 ? value_sum / weight_sum : nearest;
 }
 
 void DEM_DOCUMENT::DumpMissingCell(const GridCell& cell, const CornerValues& corners) const {
@@ -364,22 +249,22 @@ void DEM_DOCUMENT::DumpMissingCell(const GridCell& cell, const CornerValues& cor
             " FileOffset=", FileOffsetOf(file, LocalIndexOf(file, x, y)), "\n");
   }
   LogLine(LogLevel::kDebug, "last grid_idx=", cell.east, "/", cell.north, "\n");
-  LogLine(LogLevel::kDebug, "special_coding=", missing_value_, "\n");
-  LogLine(LogLevel::kDebug, "DEM values are=", corners[0], " ", corners[1], " ", corners[2], " ",
-          corners[3], "\n");
+  LogLine(LogLevel::kDebug, "special_coding=", Digits(missing_value_), "\n");
+  LogLine(LogLevel::kDebug, "DEM values are=", Digits(corners[0]), " ", Digits(corners[1]), " ",
+          Digits(corners[2]), " ", Digits(corners[3]), "\n");
 }
 
 double DEM_DOCUMENT::GetElevationNearest(double longitude_deg, double latitude_deg) {
-  int i = NearestIndex(GridX(longitude_deg));
-  int j = NearestIndex(GridY(latitude_deg));
-  if (i > lon_bounds_.max) {
-    i = lon_bounds_.min;
-  } else if (i < lon_bounds_.min) {
-    i = lon_bounds_.max;
+  int i = NearestIndex(grid_.X(longitude_deg));
+  int j = NearestIndex(grid_.Y(latitude_deg));
+  if (i > grid_.lon.max) {
+    i = grid_.lon.min;
+  } else if (i < grid_.lon.min) {
+    i = grid_.lon.max;
   }
-  if (j > lat_bounds_.max) {
+  if (j > grid_.lat.max) {
     --j;
-  } else if (j < lat_bounds_.min) {
+  } else if (j < grid_.lat.min) {
     ++j;
   }
   return DEM_DOCUMENT::GetGridValue(i, j);
@@ -391,7 +276,7 @@ double DEM_DOCUMENT::GetGridValue(int lon_index, int lat_index) {
 }
 
 int DEM_DOCUMENT::TileHolding(int lon_index, int lat_index) const {
-  const auto found = std::find_if(tiles_.begin(), tiles_.end(), [&](const Tile& tile) {
+  const auto found = std::find_if(tiles_.begin(), tiles_.end(), [&](const TilePlace& tile) {
     return tile.extent.Contains(lon_index, lat_index);
   });
   return found == tiles_.end() ? -1 : static_cast<int>(found - tiles_.begin());
@@ -448,12 +333,13 @@ std::int64_t DEM_DOCUMENT::FileOffsetOf(int file, TileIndex at) const {
 }
 
 double DEM_DOCUMENT::ReadValue(std::int64_t offset) {
-  if (IsFast()) return LoadAs<std::int16_t>(mapping_->FileBase() + offset);
-  if (offset > current_.size_bytes - value_bytes_) FailTooLarge(offset, current_.size_bytes);
+  if (IsFast()) return LoadAs<std::int16_t>(mapped_.FileBase() + offset);
+  if (offset > current_.size_bytes - storage_.value_bytes)
+    FailTooLarge(offset, current_.size_bytes);
   if (::lseek(current_.fd.Get(), offset, SEEK_SET) < 0) FailSeek(offset);
   std::array<unsigned char, 4> bytes;
-  const auto wanted = static_cast<std::size_t>(value_bytes_);
-  if (::read(current_.fd.Get(), bytes.data(), wanted) != value_bytes_) {
+  const auto wanted = static_cast<std::size_t>(storage_.value_bytes);
+  if (::read(current_.fd.Get(), bytes.data(), wanted) != storage_.value_bytes) {
     Fail<ERROR_CANNOT_READ_SUBDOC>("DEM_DOCUMENT: can not read ", PathOf(current_.file),
                                    " at offset ", offset, "\n");
   }

@@ -1,7 +1,6 @@
 // Terrain heights from tiled raster files, see docs/dem-format.md.
 #pragma once
 
-#include <array>
 #include <cstdint>
 #include <limits>
 #include <memory>
@@ -11,24 +10,29 @@
 #include "basic/unique_fd.h"
 #include "dem/dem_descriptor.h"
 #include "dem/grid.h"
+#include "dem/interpolation.h"
+#include "dem/mapped_tile.h"
 #include "dem/mem_mgr.h"
 
 /// A DEM of which only the kind of its tile files is left open. Longitudes and latitudes are
 /// geodetic degrees, heights metres.
 ///
 /// Reads from one tile file at a time, which stays open between look-ups: not for two threads at
-/// once. In fast mode the one tile is mapped, and any number of threads may look heights up; then
-/// every read is unchecked, since all offsets of the grid have been held against the file.
+/// once. In fast mode the one tile is mapped, every read is unchecked, since all offsets of the
+/// grid have been held against the file, and any number of threads may look heights up, with one
+/// restriction: a look-up at a pole, outside of the tile or among missing values alone writes to
+/// the log, which threads must not do at the same time. quellmark::dem::HeightReader has no such
+/// restriction.
 class DEM_DOCUMENT {
  public:
   virtual ~DEM_DOCUMENT();
 
   /// Height between the four grid values around the point, bilinear. Missing values (special
   /// coding) leave the interpolation to the others, in proportion to their weights; when these
-  /// weights are all 0 the nearest of them is taken. A cell that reaches beyond a pole is not
-  /// interpolated: its one row's western value is the height.
-  /// Throws ERROR_SPECIAL_CODING_INTERPOLATION if all four are missing, ERROR_NO_SUBDOC if no tile
-  /// holds one of them, ERROR_CANNOT_OPEN_SUBDOC and ERROR_CANNOT_READ_SUBDOC.
+  /// weights are all 0, or nothing but rounding noise, the nearest of them is taken. A cell that
+  /// reaches beyond a pole is not interpolated: its one row's western value is the height. Throws
+  /// ERROR_SPECIAL_CODING_INTERPOLATION if all four are missing, ERROR_NO_SUBDOC if no tile holds
+  /// one of them, ERROR_CANNOT_OPEN_SUBDOC and ERROR_CANNOT_READ_SUBDOC.
   [[nodiscard]] virtual double GetElevationInterpolated(double longitude_deg, double latitude_deg);
   /// The nearest grid value, special coding or not. Throws as GetElevationInterpolated().
   [[nodiscard]] virtual double GetElevationNearest(double longitude_deg, double latitude_deg);
@@ -51,9 +55,16 @@ class DEM_DOCUMENT {
   [[nodiscard]] double ReadValue(std::int64_t offset);
 
   [[nodiscard]] const DEM_DESCRIPTOR& Descriptor() const { return descriptor_; }
-  [[nodiscard]] quellmark::dem::IndexBounds LongitudeBounds() const { return lon_bounds_; }
-  [[nodiscard]] quellmark::dem::IndexBounds LatitudeBounds() const { return lat_bounds_; }
-  [[nodiscard]] bool IsFast() const { return mapped_.first_value != nullptr; }
+  [[nodiscard]] quellmark::dem::IndexBounds LongitudeBounds() const { return grid_.lon; }
+  [[nodiscard]] quellmark::dem::IndexBounds LatitudeBounds() const { return grid_.lat; }
+  [[nodiscard]] bool IsFast() const { return mapped_.IsMapped(); }
+  [[nodiscard]] const quellmark::dem::Grid& GlobalGrid() const { return grid_; }
+  [[nodiscard]] const quellmark::dem::Storage& TileStorage() const { return storage_; }
+  /// How the grid lies in each file.
+  [[nodiscard]] const std::vector<quellmark::dem::TilePlace>& TilePlaces() const { return tiles_; }
+  [[nodiscard]] std::string PathOf(int file) const;
+  /// Marks a missing grid value; NaN, which equals no value, without special coding.
+  [[nodiscard]] double MissingValue() const { return missing_value_; }
 
  protected:
   /// Throws ERROR_NOT_SUPPORTED_PIXEL_TYPE for a value type that is none, ERROR_DESCRIPTOR_VALUE
@@ -72,20 +83,9 @@ class DEM_DOCUMENT {
   /// each class below, once the first offset is known.
   void SettleMapping();
 
-  [[nodiscard]] std::string PathOf(int file) const;
-
   DEM_DESCRIPTOR descriptor_;
 
  private:
-  /// A cell with the point's position in it: 0 at the west and south edge, 1 at the other.
-  struct CellPoint {
-    quellmark::dem::GridCell cell;
-    double east_fraction;
-    double north_fraction;
-  };
-  /// South-west, south-east, north-west, north-east.
-  using CornerValues = std::array<double, 4>;
-
   /// The tile file that is open; a copy has none.
   struct CurrentTile {
     CurrentTile() = default;
@@ -96,51 +96,21 @@ class DEM_DOCUMENT {
     quellmark::basic::UniqueFd fd;
     std::int64_t size_bytes = -1;
   };
-  /// How the grid lies in one tile file.
-  struct Tile {
-    quellmark::dem::TileExtent extent;
-    quellmark::dem::OffsetFunction offset;  ///< without the first offset
-  };
-
   void PlaceTiles();
-  /// The place of a point, counted in grid steps from the grid point 0, 0.
-  [[nodiscard]] double GridX(double longitude_deg) const {
-    return (longitude_deg - lon_offset_deg_) / lon_res_deg_;
-  }
-  [[nodiscard]] double GridY(double latitude_deg) const {
-    return (latitude_deg - lat_offset_deg_) / lat_res_deg_;
-  }
-  [[nodiscard]] CellPoint PlaceInCell(double x, double y) const;
-  [[nodiscard]] double InterpolateAt(double x, double y);
+  [[nodiscard]] quellmark::dem::CellPoint PlaceInCell(double x, double y) const;
+  [[nodiscard]] double InterpolateAt(double longitude_deg, double latitude_deg);
   [[nodiscard]] int TileHolding(int lon_index, int lat_index) const;
   void OpenTile(int file);
-  [[nodiscard]] double InterpolateAroundMissing(const CellPoint& point,
-                                                const CornerValues& corners) const;
-  void DumpMissingCell(const quellmark::dem::GridCell& cell, const CornerValues& corners) const;
+  void DumpMissingCell(const quellmark::dem::GridCell& cell,
+                       const quellmark::dem::CornerValues& corners) const;
 
-  /// All that a look-up within a mapped tile reads. Nothing mapped: no point is within.
-  struct Mapping {
-    double west = 0.0;  ///< of the tile, as global indices
-    double south = 0.0;
-    double inner_columns = 0.0;  ///< cells that need no wrap, no pole and no other tile
-    double inner_rows = 0.0;
-    const unsigned char* first_value = nullptr;  ///< at the south-west corner of the tile
-    std::int64_t per_column = 0;                 ///< from one value to the next [bytes]
-    std::int64_t per_row = 0;
-    int missing = std::numeric_limits<int>::min();  ///< no 16-bit value, if there is no coding
-  };
-
-  double lon_offset_deg_ = 0.0;  ///< of a grid value from the south-west corner of its cell
-  double lat_offset_deg_ = 0.0;
-  double lon_res_deg_ = 0.0;
-  double lat_res_deg_ = 0.0;
-  Mapping mapped_;
-  quellmark::dem::IndexBounds lon_bounds_{};
-  quellmark::dem::IndexBounds lat_bounds_{};
+  quellmark::dem::Grid grid_;
+  quellmark::dem::MappedTile mapped_;
+  int missing_int2_ = std::numeric_limits<int>::min();  ///< no 16-bit value, if there is no coding
   double missing_value_ = std::numeric_limits<double>::quiet_NaN();  ///< NaN equals no value
 
-  int value_bytes_ = 0;
-  std::vector<Tile> tiles_;  ///< one for each file
+  quellmark::dem::Storage storage_;
+  std::vector<quellmark::dem::TilePlace> tiles_;  ///< one for each file
   CurrentTile current_;
-  std::shared_ptr<MEM_MGR> mapping_;
+  std::shared_ptr<MEM_MGR> mapping_;  ///< not yet settled
 };

@@ -1,4 +1,5 @@
-// The arithmetic of the global grid and of the tiles cut from it. Pure functions: no file, no log.
+// The arithmetic of the global grid and of the tiles cut from it. Nothing here touches a file or
+// the log.
 #pragma once
 
 #include <cmath>
@@ -35,6 +36,62 @@ struct GridCell {
   int north;
 
   friend bool operator==(const GridCell&, const GridCell&) = default;
+};
+
+/// A point's place in its cell.
+struct CellPoint {
+  GridCell cell;
+  double east_fraction;   ///< 0 at the west edge, 1 at the east edge
+  double north_fraction;  ///< 0 at the south edge, 1 at the north edge
+  bool at_pole;           ///< the cell reaches beyond a pole: its four corners are one grid point
+};
+
+/// The integer at or below `value`. Values outside every grid, NaN included, map to an index that
+/// no grid has.
+[[nodiscard]] inline int FloorIndex(double value) {
+  constexpr double kIndexLimit = 2147483000.0;  // one more step fits into 32 bits
+  if (!(value > -kIndexLimit)) return static_cast<int>(-kIndexLimit);
+  if (!(value < kIndexLimit)) return static_cast<int>(kIndexLimit);
+  const int truncated = static_cast<int>(value);
+  return truncated - (value < truncated ? 1 : 0);
+}
+
+/// Where the grid points of the globe stand. Point i of a direction has the coordinate
+/// i x resolution + offset.
+struct Grid {
+  double lon_res_deg = 0.0;
+  double lat_res_deg = 0.0;
+  double lon_offset_deg = 0.0;
+  double lat_offset_deg = 0.0;
+  IndexBounds lon{};
+  IndexBounds lat{};
+
+  /// A coordinate counted in grid steps from the grid point 0. Always a division: at a grid point
+  /// it gives the whole number, which a product with the rounded reciprocal may miss.
+  [[nodiscard]] double X(double longitude_deg) const {
+    return (longitude_deg - lon_offset_deg) / lon_res_deg;
+  }
+  [[nodiscard]] double Y(double latitude_deg) const {
+    return (latitude_deg - lat_offset_deg) / lat_res_deg;
+  }
+
+  [[nodiscard]] CellPoint Place(double x, double y) const {
+    const int i = FloorIndex(x);
+    const int j = FloorIndex(y);
+    CellPoint point{.cell = {.west = i < lon.min ? lon.max : i,
+                             .east = i + 1 > lon.max ? lon.min : i + 1,
+                             .south = j,
+                             .north = j + 1},
+                    .east_fraction = x - i,
+                    .north_fraction = y - j,
+                    .at_pole = j + 1 > lat.max || j < lat.min};
+    GridCell& cell = point.cell;
+    if (point.at_pole) {
+      cell.south = cell.north = cell.north > lat.max ? cell.south : cell.north;
+      cell.east = cell.west;
+    }
+    return point;
+  }
 };
 
 /// Column and row of a grid value in its tile; the row counts from the tile's south edge, whatever
@@ -126,6 +183,12 @@ struct TileExtent {
   return storage.y_origin_north ? OffsetFunction{column, column, -value}
                                 : OffsetFunction{header, column, value};
 }
+
+/// How the grid lies in one tile file.
+struct TilePlace {
+  TileExtent extent;
+  OffsetFunction offset;  ///< without the first offset
+};
 
 /// Whether the tile has at least one value and its offsets stay far from the end of 64 bits.
 [[nodiscard]] inline bool DimensionsAreUsable(const TileExtent& tile, const Storage& storage) {

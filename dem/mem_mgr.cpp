@@ -95,6 +95,18 @@ int MEM_MGR::MapSrf(const std::string& path, int open_flag, short pixel_type) {
   return Colours().part_length;
 }
 
+void MEM_MGR::MapFile(const std::string& path) {
+  Release();
+  quellmark::basic::UniqueFd fd = OpenRaster(path, O_RDONLY);
+  if (!fd.IsOpen()) Fail<ERROR_CAN_NOT_OPEN_FILE>("MEM_MGR: can not open: ", path);
+  const auto file_size = RegularFileSize(fd.Get());
+  if (!file_size) Fail<ERROR_CAN_NOT_READ_FILE>("MEM_MGR: not a regular file: ", path);
+  protection_ = PROT_READ;
+  fd_ = std::move(fd);
+  file_size_ = static_cast<std::size_t>(*file_size);
+  Map(file_size_);
+}
+
 void MEM_MGR::Remap(std::size_t length_bytes) {
   if (length_bytes > file_size_) FailToMap(EOVERFLOW);
   Map(length_bytes);
@@ -119,7 +131,9 @@ void MEM_MGR::Release() {
   fd_.Reset();
   x_range_ = y_range_ = RANGE<int>(0, 0);
   pixel_ = nullptr;
-  if (was_mapped) LogLine(LogLevel::kDebug, "MEM_MGR: delete image memory ..\n");
+  if (!was_mapped) return;
+  LogLine(LogLevel::kDebug, "MEM_MGR: delete image memory ..\n");
+  LogLine(LogLevel::kDebug, "MEM_MGR: delete num. rec. interface ..\n");
 }
 
 MEM_MGR::ColourTable MEM_MGR::Colours() const {

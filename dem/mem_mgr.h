@@ -36,6 +36,11 @@ class MEM_MGR {
   /// ERROR_CAN_NOT_MMAP (also when the file is shorter than its header says).
   int MapSrf(const std::string& path, int open_flag, short pixel_type = quellmark::dem::kPixelInt2);
 
+  /// Maps the regular file `path` whole for reading, whatever it holds: there is no header and no
+  /// image geometry. What was mapped before is released. Throws ERROR_CAN_NOT_OPEN_FILE,
+  /// ERROR_CAN_NOT_READ_FILE and ERROR_CAN_NOT_MMAP (also for an empty file).
+  void MapFile(const std::string& path);
+
   /// Maps the file again, now its first `length_bytes`; FileBase() changes. For layouts that hold
   /// more than width x height pixels. Throws ERROR_CAN_NOT_MMAP if the file is shorter.
   void Remap(std::size_t length_bytes);

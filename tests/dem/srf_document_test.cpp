@@ -8,6 +8,7 @@
 #include <random>
 
 #include "basic/errors.h"
+#include "dem/height_reader.h"
 #include "tests/dem/test_dem.h"
 #include "tests/support/expect_fails.h"
 #include "tests/support/rows.h"
@@ -16,6 +17,8 @@ namespace quellmark::test {
 namespace {
 
 using quellmark::dem::GridCell;
+using quellmark::dem::HeightReader;
+using quellmark::dem::HeightStatus;
 using ::testing::HasSubstr;
 
 // Near 180 degrees a double has steps of 2.8e-14 degrees, 3.4e-11 cells of 3 arc seconds; a few of
@@ -54,15 +57,20 @@ void ExpectTerrain(SRF_DOCUMENT& document, const TestDem& dem, int west, int col
                    int rows) {
   std::mt19937 random(20240611);
   std::uniform_real_distribution<double> unit(0.0, 1.0);
+  const HeightReader reader(document);
   const double step = dem.resolution_arcsec / 3600.0;
+  const double lat_step = dem.lat_resolution_arcsec / 3600.0;
   const double shift = dem.annotation == "PIXEL_EDGE" ? 0.5 : 0.0;
   for (int n = 0; n < 200; ++n) {
     double longitude = (west + shift + columns * unit(random)) * step;
-    const double latitude = (south + shift + rows * unit(random)) * step;
+    const double latitude = (south + shift + rows * unit(random)) * lat_step;
     if (longitude > 180.0) longitude -= 360.0;
-    ASSERT_NEAR(document.GetElevationInterpolated(longitude, latitude),
-                TerrainHeight(dem, longitude, latitude), kHeightTolerance_m)
+    const double height = document.GetElevationInterpolated(longitude, latitude);
+    ASSERT_NEAR(height, TerrainHeight(dem, longitude, latitude), kHeightTolerance_m)
         << longitude << " " << latitude;
+    ASSERT_EQ(reader.At(longitude, latitude).height_m, height);
+    if (longitude < 0.0) longitude += 360.0;
+    ASSERT_NEAR(reader.At(longitude, latitude).height_m, height, kHeightTolerance_m);
   }
 }
 
@@ -80,6 +88,27 @@ TEST_F(SrfDocument, EveryLayoutGivesTheBilinearSurface) {
       SRF_DOCUMENT document = Open(dem, fast);
       EXPECT_EQ(document.IsFast(), fast && dem.value_type == 2);
       ExpectTerrain(document, dem, -1005, 10, -58, 8);
+    }
+  }
+}
+
+TEST_F(SrfDocument, CellsThatAreNotSquareWithoutHeaderAndCoding) {
+  // 0.701 by 0.69875 degrees: 513.6 by 257.6 steps make 514 by 258 grid values.
+  for (const int type : {2, 3, 5}) {
+    const TestDem dem{.tiles = {{-9, 31, 40, 17}},
+                      .resolution_arcsec = 2523.6,
+                      .lat_resolution_arcsec = 2515.5,
+                      .value_type = type,
+                      .has_header = false,
+                      .special_coding = {}};
+    for (const bool fast : {false, true}) {
+      SRF_DOCUMENT document = Open(dem, fast);
+      EXPECT_EQ(document.IsFast(), fast && type == 2);
+      EXPECT_EQ(document.LongitudeBounds().min, -257);
+      EXPECT_EQ(document.LongitudeBounds().max, 256);
+      EXPECT_EQ(document.LatitudeBounds().min, -129);
+      EXPECT_EQ(document.LatitudeBounds().max, 128);
+      ExpectTerrain(document, dem, -9, 49, 17, 14);
     }
   }
 }
@@ -131,7 +160,18 @@ TEST_F(SrfDocument, WholeGlobeWithoutCorners) {
     EXPECT_EQ(document.GetElevationNearest(14.0, 90.0), TerrainAt(1, 8));
     EXPECT_EQ(document.GetElevationNearest(179.0, 6.0), TerrainAt(-18, 1));
     EXPECT_EQ(document.GetElevationNearest(-186.0, 6.0), TerrainAt(17, 1));
+    const HeightReader reader(document);
+    ScopedLog log;
+    EXPECT_EQ(reader.At(-175.0, 89.9).height_m, TerrainAt(-18, 8));
+    EXPECT_EQ(log.Text(), "") << "poles are silent here";
   }
+}
+
+TEST_F(SrfDocument, NearestStaysInTheGridAtTheSouthPole) {
+  // 5 degrees beyond the last value lies the pole, half a step: rounded to the even index, -10.
+  const TestDem dem{
+      .tiles = {{-18, 8, 17, -9}}, .resolution_arcsec = 36000, .annotation = "PIXEL_EDGE"};
+  EXPECT_EQ(Open(dem, true).GetElevationNearest(14.0, -90.0), TerrainAt(1, -9));
 }
 
 TEST_F(SrfDocument, SeveralTilesAreReadOneAfterTheOther) {
@@ -146,6 +186,19 @@ TEST_F(SrfDocument, SeveralTilesAreReadOneAfterTheOther) {
   EXPECT_EQ(document.SelectSubdocument(11, 5), 1);
   SRF_DOCUMENT copy = document;  // opens its own
   EXPECT_EQ(copy.GetGridValue(11, 5), TerrainAt(11, 5));
+  // Where tiles overlap, and differ, the first one counts for each of a cell's corners.
+  TestDem other = dem;
+  other.terrain = [](int x, int y) { return 1000 + TerrainAt(x, y); };
+  const TestDem overlapping{.tiles = {{0, 10, 10, 0}, {5, 10, 20, 0}}};
+  SRF_DOCUMENT both = Open(overlapping, true);
+  WriteFile(TilePath(1), TileBytes(other, overlapping.tiles[1]));
+  const HeightReader reader(both);
+  for (const double x : {4.5, 9.5, 10.0, 10.25, 10.75, 11.5}) {
+    const double expected = x <= 10.0 ? 0.0 : x >= 11.0 ? 1000.0 : 1000.0 * (x - 10.0);
+    const double height = both.GetElevationInterpolated(x / 1200, 5.5 / 1200);
+    EXPECT_NEAR(height, expected + TerrainHeight(dem, x / 1200, 5.5 / 1200), kHeightTolerance_m);
+    EXPECT_EQ(reader.At(x / 1200, 5.5 / 1200).height_m, height);
+  }
   // A look-up that fails leaves no tile open.
   EXPECT_EQ(document.SelectSubdocument(3, 3), 0);
   EXPECT_THROW(document.SelectSubdocument(21, 5), ERROR_NO_SUBDOC);
@@ -161,6 +214,7 @@ TEST_F(SrfDocument, OutsideOfAllTiles) {
   // No files are a DEM without heights.
   SRF_DOCUMENT empty = Open(TestDem{}, true);
   EXPECT_FALSE(empty.IsFast());
+  EXPECT_EQ(HeightReader(empty).At(1.0, 1.0).status, HeightStatus::kOutside);
   EXPECT_THROW(static_cast<void>(empty.GetElevationInterpolated(1.0, 1.0)), ERROR_NO_SUBDOC);
   for (const bool fast : {false, true}) {
     SRF_DOCUMENT document = Open(kSmall, fast);
@@ -169,7 +223,14 @@ TEST_F(SrfDocument, OutsideOfAllTiles) {
                   static_cast<void>(document.GetElevationInterpolated(110.5 / 1200, 55.5 / 1200));
                 }),
                 HasSubstr("DEBUG : Could not allocate location lat=55, lon=111" + end));
+    const HeightReader reader(document);
     for (const double bad : {std::nan(""), 1e300, -1e300, 0.0, -180.0}) {
+      ScopedLog log;
+      for (const auto& found : {reader.At(bad, 55.5 / 1200), reader.At(105.5 / 1200, bad)}) {
+        EXPECT_EQ(found.status, HeightStatus::kOutside);
+        EXPECT_TRUE(std::isnan(found.height_m));
+      }
+      EXPECT_EQ(log.Text(), "");
       EXPECT_THROW(static_cast<void>(document.GetElevationInterpolated(bad, 55.5 / 1200)),
                    ERROR_NO_SUBDOC);
       EXPECT_THROW(static_cast<void>(document.GetElevationNearest(105.5 / 1200, bad)),
@@ -190,8 +251,10 @@ TEST_F(SrfDocument, MissingCornersLeaveTheHeightToTheOthers) {
   const std::vector<std::pair<int, int>> corners = {{104, 54}, {105, 54}, {104, 55}, {105, 55}};
   for (const int type : {2, 3, 5}) {
     TestDem dem = kSmall;
-    dem.resolution_arcsec = 1800.0;  // half degrees are exact
+    dem.resolution_arcsec = dem.lat_resolution_arcsec = 1800.0;  // half degrees are exact
     dem.value_type = type;
+    // In a file of floats the coding is rounded as the heights are.
+    if (type == 5) dem.special_coding = -16777217;
     for (const std::pair<int, int>& missing : corners) {
       double sum = 0.0, weights = 0.0;
       for (const auto& [x, y] : corners) {
@@ -200,14 +263,22 @@ TEST_F(SrfDocument, MissingCornersLeaveTheHeightToTheOthers) {
         sum += weight * TerrainAt(x, y);
         weights += weight;
       }
-      EXPECT_NEAR(Open(dem, true, {missing}).GetElevationInterpolated(lon, lat), sum / weights,
-                  kHeightTolerance_m);
+      SRF_DOCUMENT document = Open(dem, true, {missing});
+      const double height = document.GetElevationInterpolated(lon, lat);
+      EXPECT_NEAR(height, sum / weights, kHeightTolerance_m);
+      EXPECT_EQ(HeightReader(document).At(lon, lat).height_m, height);
     }
     // On a missing grid point itself the others weigh nothing, and the nearest counts.
     SRF_DOCUMENT three = Open(dem, true, {{104, 54}, {105, 54}});
     EXPECT_EQ(three.GetElevationInterpolated(52.0, 27.0), TerrainAt(104, 55));
 
+    // So too where a coordinate's rounding leaves the others weights of 1e-14.
+    EXPECT_EQ(Open(dem, true, {{104, 54}})
+                  .GetElevationInterpolated(std::nextafter(52.0, 53.0), std::nextafter(27.0, 28.0)),
+              TerrainAt(105, 54));
+
     SRF_DOCUMENT none = Open(dem, true, corners);
+    EXPECT_EQ(HeightReader(none).At(lon, lat).status, HeightStatus::kMissing);
     const std::string log = LogOfFailure<ERROR_SPECIAL_CODING_INTERPOLATION>(
         [&] { static_cast<void>(none.GetElevationInterpolated(lon, lat)); });
     EXPECT_THAT(log,
@@ -216,9 +287,14 @@ TEST_F(SrfDocument, MissingCornersLeaveTheHeightToTheOthers) {
     EXPECT_THAT(log, HasSubstr("cellRect.upper_left=104/55 lower_right=105/54 (X/Y)\n"));
     EXPECT_THAT(log, HasSubstr(type == 2   ? " HexValue=0180 "
                                : type == 3 ? " HexValue=0180ffff "
-                                           : " HexValue=00feffc6 "));
-    EXPECT_THAT(log, HasSubstr("special_coding=-32767\n"));
-    EXPECT_THAT(log, HasSubstr("DEM values are=-32767 -32767 -32767 -32767\n"));
+                                           : " HexValue=000080cb "));
+    EXPECT_THAT(log,
+                HasSubstr(type == 5 ? "special_coding=-16777216\n" : "special_coding=-32767\n"));
+    EXPECT_THAT(log, HasSubstr(type == 5 ? "DEM values are=-16777216 -16777216 "
+                                         : "DEM values are=-32767 -32767 "));
+    const std::string digits = LogOfFailure<ERROR_SPECIAL_CODING_INTERPOLATION>(
+        [&] { static_cast<void>(none.GetElevationInterpolated(52.1, 27.3)); });
+    EXPECT_THAT(digits, HasSubstr("lat=27.300000000000001 lon=52.100000000000001\n"));
   }
 }
 
@@ -242,6 +318,10 @@ TEST_F(SrfDocument, FastModeFallsBackOrMapsWhatTheGridNeeds) {
     SRF_DOCUMENT document = Reopen(directory_ / "dem.pool", true);
     EXPECT_FALSE(document.IsFast());
     EXPECT_EQ(document.GetGridValue(110, 51), TerrainAt(110, 51));
+    const HeightReader reader(document);
+    EXPECT_EQ(reader.At(109.5 / 1200, 51.5 / 1200).height_m,
+              document.GetElevationInterpolated(109.5 / 1200, 51.5 / 1200));
+    EXPECT_EQ(reader.At(109.5 / 1200, 50.5 / 1200).status, HeightStatus::kOutside);
     EXPECT_THAT(LogOfFailure<ERROR_CANNOT_READ_SUBDOC>(
                     [&] { static_cast<void>(document.GetGridValue(110, 50)); }),
                 HasSubstr("offset 230 too large (filesize is " + std::to_string(size) + ").\n"));
@@ -254,7 +334,6 @@ TEST_F(SrfDocument, FastModeFallsBackOrMapsWhatTheGridNeeds) {
   SRF_DOCUMENT copy = *original;
   original.reset();
   std::filesystem::remove(TilePath());
-  ExpectTerrain(copy, kSmall, 100, 10, 50, 8);
   EXPECT_EQ(copy.GetGridValue(110, 58), TerrainAt(110, 58));
 }
 

@@ -9,8 +9,6 @@ namespace quellmark::test {
 
 namespace {
 
-constexpr int kMissing = -32767;
-
 int ValueBytes(const TestDem& dem) { return dem.value_type == 2 ? 2 : 4; }
 
 // The table of docs/dem-format.md, typed here a second time on purpose.
@@ -45,7 +43,8 @@ double TerrainHeight(const TestDem& dem, double longitude_deg, double latitude_d
   const long double step = static_cast<long double>(dem.resolution_arcsec) / 3600;
   const long double shift = dem.annotation == "PIXEL_EDGE" ? 0.5L : 0.0L;
   const long double u = static_cast<long double>(longitude_deg) / step - shift;
-  const long double v = static_cast<long double>(latitude_deg) / step - shift;
+  const long double lat_step = static_cast<long double>(dem.lat_resolution_arcsec) / 3600;
+  const long double v = static_cast<long double>(latitude_deg) / lat_step - shift;
   const long i = static_cast<long>(std::floor(u));
   const long j = static_cast<long>(std::floor(v));
   const long count = dem.LonCount();
@@ -78,7 +77,7 @@ std::string TileBytes(const TestDem& dem, const TestTile& tile,
   std::string bytes =
       SrfHeaderBytes(static_cast<std::uint32_t>(columns), static_cast<std::uint32_t>(rows),
                      dem.value_type == 5 ? 99 : 1, dem.colormap_length);
-  bytes.resize(bytes.size() + dem.colormap_length, '\x33');
+  bytes.resize(dem.has_header ? bytes.size() + dem.colormap_length : TestDem::kRawOffset, '\x33');
   const std::size_t start = bytes.size();
   bytes.resize(start + static_cast<std::size_t>(columns) * static_cast<std::size_t>(rows) * 2);
   for (int c = 0; c < columns; ++c) {
@@ -87,7 +86,7 @@ std::string TileBytes(const TestDem& dem, const TestTile& tile,
       if (tile.east < tile.west && x >= dem.LonCount() / 2) x -= dem.LonCount();
       const int y = tile.south + r;
       const bool is_missing = std::count(missing.begin(), missing.end(), std::pair(x, y)) > 0;
-      const int value = is_missing ? kMissing : dem.terrain(x, y);
+      const int value = is_missing ? dem.special_coding.value() : dem.terrain(x, y);
       const auto at = start + static_cast<std::size_t>(OffsetInGrid(dem, columns, rows, c, r));
       if (dem.value_type == 2) Put(bytes, at, static_cast<std::int16_t>(value));
       if (dem.value_type == 3) Put(bytes, at, static_cast<std::int32_t>(value));
@@ -107,17 +106,22 @@ std::string DescriptorText(const TestDem& dem) {
     return text + "  }\n";
   };
   const auto boolean = [](bool value) { return value ? " BOL TRUE\n" : " BOL FALSE\n"; };
-  const std::string resolution = " FLT_15 " + std::to_string(dem.resolution_arcsec) + "\n";
+  const auto resolution = [](double arcsec) { return " FLT_15 " + std::to_string(arcsec) + "\n"; };
   std::string text = "dem_files INT_16 " + std::to_string(dem.tiles.size()) + "\n";
   for (std::size_t k = 0; k < dem.tiles.size(); ++k) {
     text += "dem_fname" + std::to_string(k) + " STR \"tile" + std::to_string(k) + ".srf\"\n";
   }
-  return text + "dem_type INT_16 2\ndem_header BOL TRUE\ndem_value_type INT_16 " +
-         std::to_string(dem.value_type) + "\ndem_line_wise" + boolean(dem.line_wise) +
-         "dem_record_header INT_32 " + std::to_string(dem.record_header) + "\ndem_y_origin_north" +
-         boolean(dem.north_first) + "dem_tile_annotation STR \"" + dem.annotation +
-         "\"\ndem_special_coding INT_32 -32767\ndem_lon_res" + resolution + "dem_lat_res" +
-         resolution + corners("dem_upper_left", &TestTile::west, &TestTile::north) +
+  if (!dem.has_header) text += "dem_first_offset INT_32 " + std::to_string(dem.kRawOffset) + "\n";
+  if (dem.special_coding) {
+    text += "dem_special_coding INT_32 " + std::to_string(*dem.special_coding) + "\n";
+  }
+  return text + "dem_type INT_16 2\ndem_header" + boolean(dem.has_header) +
+         "dem_value_type INT_16 " + std::to_string(dem.value_type) + "\ndem_line_wise" +
+         boolean(dem.line_wise) + "dem_record_header INT_32 " + std::to_string(dem.record_header) +
+         "\ndem_y_origin_north" + boolean(dem.north_first) + "dem_tile_annotation STR \"" +
+         dem.annotation + "\"\ndem_lon_res" + resolution(dem.resolution_arcsec) + "dem_lat_res" +
+         resolution(dem.lat_resolution_arcsec) +
+         corners("dem_upper_left", &TestTile::west, &TestTile::north) +
          corners("dem_lower_right", &TestTile::east, &TestTile::south);
 }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -26,14 +27,20 @@ struct TestTile {
 struct TestDem {
   std::vector<TestTile> tiles{};
   double resolution_arcsec = 3.0;
+  double lat_resolution_arcsec = resolution_arcsec;  ///< square cells
   int value_type = 2;
   bool line_wise = true;
   bool north_first = false;
   int record_header = 0;
   std::uint32_t colormap_length = 0;
   std::string annotation = "PIXEL_CENTRE";
+  /// Without it the descriptor has no use for the header that is there, and gives the first offset:
+  /// 100 bytes.
+  bool has_header = true;
+  std::optional<int> special_coding = -32767;
   int (*terrain)(int lon_index, int lat_index) = TerrainAt;
 
+  static constexpr int kRawOffset = 100;
   [[nodiscard]] int LonCount() const { return static_cast<int>(1296000 / resolution_arcsec + 0.5); }
   [[nodiscard]] int Columns(const TestTile& tile) const;
 };
@@ -41,7 +48,7 @@ struct TestDem {
 /// The bilinear surface over the terrain, evaluated with extended precision.
 [[nodiscard]] double TerrainHeight(const TestDem& dem, double longitude_deg, double latitude_deg);
 
-/// A tile file of this kind; `missing` grid points (by global index) hold -32767 instead.
+/// A tile file of this kind; `missing` grid points (by global index) hold the special coding.
 [[nodiscard]] std::string TileBytes(const TestDem& dem, const TestTile& tile,
                                     const std::vector<std::pair<int, int>>& missing = {});
 /// The 32 bytes of a header.

@@ -1,0 +1,99 @@
+// The grid values of a tile file in memory.
+#pragma once
+
+#include <cstdint>
+#include <cstring>
+#include <limits>
+#include <memory>
+
+#include "dem/grid.h"
+#include "dem/interpolation.h"
+#include "dem/mem_mgr.h"
+
+namespace quellmark::dem {
+
+template <class Value>
+[[nodiscard]] Value LoadAs(const unsigned char* bytes) {
+  Value value;
+  std::memcpy(&value, bytes, sizeof value);
+  return value;
+}
+
+/// Write a DEBUG line and throw ERROR_CANNOT_READ_SUBDOC: the file does not reach as far as the
+/// offset, or no file does.
+[[noreturn]] void FailTooLarge(std::int64_t offset, std::int64_t file_size);
+[[noreturn]] void FailSeek(std::int64_t offset);
+
+/// A mapping and the place of the grid in it. Inner cells are read without checks, since every
+/// offset has been held against the file. Copies share the mapping, which goes with the last of
+/// them. Any number of threads may read.
+class MappedTile {
+ public:
+  /// Nothing is mapped, and no point lies in it.
+  MappedTile() = default;
+  /// Throws ERROR_CANNOT_READ_SUBDOC, after a DEBUG line, if the file lacks grid values; see also
+  /// IsWhole(). Maps more of `memory` where the grid needs it.
+  MappedTile(std::shared_ptr<MEM_MGR> memory, const TilePlace& place, const Storage& storage,
+             std::int64_t first_offset, const Grid& grid);
+
+  [[nodiscard]] bool IsMapped() const { return memory_ != nullptr; }
+  /// Whether all grid values are there. North-first columns start one value late, and a file
+  /// without room for that one more value has all others: then no cell is an inner one.
+  [[nodiscard]] bool IsWhole() const { return is_whole_; }
+  [[nodiscard]] const unsigned char* FileBase() const { return memory_->FileBase(); }
+
+  /// Whether the tile may hold a corner of the cell around (x, y), in grid steps.
+  [[nodiscard]] bool MayTouch(double x, double y) const {
+    return x > touched_west_ && x < touched_east_ && y > touched_south_ && y < touched_north_;
+  }
+
+  /// The bilinear height at (x, y), in grid steps, if the cell around that point is an inner one
+  /// (it lies in the tile and needs no wrap and no pole) without a missing value; else false.
+  /// `Wide` holds all values and `missing`, which may be a number that is no value.
+  template <class Value, class Wide>
+  [[nodiscard]] bool Interpolate(double x, double y, Wide missing, double& height_m) const {
+    if (!(x >= west_ && x < inner_east_ && y >= south_ && y < inner_north_)) return false;
+    // The integers at or below x and y, and the very fractions that other cells work with.
+    auto i = static_cast<std::int64_t>(x);
+    auto j = static_cast<std::int64_t>(y);
+    i -= x < static_cast<double>(i) ? 1 : 0;
+    j -= y < static_cast<double>(j) ? 1 : 0;
+    const unsigned char* const at = file_ + (origin_ + i * per_column_ + j * per_row_);
+    const Wide south_west = LoadAs<Value>(at);
+    const Wide south_east = LoadAs<Value>(at + per_column_);
+    const Wide north_west = LoadAs<Value>(at + per_row_);
+    const Wide north_east = LoadAs<Value>(at + per_row_ + per_column_);
+    if ((south_west == missing) | (south_east == missing) | (north_west == missing) |
+        (north_east == missing)) {
+      return false;
+    }
+    height_m = Bilinear(static_cast<double>(south_west), static_cast<double>(south_east),
+                        static_cast<double>(north_west), static_cast<double>(north_east),
+                        x - static_cast<double>(i), y - static_cast<double>(j));
+    return true;
+  }
+
+  /// Where a grid value stands in memory; null if the tile does not hold it.
+  [[nodiscard]] const unsigned char* Find(int lon_index, int lat_index) const;
+
+ private:
+  double west_ = 0.0;  // of the tile, as global indices
+  double south_ = 0.0;
+  double inner_east_ = 0.0;  // where the inner cells end
+  double inner_north_ = 0.0;
+  const unsigned char* file_ = nullptr;
+  std::int64_t origin_ = 0;      // offset at which grid point (0, 0) would stand
+  std::int64_t per_column_ = 0;  // from one value to the next [bytes]
+  std::int64_t per_row_ = 0;
+  double touched_west_ = 0.0;
+  double touched_east_ = 0.0;
+  double touched_south_ = 0.0;
+  double touched_north_ = 0.0;
+  TileExtent extent_{};
+  OffsetFunction offset_{};
+  std::int64_t last_offset_ = 0;  // at which the file still has a whole value
+  bool is_whole_ = true;
+  std::shared_ptr<MEM_MGR> memory_;
+};
+
+}  // namespace quellmark::dem
