@@ -32,6 +32,13 @@ STRING ReadParameter(CONTROLLER_IFC& controller, const char* name) {
 // Deliberate: the controllers that start this step rely on it.
 bool IsDemWanted(const STRING& use_dem) { return use_dem != "false"; }
 
+// From one state of the pool: what a parallel run is about to write into it is either not seen at
+// all or whole.
+void ReadScene(PARAMETER_POOL& pool, SAR_SCENE& scene) {
+  const pool::PoolLock lock = pool.LockForReading();
+  scene.ReadFromParameterPool(pool);
+}
+
 }  // namespace
 
 void RunPass(CONTROLLER_IFC& controller, int argc, char** argv) {
@@ -43,6 +50,8 @@ void RunPass(CONTROLLER_IFC& controller, int argc, char** argv) {
 
   const STRING log_pool_path = ReadParameter(controller, "log_pp");
   PARAMETER_POOL_READ_WRITE_CHANGE log_pool(log_pool_path.Text());
+  const auto wait = std::make_shared<pool::LockWait>();  // for both pools together
+  log_pool.ShareWait(wait);
 
   Log().Print(LogLevel::kInfo, " * Read parameters from controller");
   const STRING scene_pool_path = ReadParameter(controller, "SCENE_POOL");
@@ -53,7 +62,8 @@ void RunPass(CONTROLLER_IFC& controller, int argc, char** argv) {
 
   Log().Print(LogLevel::kInfo, " * Initialize scene from pool");
   PARAMETER_POOL_READ_WRITE_CHANGE scene_pool(scene_pool_path.Text());
-  scene.ReadFromParameterPool(scene_pool);
+  scene_pool.ShareWait(wait);
+  ReadScene(scene_pool, scene);
   if (is_dem_wanted) scene.AttachDem(dem_path);
   scene.Print();
 
@@ -63,6 +73,10 @@ void RunPass(CONTROLLER_IFC& controller, int argc, char** argv) {
 
   Log().Print(LogLevel::kInfo, " * Write parameters to pool");
   SetResults(results, scene_pool);
+  // One file is locked by one pool after the other. Otherwise the scene pool is locked first, so
+  // that nobody waits for the log pool while this run waits for its scene.
+  if (scene_pool.IsSameFileAs(log_pool)) scene_pool.Close();
+  scene_pool.LockForUpdate();
   RecordSoftwareIdentification(version, log_pool);
   scene_pool.Close();
   log_pool.Close();

@@ -30,6 +30,14 @@ void LineReader::Rewind(int fd) {
   begin_ = end_ = carriage_return_ = buffer_.get();
 }
 
+void LineReader::Rewind(std::string_view text) {
+  error_ = 0;
+  at_end_ = true;  // nothing is to be read
+  begin_ = text.data();
+  end_ = begin_ + text.size();
+  FindCarriageReturn();
+}
+
 void LineReader::FindCarriageReturn() {
   const void* found = std::memchr(begin_, '\r', static_cast<std::size_t>(end_ - begin_));
   carriage_return_ = found != nullptr ? static_cast<const char*>(found) : end_;

@@ -25,13 +25,16 @@ inline constexpr std::size_t kKeyLimit = 100;
 /// The key of a key line.
 [[nodiscard]] std::string_view KeyOf(std::string_view line);
 
-/// Reads a file line by line through a buffer of fixed size. A line ends after the first CR or LF
-/// (the LF after a CR is a line of its own), after kLineLimit characters, or with the file.
+/// Reads a file line by line through a buffer of fixed size, or a text in memory. A line ends after
+/// the first CR or LF (the LF after a CR is a line of its own), after kLineLimit characters, or
+/// with the file.
 class LineReader {
  public:
   /// Starts over at the first byte of `fd`, which stays the caller's; nothing that was read before
   /// is used again, so that what others wrote meanwhile is seen.
   void Rewind(int fd);
+  /// Starts over at the first byte of a text, which must outlive the reading.
+  void Rewind(std::string_view text);
 
   /// Gives the next line, its end included, or false at the end of the file or after an error. The
   /// view holds until the next call.

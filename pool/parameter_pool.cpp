@@ -5,7 +5,6 @@
 #include <cstring>
 
 #include "basic/errors.h"
-#include "pool/pool_file.h"
 #include "pool/value_reader.h"
 
 using quellmark::pool::IsBlank;
@@ -14,6 +13,8 @@ using quellmark::pool::IsLineEnd;
 using quellmark::pool::KeyOf;
 using quellmark::pool::kKeyLimit;
 using quellmark::pool::NoValue;
+using quellmark::pool::PoolFile;
+using quellmark::pool::PoolLock;
 using quellmark::pool::PoolValue;
 using quellmark::pool::TokenCursor;
 using quellmark::pool::TypeName;
@@ -34,28 +35,60 @@ bool IsDirectory(const std::string& path) {
 
 }  // namespace
 
-PARAMETER_POOL::PARAMETER_POOL() { LogLine(LogLevel::kTrace, "init pool\n"); }
+PARAMETER_POOL::PARAMETER_POOL() : wait_(std::make_shared<quellmark::pool::LockWait>()) {
+  LogLine(LogLevel::kTrace, "init pool\n");
+}
 
 PARAMETER_POOL::~PARAMETER_POOL() = default;
 
 int PARAMETER_POOL::Open(const std::string& path) {
+  return OpenAs(path, quellmark::pool::OpenPoolFile);
+}
+
+int PARAMETER_POOL::OpenForReading(const std::string& path) {
+  return OpenAs(path, quellmark::pool::OpenPoolFileForReading);
+}
+
+int PARAMETER_POOL::OpenAs(const std::string& path, PoolFile (*open_file)(const std::string&)) {
   Close();
   if (IsDirectory(path)) {
     Fail<CAN_NOT_OPEN_POOL>("parameter file ", path, " is a directory!\n");
   }
   path_ = path;
   directory_ = quellmark::pool::DirectoryOf(path);
-  fd_ = quellmark::pool::OpenPoolFile(path, writable_);
+  file_ = open_file(path);
   if (!IsOpen()) Fail<CAN_NOT_OPEN_POOL>("can not open parameter file ", path, "\n");
-  return fd_.Get();
+  return Descriptor();
 }
 
-void PARAMETER_POOL::Close() { fd_.Reset(); }
+void PARAMETER_POOL::Close() { file_.fd.Reset(); }
+
+bool PARAMETER_POOL::IsSameFileAs(const PARAMETER_POOL& other) const {
+  struct stat mine {};
+  struct stat others {};
+  return ::fstat(Descriptor(), &mine) == 0 && ::fstat(other.Descriptor(), &others) == 0 &&
+         mine.st_dev == others.st_dev && mine.st_ino == others.st_ino;
+}
+
+void PARAMETER_POOL::RequireOpen() const {
+  if (!IsOpen()) Fail<ERROR_ALGORITHM>("No file pointer given for parameter pool\n");
+}
+
+PoolLock PARAMETER_POOL::Lock(PoolLock::Kind kind) {
+  RequireOpen();
+  return {Descriptor(), path_, kind, *wait_};
+}
+
+PoolLock PARAMETER_POOL::LockForReading() {
+  PoolLock lock = Lock(PoolLock::Kind::kShared);
+  if (!lock.IsHeld()) Fail<CAN_NOT_OPEN_POOL>("can not open parameter file ", path_, "\n");
+  return lock;
+}
 
 bool PARAMETER_POOL::Find(std::string_view key, std::string_view& line) {
-  if (!IsOpen()) Fail<ERROR_ALGORITHM>("No file pointer given for parameter pool\n");
+  RequireOpen();
   if (key.empty() || key.size() > kKeyLimit) return false;
-  lines_.Rewind(fd_.Get());
+  lines_.Rewind(Descriptor());
   while (lines_.Next(line)) {
     // The first characters decide for nearly all lines; only then it is worth to look for the end.
     if (line.front() == key.front() && line.starts_with(key) && IsKeyLine(line) &&

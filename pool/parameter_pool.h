@@ -1,11 +1,13 @@
 // Reads typed values from a parameter pool file by their keys.
 #pragma once
 
+#include <memory>
 #include <string>
 #include <string_view>
 
-#include "basic/unique_fd.h"
 #include "pool/line_reader.h"
+#include "pool/pool_file.h"
+#include "pool/pool_lock.h"
 #include "pool/value_type.h"
 #include "runtime/log.h"
 
@@ -27,11 +29,23 @@ class PARAMETER_POOL {
   /// reading alone. Gives the file descriptor, which stays the pool's. Throws CAN_NOT_OPEN_POOL for
   /// a directory, for anything else that is no regular file, and for what can not be opened.
   int Open(const std::string& path);
+  /// As Open(), but strictly for reading: a file that does not exist is not created, and one that
+  /// could be opened for update is not.
+  int OpenForReading(const std::string& path);
   virtual void Close();
 
-  [[nodiscard]] bool IsOpen() const { return fd_.IsOpen(); }
+  [[nodiscard]] bool IsOpen() const { return file_.fd.IsOpen(); }
   /// Whether the file could be opened for update.
-  [[nodiscard]] bool IsWritable() const { return writable_; }
+  [[nodiscard]] bool IsWritable() const { return file_.writable; }
+  /// Whether both pools have the same file open, by whatever paths.
+  [[nodiscard]] bool IsSameFileAs(const PARAMETER_POOL& other) const;
+
+  /// Keeps updates by others away until the lock ends, so that what is read meanwhile is one state
+  /// of the pool. Throws CAN_NOT_OPEN_POOL when the wait is used up, ERROR_ALGORITHM for a closed
+  /// pool. Must not be called while the file is locked for update.
+  [[nodiscard]] quellmark::pool::PoolLock LockForReading();
+  /// Replaces the pool's own wait by one that several pools share.
+  void ShareWait(std::shared_ptr<quellmark::pool::LockWait> wait) { wait_ = std::move(wait); }
   /// "xxx.dat" until a file is opened.
   [[nodiscard]] const std::string& Path() const { return path_; }
   /// The directory part of the path.
@@ -57,10 +71,14 @@ class PARAMETER_POOL {
   void SetCallerSetting(int setting) { caller_setting_ = setting; }
 
  protected:
-  [[nodiscard]] int Descriptor() const { return fd_.Get(); }
-  [[nodiscard]] quellmark::pool::LineReader& Lines() { return lines_; }
+  [[nodiscard]] int Descriptor() const { return file_.fd.Get(); }
+  /// Waits for the lock, which is not held afterwards if the wait is used up.
+  [[nodiscard]] quellmark::pool::PoolLock Lock(quellmark::pool::PoolLock::Kind kind);
 
  private:
+  int OpenAs(const std::string& path,
+             quellmark::pool::PoolFile (*open_file)(const std::string& path));
+  void RequireOpen() const;
   // Scans for the key line; afterwards the reader stands behind it.
   [[nodiscard]] bool Find(std::string_view key, std::string_view& line);
   // Finds the entry and gives its type name, with the cursor behind it.
@@ -69,8 +87,8 @@ class PARAMETER_POOL {
 
   std::string path_ = "xxx.dat";
   std::string directory_;
-  quellmark::basic::UniqueFd fd_;
-  bool writable_ = false;
+  quellmark::pool::PoolFile file_;
+  std::shared_ptr<quellmark::pool::LockWait> wait_;
   quellmark::pool::LineReader lines_;
   LogLevel not_found_level_ = LogLevel::kAlarm;
   int caller_setting_ = 1;

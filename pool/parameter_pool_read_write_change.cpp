@@ -6,6 +6,7 @@
 #include "pool/item_writer.h"
 #include "pool/pool_update.h"
 
+using quellmark::pool::PoolLock;
 using quellmark::runtime::Fail;
 using quellmark::runtime::LogLine;
 
@@ -54,14 +55,26 @@ bool PARAMETER_POOL_READ_WRITE_CHANGE::Remove(std::string_view key) {
   return true;
 }
 
+void PARAMETER_POOL_READ_WRITE_CHANGE::LockForUpdate() {
+  if (!IsOpen() || lock_.IsHeld()) return;
+  lock_ = Lock(PoolLock::Kind::kExclusive);
+  update_failed_ = !lock_.IsHeld();
+  if (update_failed_) {
+    Fail<NO_UPDATE_PERMISSION_FOR_POOL>("no permission to change pool file: ", Path(), "\n");
+  }
+}
+
 void PARAMETER_POOL_READ_WRITE_CHANGE::Update() {
   if (!IsOpen()) return;
+  LockForUpdate();
   quellmark::pool::PoolUpdate update(Descriptor(), Path(), Directory());
   try {
     update.Run(pending_);
     update_failed_ = false;
+    lock_.Release();
   } catch (...) {
     update_failed_ = true;
+    lock_.Release();
     if (update.HasTouchedPool()) {
       pending_.Clear();
       PARAMETER_POOL::Close();
@@ -75,8 +88,13 @@ void PARAMETER_POOL_READ_WRITE_CHANGE::Close() {
   try {
     if (!pending_.IsEmpty()) Update();
   } catch (...) {
-    PARAMETER_POOL::Close();
+    CloseFile();
     throw;
   }
+  CloseFile();
+}
+
+void PARAMETER_POOL_READ_WRITE_CHANGE::CloseFile() {
+  lock_.Release();
   PARAMETER_POOL::Close();
 }

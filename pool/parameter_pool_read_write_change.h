@@ -38,6 +38,12 @@ class PARAMETER_POOL_READ_WRITE_CHANGE : public PARAMETER_POOL {
   /// Takes a pending entry off the list; the file is not touched. False if the key is not pending.
   bool Remove(std::string_view key);
 
+  /// Keeps other programs that take turns away from the file until Update() or Close(), so that
+  /// what is read from now on is what the update meets. Does nothing if that is so already, or
+  /// without an open file. Throws NO_UPDATE_PERMISSION_FOR_POOL when the wait is used up; the pool
+  /// then counts as one whose update has failed.
+  void LockForUpdate();
+
   /// Writes the list into the file and empties it; does nothing without an open file. A failure
   /// before the file is touched keeps the list for another try; one that may leave the file
   /// incomplete closes the pool, so that the complete copy named in the log stays the last word.
@@ -59,9 +65,11 @@ class PARAMETER_POOL_READ_WRITE_CHANGE : public PARAMETER_POOL {
                                       std::move(value)),
             std::move(comments)};
   }
+  void CloseFile();
   void AddItem(PARAMETER_POOL_ITEM item);
   void SetItem(PARAMETER_POOL_ITEM item);
 
   PARAMETER_POOL_LIST pending_;
+  quellmark::pool::PoolLock lock_;
   bool update_failed_ = false;  ///< the last one, and nothing was added since
 };

@@ -5,36 +5,42 @@
 #include <sys/stat.h>
 
 #include <cstdlib>
+#include <utility>
 
 namespace quellmark::pool {
 namespace {
 
 constexpr mode_t kNewFileMode = 0666;
 
+bool Exists(const std::string& path) {
+  struct stat status {};
+  return ::stat(path.c_str(), &status) == 0;
+}
+
 basic::UniqueFd OpenRegular(const std::string& path, int flags) {
+  // To open a device may already do something: ask first.
+  struct stat status {};
+  if (::stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) return {};
   // The file may change between a look at its name and the opening: O_NONBLOCK keeps a pipe from
   // blocking, and the kind is checked on what was opened.
   basic::UniqueFd fd(::open(path.c_str(), flags | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, kNewFileMode));
-  struct stat status {};
   if (fd.IsOpen() && (::fstat(fd.Get(), &status) != 0 || !S_ISREG(status.st_mode))) fd.Reset();
   return fd;
 }
 
 }  // namespace
 
-basic::UniqueFd OpenPoolFile(const std::string& path, bool& writable) {
-  struct stat status {};
-  const bool exists = ::stat(path.c_str(), &status) == 0;
-  // To open a device may already do something: ask first.
-  if (exists && !S_ISREG(status.st_mode)) return {};
-  writable = true;
-  basic::UniqueFd fd = OpenRegular(path, O_RDWR);
-  if (!fd.IsOpen() && !exists) fd = OpenRegular(path, O_RDWR | O_CREAT);
-  if (!fd.IsOpen()) {
-    writable = false;
-    fd = OpenRegular(path, O_RDONLY);
+PoolFile OpenPoolFile(const std::string& path) {
+  PoolFile file{.fd = OpenRegular(path, O_RDWR), .writable = true};
+  if (!file.fd.IsOpen() && !Exists(path)) {
+    file.fd = OpenRegular(path, O_RDWR | O_CREAT);
+    file.created = true;
   }
-  return fd;
+  return file.fd.IsOpen() ? std::move(file) : OpenPoolFileForReading(path);
+}
+
+PoolFile OpenPoolFileForReading(const std::string& path) {
+  return {.fd = OpenRegular(path, O_RDONLY)};
 }
 
 basic::UniqueFd CreateTemporary(const std::string& directory, std::string& path) {

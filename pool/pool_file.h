@@ -7,10 +7,19 @@
 
 namespace quellmark::pool {
 
+struct PoolFile {
+  basic::UniqueFd fd;     ///< not open on failure
+  bool writable = false;  ///< opened for reading and writing
+  bool created = false;   ///< there was no such file
+};
+
 /// Opens a regular file for reading and writing, creates it if there is none, or else opens it for
-/// reading alone, which clears `writable`. Nothing that exists is truncated, and what is no regular
-/// file is not opened at all: it might hang. Not open on failure.
-[[nodiscard]] basic::UniqueFd OpenPoolFile(const std::string& path, bool& writable);
+/// reading alone. Nothing that exists is truncated, and what is no regular file is not opened at
+/// all: it might hang.
+[[nodiscard]] PoolFile OpenPoolFile(const std::string& path);
+
+/// Opens a regular file for reading; nothing is created.
+[[nodiscard]] PoolFile OpenPoolFileForReading(const std::string& path);
 
 /// Creates a file with a unique name "DIRECTORY/pool_XXXXXX" and gives the name in `path`. Not open
 /// on failure, with errno set.

@@ -16,7 +16,6 @@
 #include "pool/item_writer.h"
 #include "pool/line_reader.h"
 #include "pool/pool_file.h"
-#include "pool/pool_turn.h"
 #include "runtime/log.h"
 #include "runtime/signal_hold.h"
 #include "runtime/streams.h"
@@ -95,11 +94,10 @@ bool CopyAll(int from, int to) {
 }  // namespace
 
 void PoolUpdate::Run(const PARAMETER_POOL_LIST& pending) {
-  const PoolTurn turn(fd_, path_);
   // A signal would leave a cut-off pool behind, or a copy that nobody needs.
   const runtime::SignalHold hold;
   MakeCopy(pending);
-  PourBack();
+  WriteBack();
 }
 
 void PoolUpdate::MakeCopy(const PARAMETER_POOL_LIST& pending) {
@@ -118,22 +116,22 @@ void PoolUpdate::MakeCopy(const PARAMETER_POOL_LIST& pending) {
   FlushDirectory(directory_);
 }
 
-void PoolUpdate::PourBack() {
+void PoolUpdate::WriteBack() {
   LogLine(LogLevel::kDebug, "copy ", copy_path_, " to ", path_, "\n");
   const UniqueFd copy(::open(copy_path_.c_str(), O_RDONLY | O_CLOEXEC));
   if (!copy.IsOpen()) {
     LogLine(LogLevel::kAlarm, std::strerror(errno), "\n");
     Fail<ERROR_I_O>("Error opening file ", copy_path_, "\n");
   }
-  if (::lseek(fd_, 0, SEEK_SET) != 0 || ::ftruncate(fd_, 0) != 0) FailPouring();
+  if (::lseek(fd_, 0, SEEK_SET) != 0 || ::ftruncate(fd_, 0) != 0) FailWritingBack();
   touched_pool_ = true;
-  if (!CopyAll(copy.Get(), fd_) || ::fsync(fd_) != 0) FailPouring();
+  if (!CopyAll(copy.Get(), fd_) || ::fsync(fd_) != 0) FailWritingBack();
   if (::unlink(copy_path_.c_str()) != 0) {
     LogLine(LogLevel::kWarning, "can not remove ", copy_path_, ": ", std::strerror(errno), "\n");
   }
 }
 
-void PoolUpdate::FailPouring() {
+void PoolUpdate::FailWritingBack() {
   const int error = errno;
   LogLine(LogLevel::kAlarm, "can not update pool ", path_, "\n");
   LogLine(LogLevel::kAlarm, std::strerror(error), "\n");

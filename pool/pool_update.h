@@ -7,10 +7,11 @@
 
 namespace quellmark::pool {
 
-/// Merges `pending` into a fresh copy of the pool, flushes the copy to the disk, pours it back into
-/// the pool's file (same inode, owner and permissions), flushes that and deletes the copy. At every
-/// moment either the pool holds its old or its new content whole, or the copy beside it holds the
-/// new content whole; a failure leaves such a copy in place and names it in the log.
+/// Merges `pending` into a fresh copy of the pool, flushes the copy to the disk, writes it back
+/// into the pool's file (same inode, owner and permissions), flushes that and deletes the copy. At
+/// every moment either the pool holds its old or its new content whole, or the copy beside it holds
+/// the new content whole; a failure leaves such a copy in place and names it in the log. The caller
+/// keeps other updates away.
 class PoolUpdate {
  public:
   /// `fd` is open for reading and writing; the references must outlive the update.
@@ -26,8 +27,8 @@ class PoolUpdate {
 
  private:
   void MakeCopy(const PARAMETER_POOL_LIST& pending);
-  void PourBack();
-  [[noreturn]] void FailPouring();
+  void WriteBack();
+  [[noreturn]] void FailWritingBack();
 
   int fd_;
   const std::string& path_;

@@ -60,6 +60,7 @@ bool ConvertInteger(std::string_view token, Integer& value) {
 
 // A number of a range: the whole token must be an integer that an int holds.
 bool ConvertRangeNumber(std::string_view token, int& value) {
+  if (token.starts_with("+-")) return false;
   if (token.starts_with('+')) token.remove_prefix(1);
   const auto [end, error] = std::from_chars(token.data(), token.data() + token.size(), value);
   return error == std::errc() && end == token.data() + token.size();

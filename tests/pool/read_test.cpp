@@ -5,6 +5,7 @@
 #include <string>
 
 #include "basic/errors.h"
+#include "pool/entry_scanner.h"
 #include "pool/parameter_pool.h"
 #include "tests/pool/any_value.h"
 #include "tests/support/expect_fails.h"
@@ -147,6 +148,24 @@ TEST(PoolRead, PhysicalLines) {
   pool.SetText(key + "kk INT_32 1\n" + key + " INT_32 2\n");
   EXPECT_EQ(pool.Read<ValueType::kInt32>(key), 1);
   EXPECT_FALSE(pool.Has(key + "kk"));
+}
+
+TEST(PoolRead, ScansTheEntriesOfAText) {
+  const std::string text =
+      "# lost\n\n#1\r\n#2\r\nno\n#a\n#b\nk INT_32_V 1 2 \r\n{\n 3\n\n#c\n \nk\tBOL\r" +
+      std::string(1024, 'x') + "z FLT_6 \t1";
+  std::string seen;
+  quellmark::pool::EntryScanner scanner(text);
+  for (quellmark::pool::PoolEntry entry; scanner.Next(entry);) {
+    for (const std::string_view field :
+         {entry.comments, entry.key.substr(0, 3), entry.type, entry.value, entry.body}) {
+      seen.append(field).append("|");
+    }
+    seen += std::to_string(entry.line) + ";";
+  }
+  EXPECT_EQ(seen,
+            "#1\r\n#2\r\n|no||||5;#a\n#b\n|k|INT_32_V|1 2|\n|8;|{||| 3\n\n|9;"
+            "|k|BOL|||14;|xxx||||14;|z|FLT_6|1||14;");
 }
 
 TEST(PoolOpen, RefusesWhatIsNoRegularFile) {

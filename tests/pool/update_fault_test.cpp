@@ -13,17 +13,20 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <csignal>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <map>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
 
 #include "basic/errors.h"
+#include "basic/unique_fd.h"
 #include "pool/parameter_pool_read_write_change.h"
 #include "tests/support/files.h"
 #include "tests/support/scoped_log.h"
@@ -321,19 +324,80 @@ TEST(UpdateOnAFullDisk, LeavesThePoolAlone) {
   EXPECT_TRUE(scene.Pool() == OldText());
 }
 
+// Another process in the middle of its update: the pool locked and emptied.
+class OtherUpdate {
+ public:
+  explicit OtherUpdate(const std::string& path) : file_(path) {
+    const int fd = ::open(path.c_str(), O_RDWR);
+    fd_.Reset(fd);
+    EXPECT_EQ(::lockf(fd, F_TLOCK, 0), 0);
+  }
+  void End() {
+    file_ << OldText() << std::flush;
+    fd_.Reset();  // gives the lock back
+  }
+
+ private:
+  std::ofstream file_;
+  quellmark::basic::UniqueFd fd_;
+};
+
 TEST(UpdateByTwoProcesses, WaitsForTheOther) {
   const Scene scene;
-  std::ofstream other(scene.Path());  // in the middle of its update, the pool emptied
-  const int fd = ::open(scene.Path().c_str(), O_RDWR);
-  ASSERT_EQ(::lockf(fd, F_TLOCK, 0), 0);
+  OtherUpdate other(scene.Path());
   const pid_t child = scene.Start([] {});
   ::usleep(50'000);
-  other << OldText() << std::flush;
-  ::close(fd);  // gives the lock back
+  other.End();
   int status = -1;
   ::waitpid(child, &status, 0);
   EXPECT_EQ(status, 0);
   EXPECT_TRUE(scene.Pool() == NewText());
+  EXPECT_THAT(
+      scene.Log(),
+      ::testing::HasSubstr("INFO  : waiting for process " + std::to_string(::getpid()) +
+                           ", which keeps the pool locked: " + scene.Path() + "\nDEBUG : copy"));
+}
+
+TEST(UpdateByTwoProcesses, IsRefusedWhenTheOtherDoesNotEnd) {
+  using std::chrono::milliseconds;
+  using std::chrono::steady_clock;
+  const Scene first;
+  const Scene second;
+  const OtherUpdate others[] = {OtherUpdate(first.Path()), OtherUpdate(second.Path())};
+  const auto start = steady_clock::now();
+  const pid_t child = ::fork();
+  if (child == 0) {
+    const auto wait = std::make_shared<quellmark::pool::LockWait>(milliseconds(200));
+    int refused = 0;
+    for (const std::string& path : {first.Path(), second.Path()}) {
+      try {
+        PARAMETER_POOL_READ_WRITE_CHANGE pool(path);
+        pool.ShareWait(wait);
+        pool.Set<ValueType::kInt32>("last", 2);
+        pool.Close();
+      } catch (const NO_UPDATE_PERMISSION_FOR_POOL&) {
+        ++refused;
+      }
+    }
+    ::_exit(refused);
+  }
+  int status = -1;
+  ::waitpid(child, &status, 0);
+  const auto waited = steady_clock::now() - start;
+  EXPECT_EQ(WEXITSTATUS(status), 2);
+  EXPECT_GE(waited, milliseconds(200));
+  EXPECT_LT(waited, milliseconds(2000)) << "one wait for both pools";
+  const std::string holder = "process " + std::to_string(::getpid());
+  for (const Scene* scene : {&first, &second}) {
+    EXPECT_EQ(scene->Pool(), "") << "the other one's half-made pool stays as it is";
+    EXPECT_TRUE(scene->Copies().empty());
+  }
+  EXPECT_THAT(
+      second.Log(),
+      ::testing::EndsWith("INFO  : waiting for " + holder +
+                          ", which keeps the pool locked: " + second.Path() +
+                          "\nALARM : " + holder + " keeps the pool locked: " + second.Path() +
+                          "\nALARM : no permission to change pool file: " + second.Path() + "\n"));
 }
 
 }  // namespace

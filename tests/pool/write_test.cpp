@@ -7,6 +7,7 @@
 #include <string>
 
 #include "basic/errors.h"
+#include "pool/entry_scanner.h"
 #include "tests/pool/any_value.h"
 #include "tests/support/expect_fails.h"
 #include "tests/support/files.h"
@@ -37,6 +38,15 @@ TEST(PoolWrite, AllTypesComeBackByteForByte) {
   }
   EXPECT_EQ(types.size(), 47U);
   pool.Close();
+  EXPECT_EQ(ReadFile(dir / "p"), text);
+
+  PARAMETER_POOL_READ_WRITE_CHANGE again(dir / "p");  // from one pass over the text in memory
+  quellmark::pool::EntryScanner scanner(text);
+  for (quellmark::pool::PoolEntry entry; scanner.Next(entry); types.erase(entry.Type())) {
+    SetAny(again, entry.key, ParseEntry(entry));
+  }
+  EXPECT_TRUE(types.empty());
+  again.Close();
   EXPECT_EQ(ReadFile(dir / "p"), text);
 }
 
