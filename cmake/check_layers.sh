@@ -10,14 +10,15 @@ declare -A below=(
   [basic]=""
   [log]="basic"
   [lsq]="basic"
+  [interpolation]="log lsq"
   [time]="log"
   [controller]="log"
   [pool]="log"
   [dem]="pool"
-  [orbit]="time pool lsq"
+  [orbit]="time pool interpolation"
   [geolocation]="dem lsq"
   [product]=""
-  [app]="basic log lsq time controller pool dem orbit geolocation"
+  [app]="basic log lsq interpolation time controller pool dem orbit geolocation"
   [api]="app"
 )
 
@@ -30,6 +31,7 @@ find_layer() {
   case $1 in
     geolocation/lsq/*) layer=lsq ;;
     toolbox/*/*) layer=${1#toolbox/} layer=${layer%%/*} ;;
+    orbit/interpolation/*) layer=interpolation ;;
     runtime/*)
       local stem=${1#runtime/}
       layer=log

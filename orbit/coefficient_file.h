@@ -6,11 +6,12 @@
 #include <string>
 #include <string_view>
 
-#include "orbit/interpolation.h"
+#include "orbit/interpolation/piece_table.h"
 
 namespace quellmark::orbit {
 
-/// Plain text: header lines "name: value", then one line per piece of each coordinate,
+/// Plain text: header lines "name: value" (order and support point count as they were used for one
+/// piece), then one line per piece of each coordinate,
 ///   coordinate t_start t_stop c0 c1 ... | z0 z1 ...
 /// with times in seconds after the reference time and all numbers with 17 significant digits, so
 /// that they read back as they were.

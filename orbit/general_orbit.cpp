@@ -16,15 +16,29 @@ GENERAL_ORBIT<T, V>& GENERAL_ORBIT<T, V>::operator=(const GENERAL_ORBIT& orbit) 
   if (this == &orbit) return *this;
   std::unique_ptr<ORBIT_BASE> core;
   if (orbit.core_ != nullptr) {
-    core = quellmark::orbit::CreateCoreObject(orbit.orbit_type_id_, orbit.InterpolationId());
-    core->SetPolynomialFitOrder(orbit.PolynomialFitOrder());
-    core->SetSupportPointCount(orbit.SupportPointCount());
+    core = MakeCore(orbit.orbit_type_id_, orbit.choice_);
     *core = *orbit.core_;
   }
-  core_ = std::move(core);
-  orbit_type_id_ = orbit.orbit_type_id_;
-  choice_ = orbit.choice_;
+  TakeOver(std::move(core), orbit.orbit_type_id_, orbit.choice_);
   return *this;
+}
+
+template <class T, class V>
+std::unique_ptr<ORBIT_BASE> GENERAL_ORBIT<T, V>::MakeCore(
+    int type_id, const quellmark::orbit::InterpolationChoice& choice) {
+  std::unique_ptr<ORBIT_BASE> core =
+      quellmark::orbit::CreateCoreObject(type_id, choice.interpolation_id);
+  core->SetPolynomialFitOrder(choice.polynomial_fit_order);
+  core->SetSupportPointCount(choice.support_point_count);
+  return core;
+}
+
+template <class T, class V>
+void GENERAL_ORBIT<T, V>::TakeOver(std::unique_ptr<ORBIT_BASE> core, int type_id,
+                                   const quellmark::orbit::InterpolationChoice& choice) {
+  core_ = std::move(core);
+  orbit_type_id_ = type_id;
+  choice_ = choice;
 }
 
 template <class T, class V>
@@ -35,10 +49,7 @@ void GENERAL_ORBIT<T, V>::ReadFromParameterPool(PARAMETER_POOL& pool) {
   const InterpolationChoice choice =
       ParseInterpolation(pool.Read<ValueType::kStr>("orbit_interpolation").View(), choice_);
 
-  std::unique_ptr<ORBIT_BASE> core = CreateCoreObject(type_id, choice.interpolation_id);
-  core->SetPolynomialFitOrder(choice.polynomial_fit_order);
-  core->SetSupportPointCount(choice.support_point_count);
-
+  std::unique_ptr<ORBIT_BASE> core = MakeCore(type_id, choice);
   OrbitKeys keys;
   keys.time = pool.Read<ValueType::kStr>("orbit_param_key");
   keys.values = pool.Read<ValueType::kStrV>("orbit_value_key");
@@ -49,10 +60,21 @@ void GENERAL_ORBIT<T, V>::ReadFromParameterPool(PARAMETER_POOL& pool) {
   core->ReadSource(pool);
   core->SetReferenceTime(pool.Read<ValueType::kStr>("orbit_reference_time"));
   core->ReadSamples(pool);
+  TakeOver(std::move(core), type_id, choice);
+}
 
-  core_ = std::move(core);
-  orbit_type_id_ = type_id;
-  choice_ = choice;
+template <class T, class V>
+void GENERAL_ORBIT<T, V>::ReadFromMemory(std::string_view interpolation,
+                                         const STRING& utc_reference,
+                                         quellmark::orbit::StateVectors vectors) {
+  using namespace quellmark::orbit;
+  constexpr bool kWithLines = false;
+  const int type_id = quellmark::orbit::OrbitTypeId("orbit_pool_double_utc");
+  const InterpolationChoice choice = ParseInterpolation(interpolation, {}, kWithLines);
+  std::unique_ptr<ORBIT_BASE> core = MakeCore(type_id, choice);
+  core->SetReferenceTime(utc_reference);
+  core->SetStateVectors(std::move(vectors), kWithLines);
+  TakeOver(std::move(core), type_id, choice);
 }
 
 template <class T, class V>

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <string_view>
 
 #include "orbit/orbit_base.h"
 #include "orbit/selection.h"
@@ -23,6 +24,14 @@ class GENERAL_ORBIT {
   /// samples. Names that are unknown are ERROR_ARGUMENT; what the pool, the times and the
   /// interpolations throw passes through. A failure leaves the orbit as it was.
   void ReadFromParameterPool(PARAMETER_POOL& pool);
+
+  /// The orbit of state vectors in memory, for callers without a pool: `interpolation` as in
+  /// "orbit_interpolation", `utc_reference` the UTC text from which the seconds of the vectors
+  /// count (TimeOrigin() is then 0). Velocities are needed by the Hermite kinds alone. Throws as
+  /// the interpolations do; lines are logged for warnings and failures only. A failure leaves the
+  /// orbit as it was.
+  void ReadFromMemory(std::string_view interpolation, const STRING& utc_reference,
+                      quellmark::orbit::StateVectors vectors);
 
   [[nodiscard]] int OrbitTypeId() const { return orbit_type_id_; }
   [[nodiscard]] int InterpolationId() const { return choice_.interpolation_id; }
@@ -74,6 +83,12 @@ class GENERAL_ORBIT {
     return *core_;
   }
   [[noreturn]] static void FailNotRead();
+
+  /// An empty core object of the class and with the settings that are named.
+  static std::unique_ptr<ORBIT_BASE> MakeCore(int type_id,
+                                              const quellmark::orbit::InterpolationChoice& choice);
+  void TakeOver(std::unique_ptr<ORBIT_BASE> core, int type_id,
+                const quellmark::orbit::InterpolationChoice& choice);
 
   std::unique_ptr<ORBIT_BASE> core_;
   int orbit_type_id_ = 0;

@@ -8,7 +8,7 @@
 /// MISSION_ELAPSED_TIME), I: interpolation, P: its support points. Where the samples come from is
 /// the business of the classes below.
 template <class T, class S, class I, class P>
-class ORBIT : public quellmark::orbit::SampledOrbit<T, I, P> {
+class ORBIT : public quellmark::orbit::SampledOrbit<T, I> {
  public:
   ORBIT() = default;
   ORBIT(const ORBIT&) = delete;

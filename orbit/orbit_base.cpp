@@ -32,6 +32,9 @@ void ORBIT_BASE::ReadSource(PARAMETER_POOL&) { FailNotProvided("ReadSource"); }
 void ORBIT_BASE::SetReferenceTime(const STRING&) { FailNotProvided("SetReferenceTime"); }
 void ORBIT_BASE::ReadSamples(PARAMETER_POOL&) { FailNotProvided("ReadSamples"); }
 void ORBIT_BASE::ReadFromParameterPool(const STRING&) { FailNotProvided("ReadFromParameterPool"); }
+void ORBIT_BASE::SetStateVectors(quellmark::orbit::StateVectors, bool) {
+  FailNotProvided("SetStateVectors");
+}
 int ORBIT_BASE::NumberOfCoordinates() const { FailNotProvided("NumberOfCoordinates"); }
 quellmark::orbit::CoveredInterval ORBIT_BASE::CoveredAbscissae() const {
   FailNotProvided("CoveredAbscissae");

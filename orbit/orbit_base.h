@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <span>
 #include <string_view>
 #include <utility>
@@ -9,6 +10,7 @@
 #include "basic/array.h"
 #include "basic/string.h"
 #include "basic/vector_3d.h"
+#include "orbit/interpolation/samples.h"
 #include "time/mission_elapsed_time.h"
 #include "time/universal_time.h"
 
@@ -50,7 +52,7 @@ class ORBIT_BASE {
   /// Name of the interpolation; the text is not copied.
   void SetKindName(std::string_view name) { kind_name_ = name; }
   void SetKeys(quellmark::orbit::OrbitKeys keys) { keys_ = std::move(keys); }
-  /// Pool file with the samples; empty for the scene pool.
+  /// Pool file with the samples, also if the path is empty; the scene pool unless set.
   void SetDataFile(const STRING& path) { data_file_ = path; }
 
   /// Reads from the scene pool where the samples are to come from.
@@ -64,6 +66,11 @@ class ORBIT_BASE {
   virtual void ReadSamples(PARAMETER_POOL& scene_pool);
   /// Reads the samples from the pool file at `path`. Kept for old callers.
   virtual void ReadFromParameterPool(const STRING& path = {});
+
+  /// Takes state vectors, seconds after the reference time, and builds the interpolators; throws as
+  /// those do, and INVALID_PARAMETER_VALUE after an ALARM line for fewer than two. `with_lines`:
+  /// the interpolators log their spans and what fits are worth.
+  virtual void SetStateVectors(quellmark::orbit::StateVectors vectors, bool with_lines);
 
   [[nodiscard]] virtual int NumberOfCoordinates() const;
   /// Abscissae of the first and the last state vector; ERROR_ALGORITHM after an ALARM line if there
@@ -114,7 +121,7 @@ class ORBIT_BASE {
   void CheckCoordinates(std::size_t count) const;
 
   quellmark::orbit::OrbitKeys keys_;
-  STRING data_file_;
+  std::optional<STRING> data_file_;
   std::string_view kind_name_;
   STRING time_stamp_;
   double time_origin_s_ = 0.0;

@@ -1,7 +1,8 @@
 // Bodies of pool_orbit.h; included by the sources that list the members.
 #pragma once
 
-#include <vector>
+#include <string>
+#include <type_traits>
 
 #include "orbit/orbit.tcc"
 #include "orbit/pool_orbit.h"
@@ -27,12 +28,12 @@ void POOL_ORBIT<T, S, I, P>::ReadSource(PARAMETER_POOL& pool) {
 
 template <class T, class S, class I, class P>
 void POOL_ORBIT<T, S, I, P>::ReadSamples(PARAMETER_POOL& scene_pool) {
-  if (this->data_file_.IsEmpty()) {
+  if (!this->data_file_) {
     ReadFromParameterPool(scene_pool, this->keys_);
     return;
   }
   PARAMETER_POOL data_pool;
-  static_cast<void>(data_pool.Open(this->data_file_.Text()));
+  static_cast<void>(data_pool.Open(std::string(this->data_file_->View())));
   ReadFromParameterPool(data_pool, this->keys_);
 }
 
@@ -48,7 +49,10 @@ void POOL_ORBIT<T, S, I, P>::ReadFromParameterPool(const STRING& path) {
 template <class T, class S, class I, class P>
 void POOL_ORBIT<T, S, I, P>::ReadFromParameterPool(PARAMETER_POOL& pool,
                                                    const quellmark::orbit::OrbitKeys& keys) {
-  const std::vector<double> seconds =
-      quellmark::orbit::ReadEpochs<S>(pool, keys.time.View(), this->reference_time_);
-  this->CreateInterpolators(quellmark::orbit::ReadSupportPoints<T, P>(pool, keys, seconds));
+  this->SetStateVectors(
+      quellmark::orbit::ReadStateVectors(
+          pool, keys,
+          quellmark::orbit::ReadEpochs<S>(pool, keys.time.View(), this->reference_time_),
+          std::is_same_v<P, DPOINT<T>>),
+      true);
 }

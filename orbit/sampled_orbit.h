@@ -1,21 +1,23 @@
 // What an orbit of samples answers at an abscissa, whatever its samples are stamped with.
 #pragma once
 
-#include "basic/point.h"
-#include "orbit/interpolation.h"
+#include "basic/array.h"
+#include "orbit/interpolation/samples.h"
 #include "orbit/orbit_base.h"
 
 namespace quellmark::orbit {
 
-/// T: number type of the samples, I: interpolation, P: its support points. One interpolator per
-/// coordinate; interpolators and samples are counted from 0.
-template <class T, class I, class P>
+/// T: number type of the samples, I: interpolation. One interpolator per coordinate, created
+/// together and counted from 0.
+template <class T, class I>
 class SampledOrbit : public ORBIT_BASE {
  public:
   SampledOrbit() = default;
   SampledOrbit(const SampledOrbit&) = delete;
   SampledOrbit& operator=(const SampledOrbit&) = delete;  // assigned as ORBIT_BASE
   using ORBIT_BASE::operator=;
+
+  void SetStateVectors(StateVectors vectors, bool with_lines) override;
 
   [[nodiscard]] int NumberOfCoordinates() const override { return interpolators_.Length(); }
   [[nodiscard]] CoveredInterval CoveredAbscissae() const override;
@@ -28,16 +30,12 @@ class SampledOrbit : public ORBIT_BASE {
   void SavePolynomial(const STRING& name) const override;
 
  protected:
-  /// Takes the support points, one array per coordinate, and builds an interpolator for each.
-  void CreateInterpolators(ARRAY<ARRAY<P>> samples);
-  /// Takes samples and interpolators of `orbit` over.
-  void TakeSamples(const SampledOrbit& orbit) {
-    samples_ = orbit.samples_;
-    interpolators_ = orbit.interpolators_;
-  }
+  void TakeSamples(const SampledOrbit& orbit) { interpolators_ = orbit.interpolators_; }
 
  private:
-  ARRAY<ARRAY<P>> samples_;
+  /// What the creation has left; ERROR_ALGORITHM after an ALARM line without state vectors.
+  [[nodiscard]] const auto& Model() const;
+
   ARRAY<I> interpolators_;
 };
 

@@ -14,21 +14,22 @@ using runtime::Fail;
 using Table = std::array<SelectionRow, kOrbitTypes * kInterpolationKinds>;
 
 Table BuildTable() {
-  const std::array<MemberList, kOrbitTypes> members = {PoolMembers<float, double>(),
-                                                       PoolMembers<float, UNIVERSAL_TIME>(),
-                                                       PoolMembers<float, MISSION_ELAPSED_TIME>(),
-                                                       PoolMembers<double, double>(),
-                                                       PoolMembers<double, UNIVERSAL_TIME>(),
-                                                       PoolMembers<double, MISSION_ELAPSED_TIME>(),
-                                                       MdbMembers<double>(),
-                                                       MdbMembers<UNIVERSAL_TIME>(),
-                                                       MdbMembers<MISSION_ELAPSED_TIME>()};
+  const std::array<OrbitClasses, kOrbitTypes> classes = {
+      PoolOrbitClasses<float, double>(),
+      PoolOrbitClasses<float, UNIVERSAL_TIME>(),
+      PoolOrbitClasses<float, MISSION_ELAPSED_TIME>(),
+      PoolOrbitClasses<double, double>(),
+      PoolOrbitClasses<double, UNIVERSAL_TIME>(),
+      PoolOrbitClasses<double, MISSION_ELAPSED_TIME>(),
+      MdbOrbitClasses<double>(),
+      MdbOrbitClasses<UNIVERSAL_TIME>(),
+      MdbOrbitClasses<MISSION_ELAPSED_TIME>()};
   Table table{};
   for (std::size_t row = 0; row < table.size(); ++row) {
     const std::size_t type = row / kInterpolationKinds;
     const std::size_t kind = row % kInterpolationKinds;
     table[row] = {static_cast<int>(type) + 1, kOrbitTypeNames[type], static_cast<int>(kind),
-                  kInterpolationNames[kind], members[type][kind]};
+                  kInterpolationNames[kind], classes[type][kind]};
   }
   return table;
 }
@@ -71,9 +72,11 @@ std::unique_ptr<ORBIT_BASE> CreateCoreObject(int orbit_type_id, int interpolatio
   return orbit;
 }
 
-InterpolationChoice ParseInterpolation(std::string_view text, InterpolationChoice before) {
-  using runtime::LogLine;
-  using Level = runtime::LogLevel;
+InterpolationChoice ParseInterpolation(std::string_view text, InterpolationChoice before,
+                                       bool with_lines) {
+  const auto report = [with_lines](const auto&... pieces) {
+    if (with_lines) runtime::LogLine(LOG::Level::kParameter, "ORBIT: detected ", pieces...);
+  };
   InterpolationChoice choice = before;
   std::string_view rest = text;
   const std::string_view name = NextToken(rest);
@@ -82,11 +85,11 @@ InterpolationChoice ParseInterpolation(std::string_view text, InterpolationChoic
   }
   if (const auto order = NextToken(rest); !order.empty()) {
     choice.polynomial_fit_order = NumberOf(order, text);
-    LogLine(Level::kParameter, "ORBIT: detected poly fit order: ", choice.polynomial_fit_order);
+    report("poly fit order: ", choice.polynomial_fit_order);
   }
   if (const auto count = NextToken(rest); !count.empty()) {
     choice.support_point_count = NumberOf(count, text);
-    LogLine(Level::kParameter, "ORBIT: detected support point count: ", choice.support_point_count);
+    report("support point count: ", choice.support_point_count);
   }
   const auto known = std::ranges::find(kInterpolationNames, name);
   if (known == kInterpolationNames.end()) {

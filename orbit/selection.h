@@ -50,19 +50,20 @@ struct InterpolationChoice {
 };
 
 /// Splits the text at any of "_,;:-()" into name, order and support point count; both numbers are
-/// logged, and are those of `before` where the text gives none. Throws ERROR_ARGUMENT after an
-/// ALARM line for an unknown name, no name, and a number that is none.
+/// logged (`with_lines`), and are those of `before` where the text gives none. Throws
+/// ERROR_ARGUMENT after an ALARM line for an unknown name, no name, and a number that is none.
 [[nodiscard]] InterpolationChoice ParseInterpolation(std::string_view text,
-                                                     InterpolationChoice before = {});
+                                                     InterpolationChoice before = {},
+                                                     bool with_lines = true);
 
 /// Id of the name; throws ERROR_ARGUMENT after an ALARM line for an unknown one.
 [[nodiscard]] int OrbitTypeId(std::string_view name);
 
-/// The makers of one orbit type, by interpolation id.
-using MemberList = std::array<CreateOrbit, kInterpolationKinds>;
+/// The makers of the classes of one orbit type, by interpolation id.
+using OrbitClasses = std::array<CreateOrbit, kInterpolationKinds>;
 template <class T, class S>
-[[nodiscard]] MemberList PoolMembers();
+[[nodiscard]] OrbitClasses PoolOrbitClasses();
 template <class S>
-[[nodiscard]] MemberList MdbMembers();
+[[nodiscard]] OrbitClasses MdbOrbitClasses();
 
 }  // namespace quellmark::orbit

@@ -6,12 +6,12 @@
 #include <string>
 
 #include "basic/errors.h"
-#include "orbit/everett.h"
-#include "orbit/fits.h"
-#include "orbit/local_interpolation.h"
-#include "orbit/polynom.h"
+#include "orbit/interpolation/everett.h"
+#include "orbit/interpolation/fits.h"
+#include "orbit/interpolation/local_interpolation.h"
+#include "orbit/interpolation/polynom.h"
+#include "orbit/interpolation/spline.h"
 #include "orbit/selection.h"
-#include "orbit/spline.h"
 #include "tests/fuzz/fuzz.h"
 
 namespace {

@@ -1,13 +1,16 @@
+#include <cxxabi.h>
 #include <gtest/gtest.h>
 
 #include <array>
 #include <cmath>
+#include <cstdlib>
 #include <filesystem>
 #include <map>
 #include <memory>
 #include <sstream>
 #include <string>
 #include <tuple>
+#include <typeinfo>
 #include <vector>
 
 #include "basic/errors.h"
@@ -21,14 +24,47 @@ using namespace quellmark::test;
 using namespace quellmark::orbit;
 using quellmark::pool::ValueType;
 
+// The name of an object's class without blanks, as in "POOL_ORBIT<float,double,...>".
+std::string ClassName(const ORBIT_BASE& orbit) {
+  int status = 0;
+  char* const name = abi::__cxa_demangle(typeid(orbit).name(), nullptr, nullptr, &status);
+  std::string text(name);
+  std::free(name);
+  std::erase(text, ' ');
+  return text;
+}
+
+std::string Replaced(std::string text, const std::string& what, const std::string& by) {
+  for (std::size_t at = 0; (at = text.find(what)) != std::string::npos;) {
+    text.replace(at, what.size(), by);
+  }
+  return text;
+}
+
 TEST(Selection, NinetyRowsInOrder) {
+  const std::array kinds = {"POLYNOM<#>,POINT<#>",
+                            "POLYNOM_FIT<#>,POINT<#>",
+                            "SPLINE<#>,POINT<#>",
+                            "LOCAL_INTERPOLATION<#,POLYNOM<#>,POINT<#>>,POINT<#>",
+                            "LOCAL_INTERPOLATION<#,POLYNOM_FIT<#>,POINT<#>>,POINT<#>",
+                            "CHEBY_POLY<#>,POINT<#>",
+                            "LOCAL_INTERPOLATION<#,CHEBY_POLY<#>,POINT<#>>,POINT<#>",
+                            "HERMITE_POLY<#>,DPOINT<#>",
+                            "LOCAL_INTERPOLATION<#,HERMITE_POLY<#>,DPOINT<#>>,DPOINT<#>",
+                            "EVERETT<#>,POINT<#>"};
+  const std::array times = {"double", "UNIVERSAL_TIME", "MISSION_ELAPSED_TIME"};
   const auto& table = SelectionTable();
   ASSERT_EQ(table.size(), 90u);
   for (std::size_t row = 0; row < table.size(); ++row) {
     EXPECT_EQ(OrbitTypeId(table[row].orbit_type_name), static_cast<int>(row / 10) + 1);
     EXPECT_EQ(ParseInterpolation(table[row].interpolation_name).interpolation_id,
               static_cast<int>(row % 10));
-    EXPECT_NE(table[row].create(), nullptr);
+    const std::size_t kind = row % 10;
+    const bool is_mdb = row >= 60 && (kind < 5 || kind == 9);
+    EXPECT_EQ(ClassName(*table[row].create()),
+              Replaced(std::string(is_mdb ? "MDB" : "POOL") + "_ORBIT<#," + times.at(row / 10 % 3) +
+                           "," + kinds.at(kind) + ">",
+                       "#", row < 30 ? "float" : "double"));
   }
   EXPECT_EQ(OrbitTypeId("orbit_mdb_double_double"), 7);
   EXPECT_EQ(OrbitTypeId("orbit_mdb_double_met"), 9);
@@ -145,6 +181,42 @@ TEST(Description, TooFewVectorsAndCoordinates) {
                "ORBIT: not a position of 4 coordinates but of 3\n");
 }
 
+TEST(Description, FromMemory) {
+  const ScopedLog log;
+  const OrbitPool pool = CircularOrbitPool("orbit_pool_double_utc", 16);
+  quellmark::orbit::StateVectors vectors{{}, pool.values, pool.velocities};
+  for (int j = 0; j < 16; ++j) vectors.x.push_back(10.0 * j);
+  for (const Row& kind : ReadKinds()) {
+    SCOPED_TRACE(kind[0]);
+    OrbitPool read = pool;
+    read.interpolation = kind[0];
+    const Orbit expected = read.Read();
+    const std::size_t logged = log.Text().size();
+    Orbit orbit;
+    orbit.ReadFromMemory(kind[0], "2022-04-14T10:00:00", vectors);
+    EXPECT_EQ(log.Text().substr(logged), "");
+    EXPECT_EQ(orbit.InterpolationId(), expected.InterpolationId());
+    for (double t = 40.0; t < 110.0; t += 7.0) {
+      std::array<Vector, 3> a, b;
+      orbit.GetState(0.0, t, a[0], a[1], a[2]);
+      expected.GetState(0.0, t, b[0], b[1], b[2]);
+      EXPECT_EQ(a, b);
+    }
+    Vector at_time;
+    orbit.Position(UNIVERSAL_TIME{2022, 4, 14, 10, 1, 0, 0, 0}, at_time);
+    EXPECT_LT(Length(at_time - CircularOrbit::At(60.0, 0)), 6.0);
+  }
+  Orbit orbit;
+  vectors.dy.clear();
+  EXPECT_FAILS(orbit.ReadFromMemory("hermite", "2022-04-14T10:00:00", vectors),
+               INVALID_PARAMETER_VALUE, "INTERPOLATION::Create: derivatives are missing.\n");
+  vectors.y[1].pop_back();
+  EXPECT_FAILS(orbit.ReadFromMemory("polynom", "2022-04-14T10:00:00", vectors),
+               INVALID_PARAMETER_VALUE,
+               "INTERPOLATION::Create: 15 values for 16 support points.\n");
+  EXPECT_EQ(orbit.CoreObject(), nullptr);
+}
+
 TEST(Description, AFailureLeavesTheOrbitAsItWas) {
   const ScopedLog quiet(LOG::Level::kSilent);
   const TempDir directory;
@@ -178,6 +250,12 @@ TEST(Description, EpochsAndSamplesFromElsewhere) {
     data.Set<ValueType::kFlt15V>("times", times);
   }
   const Orbit orbit = OrbitPool::ReadOrbit(directory / "scene.pool");
+  {  // an empty path names a file too
+    PARAMETER_POOL_READ_WRITE_CHANGE scene(directory / "scene.pool");
+    scene.Set<ValueType::kStr>("orbit_data_file", "");
+    scene.Close();
+    EXPECT_THROW(OrbitPool::ReadOrbit(directory / "scene.pool"), ERROR_EXCEPTION);
+  }
   Vector position;
   orbit.Position(1000.5 + 35.0, position);
   EXPECT_LT(Length(position - CircularOrbit::At(35.0, 0)), 1e-8);
@@ -331,6 +409,7 @@ TEST(SavePolynomial, TheFileHoldsTheOrbit) {
     EXPECT_EQ(header["kind"], kind[0].substr(0, kind[0].find('_')));
     EXPECT_EQ(header["reference_time"], "2022-04-14T10:00:00");
     EXPECT_EQ(header["coordinates"], "3");
+    EXPECT_EQ(header["order"] + " " + header["support_point_count"], kind.at(4));
     EXPECT_EQ(covered_to, (std::array{110.0, 110.0, 110.0}));
   }
 }

@@ -3,14 +3,15 @@
 #include <cmath>
 #include <functional>
 #include <limits>
+#include <memory>
 #include <string>
 #include <vector>
 
-#include "orbit/everett.h"
-#include "orbit/fits.h"
-#include "orbit/local_interpolation.h"
-#include "orbit/polynom.h"
-#include "orbit/spline.h"
+#include "orbit/interpolation/everett.h"
+#include "orbit/interpolation/fits.h"
+#include "orbit/interpolation/local_interpolation.h"
+#include "orbit/interpolation/polynom.h"
+#include "orbit/interpolation/spline.h"
 #include "tests/support/expect_fails.h"
 #include "tests/support/rows.h"
 #include "tests/support/scoped_log.h"
@@ -18,6 +19,7 @@
 namespace {
 
 using quellmark::orbit::Jet;
+using quellmark::test::LogOfFailure;
 using quellmark::test::ReadRows;
 using quellmark::test::Row;
 using quellmark::test::ScopedLog;
@@ -186,6 +188,54 @@ TEST(Interpolation, BaseOperationsRefuse) {
                "INTERPOLATION::GetCoeffs() shall not be called\n");
 }
 
+TEST(Interpolation, NothingIsAskedBeforeACreation) {
+  const char* const line = "INTERPOLATION: nothing was created that could be asked\n";
+  ForEachKind<double>([&](const char* name, auto curve, auto point, int) {
+    SCOPED_TRACE(name);
+    const auto refused = Sampled<decltype(point)>(kSine, {0.0, 1.0, 1.0});
+    for (int attempt = 0; attempt < 2; ++attempt) {
+      EXPECT_FAILS(curve.GetY(0.0), ERROR_ALGORITHM, line);
+      EXPECT_FAILS(curve.GetDerivedY(0.0), ERROR_ALGORITHM, line);
+      EXPECT_FAILS(curve.GetDerived2Y(0.0), ERROR_ALGORITHM, line);
+      EXPECT_THROW(static_cast<void>(curve.GetCoeffs()), ERROR_ALGORITHM);
+      EXPECT_THROW(curve.Create(refused), INVALID_PARAMETER_VALUE);
+    }
+  });
+}
+
+TEST(Interpolation, WhatWasCreatedStays) {
+  ForEachKind<double>([&](const char* name, auto curve, auto point, int) {
+    SCOPED_TRACE(name);
+    const ScopedLog quiet(LOG::Level::kSilent);
+    curve.Create(Sampled<decltype(point)>(kSine, Steps(9)));
+    const double before = curve.GetY(3.3);
+    curve.SetOrder(2);
+    curve.SetSupportPointCount(3);
+    {
+      const ScopedLog log;
+      const auto copy = curve;
+      EXPECT_EQ(copy.GetY(3.3), before);
+      EXPECT_EQ(log.Text(), "") << "a copy fits nothing anew";
+    }
+    EXPECT_THROW(curve.Create(Sampled<decltype(point)>(kSine, {0.0, 1.0, 1.0})),
+                 INVALID_PARAMETER_VALUE);
+    EXPECT_EQ(curve.GetY(3.3), before);
+    curve = decltype(curve)();
+    EXPECT_THROW(static_cast<void>(curve.GetY(3.3)), ERROR_ALGORITHM);
+  });
+}
+
+TEST(Interpolation, Defaults) {
+  const ScopedLog quiet(LOG::Level::kSilent);
+  const auto points = Sampled<POINT<double>>(kSine, Steps(20));
+  EXPECT_EQ(CoefficientsOf(Created(POLYNOM_FIT<double>(), points)).size(), 5u + 2u);
+  EXPECT_EQ(CoefficientsOf(Created(CHEBY_POLY<double>(), points)).size(), 5u + 1u);
+  EXPECT_EQ(Created(EVERETT<double>(), points).GetXi(0.0).i, 6 / 2) << "the first of order 6";
+  const auto local = Created(LocalPolynomFit<double>(), points);
+  EXPECT_EQ(local.Created().PointsPerPiece(), 8);
+  EXPECT_EQ(local.Created().Order(), 5);
+}
+
 TEST(Interpolation, HostileSupportPointsAreRefused) {
   const double nan = std::numeric_limits<double>::quiet_NaN();
   const double huge = std::numeric_limits<double>::max();
@@ -207,10 +257,21 @@ TEST(Interpolation, HostileSupportPointsAreRefused) {
   refuse({3.0, 2.0, 1.0}, kSine, "abscissae do not ascend at support point 1: 3, 2\n");
   refuse({0.0, nan, 3.0}, kSine, "support point 1 is not finite.\n");
   refuse({0.0, 1.0}, ValuesOnly([=](double) { return nan; }), "support point 0 is not finite.\n");
+  const Function flat = ValuesOnly([](double) { return 1.0; });
+  refuse({-huge, huge}, flat,
+         "the range of the abscissae overflows: -1.79769e+308 .. 1.79769e+308\n");
   const Function jump = ValuesOnly([=](double x) { return x < 1.0 ? -huge : huge; });
   POLYNOM<double> polynom;
   EXPECT_FAILS(polynom.Create(Sampled<POINT<double>>(jump, Steps(4))), INVALID_PARAMETER_VALUE,
                "POLYNOM: divided differences of order 1 are not finite.\n");
+  const auto not_finite = [&](auto curve, const std::string& name) {
+    EXPECT_FAILS(curve.Create(Sampled<POINT<double>>(jump, Steps(4))), INVALID_PARAMETER_VALUE,
+                 name + "::Create: support points give coefficients that are not finite.\n");
+  };
+  not_finite(SPLINE<double>(), "SPLINE");
+  not_finite(Ordered<EVERETT<double>>(2, -1), "EVERETT");
+  not_finite(Ordered<POLYNOM_FIT<double>>(3, -1), "POLYFIT");
+  not_finite(Ordered<CHEBY_POLY<double>>(3, -1), "CHEBY_POLY");
 }
 
 TEST(Interpolation, NoAbscissaIsTakenThatIsNotFinite) {
@@ -332,7 +393,6 @@ TEST(Spline, NaturalAndSilentOutside) {
 
 TEST(Polynom, CoefficientsInNewtonForm) {
   POLYNOM<double> square;
-  EXPECT_THAT(CoefficientsOf(square), testing::ElementsAre(0.0)) << "of nothing";
   square.Create(Sampled<POINT<double>>(Power(2, 1.0), {1.0, 3.0, 4.0, 6.0}));
   // 2 + 4 (x - 1) + (x - 1) (x - 3), and none of the third order
   EXPECT_THAT(CoefficientsOf(square), testing::ElementsAre(2.0, 4.0, 1.0, 0.0));
@@ -372,9 +432,36 @@ TEST(Fits, ChiSquareIsReported) {
             "PARAM : POLYFIT: chi^2 = 0.666667\n"
             "PARAM : CHEBY_POLY::Create: chi^2 = 0.666667\n");
   EXPECT_NEAR(fit.GetY(0.3), 1.0 / 3.0, 1e-15);
-  fit.SetOrder(101);
-  EXPECT_FAILS(fit.Create(Sampled<POINT<double>>(kSine, Steps(200))), INVALID_PARAMETER_VALUE,
-               "POLYFIT: polynomial fit order 101 is above 100\n");
+}
+
+TEST(Fits, OrdersAndRangesThatAreRefused) {
+  const auto refuse = [](auto curve, const std::vector<double>& x, const std::string& line) {
+    using T = decltype(curve.GetY(0));
+    EXPECT_FAILS(curve.Create(Sampled<POINT<T>>(kSine, x)), INVALID_PARAMETER_VALUE, line);
+  };
+  refuse(Ordered<POLYNOM_FIT<double>>(101, -1), Steps(200),
+         "POLYFIT: polynomial fit order 101 is above 100\n");
+  refuse(Ordered<CHEBY_POLY<double>>(101, -1), Steps(200),
+         "CHEBY_POLY: polynomial fit order 101 is above 100\n");
+  refuse(Ordered<CHEBY_POLY<double>>(100, -1), Steps(53'000),
+         "CHEBY_POLY: polynomial fit order 100 is too high for 53000 points\n");
+  // Of powers of seconds, 500 s to the 16th are no float, and 20,000 s to the 80th no double.
+  const auto too_small = [](auto curve, const std::vector<double>& x) {
+    using T = decltype(curve.GetY(0));
+    const auto points = Sampled<POINT<T>>(kSine, x);
+    EXPECT_THAT(LogOfFailure<INVALID_PARAMETER_VALUE>([&] { curve.Create(points); }),
+                testing::ContainsRegex("ALARM : POLYFIT::Create: the coefficient of power [0-9]+ "
+                                       "is too large or too small to be held\\.\n$"));
+  };
+  too_small(Ordered<POLYNOM_FIT<float>>(16, -1), Steps(41, 25.0));
+  too_small(Ordered<POLYNOM_FIT<double>>(80, -1), Steps(401, 100.0));
+  // What can be held is exact to rounding, although the powers of x alone would not be.
+  const ScopedLog quiet(LOG::Level::kSilent);
+  const auto fit = Created(Ordered<POLYNOM_FIT<float>>(12, -1),
+                           Sampled<POINT<float>>(Power(3, 250.0), Steps(41, 12.5)));
+  for (const double x : Steps(100, 5.0)) {
+    EXPECT_NEAR(static_cast<double>(fit.GetY(static_cast<float>(x))), Power(3, 250.0)(x).y, 2e-5);
+  }
 }
 
 TEST(LocalInterpolation, SpansAndTheirLines) {
@@ -396,7 +483,8 @@ TEST(LocalInterpolation, RefusesWhatWouldNotEnd) {
   refuse(Ordered<LocalPolynom<double>>(-1, 0), 5, "0 is below 1\n");
   // The memory would be full, and the time too long.
   refuse(Ordered<LocalPolynom<double>>(-1, 6000), 12000, "6000 is too large for 12000 points\n");
-  refuse(Ordered<LocalPolynomFit<double>>(100, 300), 30000, "300 is too large for 30000 points\n");
+  refuse(Ordered<LocalPolynomFit<double>>(100, 300), 3000, "300 is too large for 3000 points\n");
+  refuse(Ordered<LocalPolynom<double>>(-1, 300), 10000, "300 is too large for 10000 points\n");
 }
 
 template <class I>
@@ -408,20 +496,30 @@ void ExpectSharedFitsAreTheOnesMadeAlone() {
   for (int j = 0; j < 20; ++j) x.push_back(x.back() + 1.0 + 1e-6 * (j * 7 % 5));
   std::vector<Curve> shared(3, Ordered<Curve>(4, 6));
   std::vector<ARRAY<POINT<double>>> points;
-  for (const int degree : {1, 3, 5})
-    points.push_back(Sampled<POINT<double>>(Power(degree, 9.0), x));
-  Curve::CreateAllWithReport(shared, points);
+  auto samples = std::make_shared<quellmark::orbit::StateVectors>();
+  samples->x = x;
+  for (const int degree : {1, 3, 5}) {
+    points.push_back(Sampled<POINT<double>>(Power(degree, 9.0), x, -4));
+    samples->y.push_back(
+        quellmark::orbit::SamplesOf<double, POINT<double>>(points.back().Elements(), 0).y[0]);
+  }
+  Curve::CreateTogether(shared, samples, false);
   for (std::size_t i = 0; i < points.size(); ++i) {
-    const Curve copy = shared[i];
-    for (int j = shared[i].Spans().First(); j <= shared[i].Spans().Last(); ++j) {
+    const auto spans = shared[i].Spans(points[i]);
+    ASSERT_EQ(spans.Length(), 55);
+    for (int j = 0; j <= spans.Last(); ++j) {
       auto alone = Ordered<I>(4, -1);
       alone.Create(Sampled<POINT<double>>(Power(2 * static_cast<int>(i) + 1, 9.0),
                                           {x.begin() + j, x.begin() + j + 6}));
-      EXPECT_EQ(CoefficientsOf(shared[i].Spans()[j].interpolation), CoefficientsOf(alone));
-      EXPECT_EQ(CoefficientsOf(copy.Spans()[j].interpolation), CoefficientsOf(alone));
+      EXPECT_EQ(CoefficientsOf(spans[j].interpolation), CoefficientsOf(alone));
+      EXPECT_EQ(spans[j].points.First(), j - 4);
+      EXPECT_EQ(spans[j].points[j - 4].X(), x[static_cast<std::size_t>(j)]);
+      const double middle = 0.5 * (spans[j].t_start + spans[j].t_stop);
+      EXPECT_EQ(shared[i].GetY(middle), spans[j].interpolation.GetY(middle));
     }
+    EXPECT_FAILS(decltype(spans)(spans), ERROR_NOT_IMPLEMENTED,
+                 "never call: SUB_ARRAY<T>::operator=( const SUB_ARRAY< T >& )\n");
   }
-  const Curve of_nothing = Curve(Curve());
 }
 
 TEST(LocalInterpolation, SharedFitsAreTheOnesMadeAlone) {
@@ -437,13 +535,13 @@ TEST(LocalInterpolation, FindsTheSpanOfUnevenPoints) {
   LocalPolynom<double> local;
   local.SetSupportPointCount(4);
   local.Create(Sampled<POINT<double>>(kSine, x));
-  const auto& spans = local.Spans();
+  const auto& spans = local.Created().Table();
   std::vector<double> everywhere = WithMiddles(x);
   everywhere.insert(everywhere.end(), {-9.0, x.back() + 99.0});  // the nearest span
   for (const double at : everywhere) {
-    int expected = spans.Last();
-    while (expected > 0 && at < spans[expected].t_start) --expected;
-    EXPECT_EQ(local.FindSpan(at), expected) << at;
+    std::size_t expected = spans.Count() - 1;
+    while (expected > 0 && at < spans.Bound(expected)) --expected;
+    EXPECT_EQ(spans.Find(at), expected) << at;
   }
 }
 

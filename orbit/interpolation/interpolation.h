@@ -1,0 +1,145 @@
+// Interpolation of sampled functions of one variable: the operations that every kind answers.
+#pragma once
+
+#include <cmath>
+#include <cstddef>
+#include <memory>
+#include <span>
+#include <string_view>
+#include <utility>
+
+#include "basic/array.h"
+#include "basic/errors.h"
+#include "basic/point.h"
+#include "orbit/interpolation/piece_table.h"
+#include "orbit/interpolation/samples.h"
+
+/// T is float or double (float members compute in single precision), P is POINT<T>, or DPOINT<T>
+/// for the kinds that take the derivative at the support points. Support points may start at any
+/// index; their abscissae ascend. The virtual operations stand in the order of their slots.
+template <class T, class P>
+class INTERPOLATION {
+ public:
+  INTERPOLATION() = default;
+  INTERPOLATION(const INTERPOLATION&) = default;
+  INTERPOLATION(INTERPOLATION&&) noexcept = default;
+  INTERPOLATION& operator=(const INTERPOLATION&) = default;
+  INTERPOLATION& operator=(INTERPOLATION&&) noexcept = default;
+  virtual ~INTERPOLATION() = default;
+
+  /// As Create(), and writes what a fit is worth to the log.
+  virtual void CreateWithReport(const ARRAY<P>& points);
+  /// Takes the support points; throws INVALID_PARAMETER_VALUE after an ALARM line if they can not
+  /// be interpolated, and is then as before.
+  virtual void Create(const ARRAY<P>& points);
+  /// Order of the next creation; a negative one leaves the order as it was.
+  virtual void SetOrder(int order);
+  /// Support points per span of the next creation; -1 leaves the count as it was.
+  virtual void SetSupportPointCount(int count);
+  /// Value, first and second derivative at a finite x; ERROR_ARGUMENT after an ALARM line for any
+  /// other, ERROR_ALGORITHM after an ALARM line before a creation.
+  [[nodiscard]] virtual T GetY(T x) const;
+  [[nodiscard]] virtual T GetDerivedY(T x) const;
+  [[nodiscard]] virtual T GetDerived2Y(T x) const;
+  /// Coefficients in the kind's own form and index range.
+  [[nodiscard]] virtual ARRAY<T> GetCoeffs() const;
+};
+
+namespace quellmark::orbit {
+
+/// Throws INVALID_PARAMETER_VALUE after an ALARM line that begins with the name of the kind unless
+/// all coefficients are finite.
+template <class T>
+void CheckFinite(std::span<const T> coefficients, std::string_view kind);
+
+/// Each throws after an ALARM line: ERROR_ARGUMENT, and ERROR_ALGORITHM.
+[[noreturn]] void FailNotFinite(double x);
+[[noreturn]] void FailNotCreated();
+
+/// `unused` zeros and then the numbers, from index 0.
+template <class T>
+[[nodiscard]] ARRAY<T> ArrayOf(std::span<const T> numbers, int unused);
+
+inline constexpr std::string_view kNewtonForm = "c0 + (t - z0) (c1 + (t - z1) (c2 + ...))";
+inline constexpr std::string_view kPowerForm = "c0 + c1 (t - z0) + c2 (t - z0)^2 + ...";
+
+/// What a creation is asked for; -1 asks for the kind's default.
+struct Request {
+  int order = -1;
+  int support_point_count = -1;
+  bool logs_spans = false;  ///< lines about the spans of a local interpolation
+  bool logs_worth = false;  ///< lines about what a fit is worth
+};
+
+/// The virtual operations over a Model: what a creation leaves, never changed afterwards and shared
+/// by the coordinates that were created together and by copies. `Self::Build(samples, request)`
+/// makes one. A Model has
+///   At<n>(x, column, jets)     Jets of n coordinates from `column` on at a finite x,
+///   Coefficients(column)       what GetCoeffs() returns, where the kind has it,
+///   ForEachPiece(column, visit)  the Pieces from the first to the last sample in the form kForm,
+///   Order(), PointsPerPiece()  what it was made with,
+///   SamplesTaken().
+template <class Self, class Model, class P>
+class Modelled : public INTERPOLATION<typename Model::Number, P> {
+  using T = typename Model::Number;
+
+ public:
+  using SharedSamples = std::shared_ptr<const Samples<T>>;
+
+  void Create(const ARRAY<P>& points) override { CreateAlone(points, false); }
+  void CreateWithReport(const ARRAY<P>& points) override { CreateAlone(points, true); }
+  void SetOrder(int order) override {
+    if (order >= 0) requested_.order = order;
+  }
+  void SetSupportPointCount(int count) override {
+    if (count != -1) requested_.support_point_count = count;
+  }
+  [[nodiscard]] T GetY(T x) const override { return CheckedAt(x).y; }
+  [[nodiscard]] T GetDerivedY(T x) const override { return CheckedAt(x).dy; }
+  [[nodiscard]] T GetDerived2Y(T x) const override { return CheckedAt(x).d2y; }
+
+  /// curves[i] is created from coordinate i of the samples, all with the settings of the first and
+  /// by one Model: where an abscissa lies, and what the abscissae alone decide, is worked out once.
+  static void CreateTogether(std::span<Self> curves, SharedSamples samples, bool with_lines) {
+    if (curves.empty()) return;
+    Request request = curves[0].requested_;
+    request.logs_spans = request.logs_worth = with_lines;
+    const auto model = std::make_shared<const Model>(Self::Build(std::move(samples), request));
+    for (std::size_t i = 0; i < curves.size(); ++i) curves[i].Adopt(model, i);
+  }
+  /// The Model of all that were created together; ERROR_ALGORITHM after an ALARM line before.
+  [[nodiscard]] const Model& Created() const {
+    if (model_ == nullptr) FailNotCreated();
+    return *model_;
+  }
+  [[nodiscard]] std::size_t Column() const { return column_; }
+  void Adopt(std::shared_ptr<const Model> model, std::size_t column) {
+    model_ = std::move(model);
+    column_ = column;
+  }
+
+ protected:
+  [[nodiscard]] ARRAY<T> Coefficients() const { return Created().Coefficients(column_); }
+
+ private:
+  void CreateAlone(const ARRAY<P>& points, bool with_report) {
+    Request request = requested_;
+    request.logs_spans = true;
+    request.logs_worth = with_report;
+    auto samples =
+        std::make_shared<const Samples<T>>(SamplesOf<T, P>(points.Elements(), points.First()));
+    Adopt(std::make_shared<const Model>(Self::Build(std::move(samples), request)), 0);
+  }
+  [[nodiscard]] Jet<T> CheckedAt(T x) const {
+    if (!std::isfinite(x)) FailNotFinite(static_cast<double>(x));
+    Jet<T> jet;
+    Created().template At<1>(x, column_, &jet);
+    return jet;
+  }
+
+  Request requested_;
+  std::shared_ptr<const Model> model_;
+  std::size_t column_ = 0;
+};
+
+}  // namespace quellmark::orbit

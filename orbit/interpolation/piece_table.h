@@ -1,0 +1,78 @@
+// A function that is made of pieces: where each piece lies, and one block of numbers for each.
+#pragma once
+
+#include <algorithm>
+#include <cstddef>
+#include <utility>
+#include <vector>
+
+namespace quellmark::orbit {
+
+/// Value, first and second derivative of a function at one abscissa.
+template <class T>
+struct Jet {
+  T y{};
+  T dy{};
+  T d2y{};
+};
+
+/// A stretch of the abscissa t_start .. t_stop on which an interpolation is one polynomial, and the
+/// numbers c and z of which the kind's form makes it.
+template <class T>
+struct Piece {
+  T t_start{};
+  T t_stop{};
+  std::vector<T> c;
+  std::vector<T> z;
+};
+
+/// All numbers that one piece needs, of all coordinates, stand beside each other: a query at a
+/// random time reads one stretch of memory.
+template <class T>
+class PieceTable {
+ public:
+  /// Piece j answers for bounds[j] <= x < bounds[j + 1]; the first and the last piece answer for
+  /// all x before and after them as well. There is at least one piece.
+  PieceTable(std::vector<T> bounds, std::size_t width)
+      : bounds_(std::move(bounds)),
+        width_(width),
+        last_(bounds_.size() - 2),
+        numbers_((last_ + 1) * width),
+        guess_origin_(bounds_[0]) {
+    // Between the first and the last bound the pieces are as long as the steps of the samples.
+    if (last_ > 1) {
+      pieces_per_x_ = static_cast<T>(last_ - 1) / (bounds_[last_] - bounds_[1]);
+      guess_origin_ = bounds_[1] - T{1} / pieces_per_x_;
+    }
+  }
+
+  [[nodiscard]] std::size_t Count() const { return last_ + 1; }
+  [[nodiscard]] T Bound(std::size_t j) const { return bounds_[j]; }
+  /// The `width` numbers of a piece.
+  [[nodiscard]] T* Row(std::size_t j) { return numbers_.data() + j * width_; }
+  [[nodiscard]] const T* Row(std::size_t j) const { return numbers_.data() + j * width_; }
+  [[nodiscard]] std::size_t Width() const { return width_; }
+
+  /// The piece that answers for x.
+  [[nodiscard]] std::size_t Find(T x) const {
+    // A first guess, right for evenly spaced samples; it is bounded before it becomes an index.
+    const T scaled = (x - guess_origin_) * pieces_per_x_;
+    const std::size_t j =
+        scaled > T{0} ? (scaled < static_cast<T>(last_) ? static_cast<std::size_t>(scaled) : last_)
+                      : 0;
+    if ((x >= bounds_[j] || j == 0) && (x < bounds_[j + 1] || j == last_)) return j;
+    const auto inner = bounds_.begin() + 1;
+    const auto later = std::upper_bound(inner, bounds_.end() - 1, x);
+    return static_cast<std::size_t>(later - inner);
+  }
+
+ private:
+  std::vector<T> bounds_;
+  std::size_t width_;
+  std::size_t last_;
+  std::vector<T> numbers_;
+  T guess_origin_;  ///< where piece 0 would begin if it were as long as the others
+  T pieces_per_x_{};
+};
+
+}  // namespace quellmark::orbit

@@ -1,0 +1,104 @@
+// The polynomials that meet all their support points.
+#pragma once
+
+#include <cstddef>
+#include <string_view>
+#include <vector>
+
+#include "orbit/interpolation/piecewise.h"
+
+namespace quellmark::orbit {
+
+/// c0 + (x - z0) (c1 + (x - z1) (c2 + ...)) through points with ascending abscissae z. With
+/// derivatives each node stands twice and the polynomial meets them too (Stoer and Bulirsch,
+/// Introduction to Numerical Analysis, 2.1.5). The nodes are taken in their order: for ascending
+/// nodes the divided differences are as accurate as the samples allow, and near z0, where the last
+/// and largest sum is formed, little more than that sum's rounding is left.
+template <class T, bool kDerivatives>
+class NewtonKind {
+ public:
+  static constexpr bool kHasDerivative = kDerivatives;
+  static constexpr std::string_view kForm = kNewtonForm;
+
+  NewtonKind(const Samples<T>& samples, std::size_t m, const Request&)
+      : samples_(samples), points_(m), column_(m * kPerPoint) {}
+
+  [[nodiscard]] std::size_t Nodes() const { return points_; }
+  [[nodiscard]] std::size_t Terms() const { return column_.size(); }
+  [[nodiscard]] std::size_t TermsUsed() const { return terms_used_; }
+  [[nodiscard]] int Order() const { return static_cast<int>(column_.size()) - 1; }
+  /// Throws INVALID_PARAMETER_VALUE after an ALARM line if a divided difference overflows.
+  void Fit(std::size_t first, T* z, T* c, T* worth);
+  static void Report(T) {}
+
+  template <std::size_t kCount>
+  static void At(const T* z, const T* c, std::size_t terms, std::size_t stride, T x, Jet<T>* jets) {
+    const T* term = c + (terms - 1) * stride;
+    for (std::size_t i = 0; i < kCount; ++i) jets[i] = {term[i], T{0}, T{0}};
+    for (std::size_t k = terms - 1; k-- > 0;) {
+      const T dx = x - z[k / kPerPoint];
+      term -= stride;
+      for (std::size_t i = 0; i < kCount; ++i) {
+        jets[i].d2y = jets[i].d2y * dx + jets[i].dy;
+        jets[i].dy = jets[i].dy * dx + jets[i].y;
+        jets[i].y = jets[i].y * dx + term[i];
+      }
+    }
+    for (std::size_t i = 0; i < kCount; ++i) jets[i].d2y *= T{2};
+  }
+  /// Every term with a node of its own, without the zeros behind the last term.
+  static void Publish(Piece<T>& piece);
+  [[nodiscard]] static ARRAY<T> Coefficients(const Piece<T>& piece) {
+    return ArrayOf<T>(piece.c, 0);
+  }
+
+  static std::size_t StepsPerPoint(std::size_t m, const Request&) {
+    return m * kPerPoint * kPerPoint;
+  }
+  /// No limit is needed: differences of very high order vanish or overflow, which ends the work.
+  static void CheckWholeFit(std::size_t, const Request&) {}
+  [[noreturn]] static void FailNoMemory() { throw; }
+
+ private:
+  static constexpr std::size_t kPerPoint = kDerivatives ? 2 : 1;
+
+  const Samples<T>& samples_;
+  std::size_t points_;
+  std::vector<T> column_;  ///< of the scheme of divided differences
+  std::size_t terms_used_ = 1;
+};
+
+}  // namespace quellmark::orbit
+
+/// The polynomial through n + 1 support points; GetCoeffs() gives the Newton coefficients c[0..n],
+/// whose nodes are the support points in their order.
+template <class T>
+class POLYNOM final
+    : public quellmark::orbit::Modelled<
+          POLYNOM<T>, quellmark::orbit::Piecewise<T, quellmark::orbit::NewtonKind<T, false>>,
+          POINT<T>> {
+ public:
+  using Kind = quellmark::orbit::NewtonKind<T, false>;
+  static constexpr auto Build = quellmark::orbit::Piecewise<T, Kind>::Whole;
+  [[nodiscard]] ARRAY<T> GetCoeffs() const override { return this->Coefficients(); }
+};
+
+/// The polynomial of degree 2 n - 1 or less that meets value and derivative at n support points. It
+/// knows no order but that.
+template <class T>
+class HERMITE_POLY final
+    : public quellmark::orbit::Modelled<
+          HERMITE_POLY<T>, quellmark::orbit::Piecewise<T, quellmark::orbit::NewtonKind<T, true>>,
+          DPOINT<T>> {
+ public:
+  using Kind = quellmark::orbit::NewtonKind<T, true>;
+  static constexpr auto Build = quellmark::orbit::Piecewise<T, Kind>::Whole;
+};
+
+extern template class quellmark::orbit::Piecewise<float,
+                                                  quellmark::orbit::NewtonKind<float, false>>;
+extern template class quellmark::orbit::Piecewise<float, quellmark::orbit::NewtonKind<float, true>>;
+extern template class quellmark::orbit::Piecewise<double,
+                                                  quellmark::orbit::NewtonKind<double, false>>;
+extern template class quellmark::orbit::Piecewise<double,
+                                                  quellmark::orbit::NewtonKind<double, true>>;
