@@ -1,7 +1,6 @@
 // What a message costs that no threshold lets through, beside the comparison it can not do without,
 // and one that is written.
 #include <benchmark/benchmark.h>
-#include <fcntl.h>
 
 #include "runtime/log.h"
 
@@ -10,26 +9,20 @@ namespace {
 using quellmark::runtime::Log;
 using quellmark::runtime::LogLevel;
 using quellmark::runtime::LogLine;
+using quellmark::runtime::LogScope;
 
 // Keeps the screen silent and sends the file to "/dev/null".
 class BenchLog {
  public:
-  BenchLog() : saved_(Log().SwapState(NullState())) {}
-  BenchLog(const BenchLog&) = delete;
-  BenchLog& operator=(const BenchLog&) = delete;
-  ~BenchLog() { static_cast<void>(Log().SwapState(std::move(saved_))); }
-
- private:
-  static LOG::State NullState() {
-    LOG::State state;
-    state.file_fd.Reset(::open("/dev/null", O_WRONLY | O_CLOEXEC));
-    state.screen_threshold = LogLevel::kSilent;
-    state.file_threshold = LogLevel::kInfo;
-    state.prefix = "quellmark : ";
-    return state;
+  BenchLog() {
+    log_.SetProcessName("quellmark");
+    log_.Open("/dev/null");
+    log_.SetFileThreshold(LogLevel::kInfo);
   }
 
-  LOG::State saved_;
+ private:
+  LOG log_;
+  LogScope scope_{log_};
 };
 
 void FloorComparison(benchmark::State& state) {

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <atomic>
+#include <csignal>
 #include <initializer_list>
 #include <string>
 #include <string_view>
@@ -66,7 +67,7 @@ class CONTROLLER_IFC {
  private:
   using PathBuffer = quellmark::runtime::PathBuffer;
 
-  static void HandleSignal(int number);
+  static void HandleSignal(int number, siginfo_t* info, void* context);
   void InstallSignalHandler();
   void SetProcessName(std::string_view name, std::string_view parameter);
   void FindProcessName();

@@ -11,6 +11,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <new>
 #include <optional>
 #include <utility>
 
@@ -19,6 +20,7 @@
 #include "runtime/streams.h"
 
 using quellmark::basic::UniqueFd;
+using quellmark::runtime::LogLevelTag;
 using quellmark::runtime::SignalHold;
 using quellmark::runtime::WriteAll;
 using quellmark::runtime::WriteQuietly;
@@ -42,11 +44,6 @@ constexpr std::array<LevelRow, 9> kLevels = {{
     {"EXCEPTION", "EXCEP"},
     {"ALARM", "ALARM"},
 }};
-
-std::string_view LevelTag(LOG::Level level) {
-  const auto index = static_cast<std::size_t>(level);
-  return index < kLevels.size() ? kLevels[index].tag : kLevels[0].tag;
-}
 
 // What the terminal is told before a text of this level.
 std::string_view HighlightOn(LOG::Level level) {
@@ -114,71 +111,130 @@ void PutFromSignal(int fd, std::string_view bytes) noexcept {
 
 }  // namespace
 
-void LOG::Sink::Append(std::string_view text, int fd) {
-  if (!active) return;
-  const bool ends_line = text.back() == '\n';
-  while (!text.empty()) {
-    std::size_t used = size.load(std::memory_order_relaxed);
-    if (used == bytes.size()) {
-      Flush(fd);
-      used = 0;
-    }
-    const std::size_t count = text.copy(bytes.data() + used, bytes.size() - used);
-    std::atomic_signal_fence(std::memory_order_release);
-    size.store(used + count, std::memory_order_relaxed);
-    text.remove_prefix(count);
-  }
-  if (ends_line) Flush(fd);
-}
+LOG::LOG(Sink sink, Level threshold) : file_threshold_(threshold), sink_(std::move(sink)) {}
 
-void LOG::Sink::Flush(int fd) noexcept {
-  const std::size_t used = size.load(std::memory_order_relaxed);
-  if (used > 0) WriteQuietly(fd, {bytes.data(), used});
-  size.store(0, std::memory_order_relaxed);
-}
-
-void LOG::Initialise(std::span<const std::string_view> directories) {
-  if (state_.initialisations++ > 0) return;
+void LOG::Initialise(std::span<const std::string_view> directories) noexcept {
+  if (sink_ || initialisations_++ > 0) return;
   start_time_ = std::time(nullptr);
   start_ = std::chrono::steady_clock::now();
   quellmark::runtime::EnsureStandardStreams();
+  quellmark::runtime::IgnoreWriteSignals();
   const SignalHold hold;
-  state_.name = "global";
-  state_.screen_threshold = Level::kDebug;
-  state_.file_threshold = Level::kDebug;
-  if (auto temporary = CreateTemporary(directories)) {
-    state_.file_fd = std::move(temporary->fd);
-    state_.file_path = std::move(temporary->path);
-    state_.file_is_temporary = true;
+  name_ = "global";
+  screen_threshold_ = Level::kDebug;
+  file_threshold_ = Level::kDebug;
+  try {
+    if (auto temporary = CreateTemporary(directories)) {
+      file_fd_ = std::move(temporary->fd);
+      file_path_ = std::move(temporary->path);
+      file_is_temporary_ = true;
+    }
+  } catch (const std::bad_alloc&) {
+    file_path_.clear();  // without a file until it is named
   }
 }
 
 void LOG::Release() {
-  if (state_.initialisations == 0 || --state_.initialisations > 0) return;
+  if (initialisations_ == 0 || --initialisations_ > 0) return;
   EndLine();
+  Flush();
   const SignalHold hold;
-  state_.file_fd.Reset();
-  state_.file_path.clear();
-  state_.file_is_temporary = false;
+  file_fd_.Reset();
+  file_path_.clear();
+  file_is_temporary_ = false;
 }
 
-void LOG::Begin(Level level) {
+void LOG::Begin(Level level, unsigned allowed_targets) {
   EndLine();
-  if (level == Level::kQaWarning) state_.qa_warning = true;
-  screen_.active = level >= state_.screen_threshold;
-  file_.active = state_.file_fd.IsOpen() && level >= state_.file_threshold;
-  active_ = screen_.active || file_.active;
+  if (level == Level::kQaWarning) qa_warning_ = true;
+  unsigned targets = 0;
+  if (level >= screen_threshold_) targets |= kScreen;
+  if (level >= file_threshold_ && (file_fd_.IsOpen() || sink_)) targets |= kFile;
+  targets &= allowed_targets;
+  active_ = targets != 0;
   if (!active_) return;
-  Append(LevelTag(level));
-  Append(" : ");
-  Append(state_.prefix);
+  // A line that fits is not cut in two; what waits may have to go elsewhere.
+  constexpr std::size_t kUsualLine = 1024;
+  if (targets != targets_ || size_ > bytes_.size() - kUsualLine) Flush();
+  targets_ = targets;
+  level_ = level;
+  if (!sink_) {
+    Append(LogLevelTag(level));
+    Append(" : ");
+  }
+  Append({prefix_.data(), prefix_length_});
 }
 
 void LOG::Append(std::string_view text) {
   if (text.empty()) return;
-  screen_.Append(text, STDOUT_FILENO);
-  file_.Append(text, state_.file_fd.Get());
   at_line_start_ = text.back() == '\n';
+  while (!text.empty()) {
+    std::size_t used = size_.load(std::memory_order_relaxed);
+    if (used == bytes_.size()) {
+      Flush();
+      used = 0;
+    }
+    const std::size_t count = text.copy(bytes_.data() + used, bytes_.size() - used);
+    std::atomic_signal_fence(std::memory_order_release);
+    size_.store(used + count, std::memory_order_relaxed);
+    text.remove_prefix(count);
+  }
+  if (at_line_start_ && (batches_ == 0 || level_ > Level::kQaWarning || sink_)) Flush();
+}
+
+// The file first: a screen that takes nothing does not keep the line from it.
+void LOG::Flush() noexcept {
+  const std::size_t used = size_.load(std::memory_order_relaxed);
+  if (used == 0) return;
+  const std::string_view bytes(bytes_.data(), used);
+  const unsigned targets = targets_;
+  if (sink_) {
+    Deliver(bytes);
+  } else {
+    if ((targets & kFile) != 0) WriteQuietly(file_fd_.Get(), bytes);
+    targets_ = targets & kScreen;
+    if ((targets & kScreen) != 0) WriteToScreen(bytes);
+  }
+  size_.store(0, std::memory_order_relaxed);
+  std::atomic_signal_fence(std::memory_order_release);
+  targets_ = targets;
+}
+
+void LOG::Deliver(std::string_view bytes) noexcept {
+  try {
+    const bool whole = bytes.back() == '\n';
+    if (whole) bytes.remove_suffix(1);
+    if (whole && sink_text_.empty()) {  // without memory, too
+      sink_(level_, bytes);
+      return;
+    }
+    sink_text_ += bytes;
+    if (whole) sink_(level_, std::exchange(sink_text_, {}));
+  } catch (...) {
+    sink_text_.clear();  // dropped, as everything that cannot be written
+  }
+}
+
+void LOG::WriteToScreen(std::string_view bytes) noexcept {
+  if (!SignalHold::IsHeld()) {
+    WriteQuietly(STDOUT_FILENO, bytes);
+    return;
+  }
+  try {
+    deferred_ += bytes;
+  } catch (const std::bad_alloc&) {
+    return;  // the file has them
+  }
+}
+
+void LOG::WriteDeferred() noexcept {
+  if (deferred_.empty()) return;
+  WriteQuietly(STDOUT_FILENO, deferred_);
+  deferred_.clear();
+}
+
+void LOG::EndBatch() {
+  if (--batches_ == 0) Flush();
 }
 
 void LOG::AppendSigned(long long number) {
@@ -203,36 +259,38 @@ void LOG::EndLine() {
   if (active_ && !at_line_start_) Append("\n");
 }
 
-#if defined(__GNUC__) && !defined(__clang__)
-void LOG::PrintAlways(Level level, const char* format, ...) {
-#else
 void LOG::Print(Level level, const char* format, ...) {
-#endif
-  Start(level);
-  if (!active_) return;
+  if (!Concerns(level)) return;
   std::va_list arguments;
   va_start(arguments, format);
   std::va_list again;
   va_copy(again, arguments);
-  const int length = std::vsnprintf(nullptr, 0, format, arguments);
+  std::array<char, 512> usual;
+  std::string longer;
+  const int length = std::vsnprintf(usual.data(), usual.size(), format, arguments);
   va_end(arguments);
-  std::string text(length > 0 ? static_cast<std::size_t>(length) : 0, '\0');
-  std::vsnprintf(text.data(), text.size() + 1, format, again);
+  std::string_view text(usual.data(), length > 0 ? static_cast<std::size_t>(length) : 0);
+  if (text.size() >= usual.size()) {
+    longer.resize(text.size());
+    std::vsnprintf(longer.data(), longer.size() + 1, format, again);
+    text = longer;
+  }
   va_end(again);
 
   // The highlighting stays within the line: its end comes after the reset.
-  if (text.ends_with('\n')) text.pop_back();
+  if (text.ends_with('\n')) text.remove_suffix(1);
   const bool highlight = level > Level::kQaWarning && std::getenv("NO_COLOR") == nullptr;
-  const std::string_view on = HighlightOn(level);
-  if (highlight && !on.empty()) screen_.Append(on, STDOUT_FILENO);
-  Append(text);
-  if (highlight) screen_.Append(kHighlightOff, STDOUT_FILENO);
-  Append("\n");
+  Begin(level, highlight ? kFile : kFile | kScreen);
+  *this << text << "\n";
+  if (!highlight) return;
+  Begin(level, kScreen);
+  *this << HighlightOn(level) << text << kHighlightOff << "\n";
 }
 
 void LOG::Open(const std::string& path) {
   EndLine();
-  if (state_.file_fd.IsOpen() && path == state_.file_path) return;
+  Flush();
+  if (sink_ || (file_fd_.IsOpen() && path == file_path_)) return;
   // A signal finds the log at its old place or, with all its lines, at the new one.
   const SignalHold hold;
   UniqueFd fd = OpenForWriting(path);
@@ -241,9 +299,9 @@ void LOG::Open(const std::string& path) {
     return;
   }
   std::string old_path = path;
-  const bool was_temporary = std::exchange(state_.file_is_temporary, false);
-  state_.file_fd = std::move(fd);
-  state_.file_path.swap(old_path);
+  const bool was_temporary = std::exchange(file_is_temporary_, false);
+  file_fd_ = std::move(fd);
+  file_path_.swap(old_path);
   if (was_temporary) CarryOver(old_path);
 }
 
@@ -253,7 +311,7 @@ void LOG::CarryOver(const std::string& temporary_path) {
     Start(Level::kAlarm) << " can not reopen tmp logging file: " << temporary_path << "\n";
     return;
   }
-  if (!CopyAll(temporary.Get(), state_.file_fd.Get())) {
+  if (!CopyAll(temporary.Get(), file_fd_.Get())) {
     Start(Level::kAlarm) << "can not copy tmp logging file: " << temporary_path << "\n";
     return;  // the lines are still there
   }
@@ -264,18 +322,11 @@ void LOG::CarryOver(const std::string& temporary_path) {
   }
 }
 
-LOG::State LOG::SwapState(State state) {
-  EndLine();
-  const SignalHold hold;
-  std::swap(state_, state);
-  return state;
-}
-
 void LOG::SetProcessName(std::string_view name) {
-  std::string prefix(name);
-  prefix += " : ";
+  constexpr std::string_view kSeparator = " : ";
   const SignalHold hold;
-  state_.prefix.swap(prefix);
+  prefix_length_ = name.copy(prefix_.data(), prefix_.size() - kSeparator.size());
+  prefix_length_ += kSeparator.copy(prefix_.data() + prefix_length_, kSeparator.size());
 }
 
 void LOG::WriteFromSignal(Level level, std::initializer_list<std::string_view> pieces) noexcept {
@@ -284,25 +335,24 @@ void LOG::WriteFromSignal(Level level, std::initializer_list<std::string_view> p
   const auto add = [&](std::string_view text) {
     used += text.copy(line.data() + used, line.size() - 1 - used);  // one byte is for the line end
   };
-  add(LevelTag(level));
+  add(LogLevelTag(level));
   add(" : ");
-  add(state_.prefix);
+  add({prefix_.data(), prefix_length_});
   for (const std::string_view piece : pieces) add(piece);
   line[used++] = '\n';
 
-  const auto passing = [&](Level threshold) -> std::string_view {
-    return {line.data(), level >= threshold ? used : 0};
-  };
-  file_.WriteFromSignal(passing(state_.file_threshold), state_.file_fd.Get());
-  screen_.WriteFromSignal(passing(state_.screen_threshold), STDOUT_FILENO);
-}
-
-void LOG::Sink::WriteFromSignal(std::string_view line, int fd) noexcept {
-  const std::size_t open_line = size.exchange(0, std::memory_order_relaxed);
+  const std::string_view waiting(bytes_.data(), size_.exchange(0, std::memory_order_relaxed));
   std::atomic_signal_fence(std::memory_order_acquire);
-  PutFromSignal(fd, {bytes.data(), open_line});
-  if (open_line > 0 && bytes[open_line - 1] != '\n') PutFromSignal(fd, "\n");
-  PutFromSignal(fd, line);
+  const auto put = [&](Target target, Level threshold, int fd) {
+    if ((targets_ & target) != 0) {
+      PutFromSignal(fd, waiting);
+      if (!waiting.empty() && waiting.back() != '\n') PutFromSignal(fd, "\n");
+    }
+    if (level >= threshold) PutFromSignal(fd, {line.data(), used});
+  };
+  put(kFile, file_threshold_, file_fd_.Get());
+  PutFromSignal(STDOUT_FILENO, deferred_);
+  put(kScreen, screen_threshold_, STDOUT_FILENO);
 }
 
 namespace quellmark::runtime {
@@ -319,13 +369,33 @@ LogLevel ParseLogLevel(std::string_view text) {
   return row != kLevels.end() ? static_cast<LogLevel>(row - kLevels.begin()) : LogLevel::kSilent;
 }
 
-LOG& CreateLog() {
+std::string_view LogLevelTag(LogLevel level) {
+  const auto index = static_cast<std::size_t>(level);
+  return index < kLevels.size() ? kLevels[index].tag : kLevels[0].tag;
+}
+
+LOG& CreateLog() noexcept {
+  alignas(LOG) static std::array<std::byte, sizeof(LOG)> storage;
   // From now on the layer below reports here.
   static_cast<void>(
       basic::SetAlarmSink([](std::string_view line) { LogLine(LogLevel::kAlarm, line); }));
   // A line that is still open when the process exits is not lost.
-  static_cast<void>(std::atexit([] { Log().EndLine(); }));
-  return *new LOG;
+  static_cast<void>(std::atexit([] {
+    ProcessLog().EndLine();
+    ProcessLog().Flush();
+  }));
+  return *new (storage.data()) LOG;
+}
+
+LogScope::LogScope(LOG& log) noexcept : saved_(scoped_log) {
+  static_cast<void>(ProcessLog());  // the layer below reports to a log from now on
+  scoped_log = &log;
+}
+
+LogScope::~LogScope() {
+  scoped_log->EndLine();
+  scoped_log->Flush();
+  scoped_log = saved_;
 }
 
 }  // namespace quellmark::runtime

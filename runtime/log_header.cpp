@@ -44,6 +44,7 @@ std::mutex& HeaderLock() {
 
 void LOG::WriteHeader(const VERSION_RECORD& version, std::string_view configuration_path) {
   const std::lock_guard lock(HeaderLock());
+  const quellmark::runtime::LogBatch batch(*this);
   Start(Level::kInfo) << "\n";
   Start(Level::kInfo) << kStarLine;
   Start(Level::kInfo) << version.ProgramName() << " " << version.version << "\n";
@@ -65,6 +66,7 @@ void LOG::WriteHeader(const VERSION_RECORD& version, std::string_view configurat
 }
 
 void LOG::WriteFooter() {
+  const quellmark::runtime::LogBatch batch(*this);
   const auto elapsed = std::chrono::steady_clock::now() - start_;
   const auto seconds = std::chrono::duration_cast<std::chrono::seconds>(elapsed).count();
   Start(Level::kInfo) << quellmark::runtime::ExecutionTimeText(seconds) << "\n";

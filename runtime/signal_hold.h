@@ -15,7 +15,8 @@ inline constexpr std::array<int, 14> kFatalSignals = {SIGHUP,  SIGINT, SIGQUIT, 
 
 /// Holds all signals back while it lives, also those whose default ends the program; one that was
 /// sent meanwhile arrives at its end. To be put around the few lines that must not be left half
-/// done. Scopes may be nested.
+/// done. Scopes may be nested. A screen that takes nothing would make the process deaf to them:
+/// what the log has for the screen waits until the end of the outermost scope.
 class SignalHold {
  public:
   SignalHold() noexcept;
@@ -23,8 +24,11 @@ class SignalHold {
   SignalHold& operator=(const SignalHold&) = delete;
   ~SignalHold();
 
+  /// Whether this thread is within such a scope.
+  [[nodiscard]] static bool IsHeld() noexcept;
+
  private:
-  sigset_t saved_;
+  sigset_t saved_;  // of the outermost scope
 };
 
 }  // namespace quellmark::runtime

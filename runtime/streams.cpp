@@ -6,37 +6,12 @@
 
 #include <cerrno>
 #include <csignal>
-#include <ctime>
 
 namespace quellmark::runtime {
 namespace {
 
-// Holds back the signals by which a failing write() would end the program.
-class WriteSignals {
- public:
-  WriteSignals() noexcept {
-    sigset_t held;
-    sigemptyset(&held);
-    sigaddset(&held, SIGPIPE);
-    sigaddset(&held, SIGXFSZ);
-    pthread_sigmask(SIG_BLOCK, &held, &saved_);
-  }
-  WriteSignals(const WriteSignals&) = delete;
-  WriteSignals& operator=(const WriteSignals&) = delete;
-  ~WriteSignals() { pthread_sigmask(SIG_SETMASK, &saved_, nullptr); }
-
-  // Takes back the signal that the failed write has sent.
-  static void Discard(int number) noexcept {
-    sigset_t set;
-    sigemptyset(&set);
-    sigaddset(&set, number);
-    const timespec no_wait{};
-    static_cast<void>(sigtimedwait(&set, nullptr, &no_wait));
-  }
-
- private:
-  sigset_t saved_;
-};
+// Read by the handler of a signal that the writing itself has raised.
+constinit thread_local volatile std::sig_atomic_t writing_quietly = 0;
 
 }  // namespace
 
@@ -56,13 +31,17 @@ bool WriteAll(int fd, std::string_view bytes) noexcept {
 }
 
 bool WriteQuietly(int fd, std::string_view bytes) noexcept {
-  const WriteSignals held;
-  if (WriteAll(fd, bytes)) return true;
-  const int error = errno;
-  if (error == EPIPE) WriteSignals::Discard(SIGPIPE);
-  if (error == EFBIG) WriteSignals::Discard(SIGXFSZ);
-  errno = error;
-  return false;
+  writing_quietly = 1;
+  const bool whole = WriteAll(fd, bytes);
+  writing_quietly = 0;
+  return whole;
+}
+
+bool IsWritingQuietly() noexcept { return writing_quietly != 0; }
+
+void IgnoreWriteSignals() noexcept {
+  static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
+  static_cast<void>(std::signal(SIGXFSZ, SIG_IGN));
 }
 
 void EnsureStandardStreams() noexcept {

@@ -8,9 +8,16 @@ namespace quellmark::runtime {
 /// Writes all bytes and tells whether that went well. Calls nothing that a signal handler must not.
 bool WriteAll(int fd, std::string_view bytes) noexcept;
 
-/// WriteAll for everywhere else: a pipe without reader and a file at its size limit raise no signal
-/// (SIGPIPE, SIGXFSZ), the bytes are lost and the program goes on.
+/// WriteAll for what may get lost: a file at its size limit raises no fatal signal, the bytes are
+/// lost and the program goes on.
 bool WriteQuietly(int fd, std::string_view bytes) noexcept;
+
+/// Whether this thread is within WriteQuietly(): its SIGXFSZ is then not fatal.
+[[nodiscard]] bool IsWritingQuietly() noexcept;
+
+/// Lets writes to a pipe without reader and to a file at its size limit fail instead of ending the
+/// process. A handler of SIGXFSZ that is installed later must ask IsWritingQuietly().
+void IgnoreWriteSignals() noexcept;
 
 /// Opens "/dev/null" for each of the descriptors 0 to 2 that is closed, so that no file opened
 /// later becomes the standard output.

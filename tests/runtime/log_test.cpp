@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <array>
@@ -12,8 +13,11 @@
 #include <cstring>
 #include <filesystem>
 #include <limits>
+#include <new>
+#include <thread>
 #include <utility>
 
+#include "basic/alarm.h"
 #include "tests/support/child.h"
 #include "tests/support/files.h"
 #include "tests/support/scoped_log.h"
@@ -73,8 +77,42 @@ TEST(Log, JoinsPiecesAndEndsOpenLines) {
   LogLine(LogLevel::kInfo, longer_than_the_buffer, "y");
   EXPECT_EQ(log.Text(),
             "INFO  : i -7 18446744073709551615 d 0.1 s -9223372036854775808\n"
-            "ALARM :  -1.23 [\xB0]\nINFO  : own end\nINFO  : a\nb\nINFO  : " +
+            "ALARM :  -1.23 [\xB0]\nINFO  : own end\nINFO  : a\nINFO  : b\nINFO  : " +
                 longer_than_the_buffer + "y\n");
+}
+
+TEST(Log, OfOneThreadGoesToItsSinkAndNothingIsPrinted) {
+  const TempDir directory;
+  Child child(directory.Path(), [] {
+    std::string lines;
+    LOG log(
+        [&lines](LOG::Level level, std::string_view line) {
+          lines.append(LogLevelTag(level)).append("|").append(line).append("\n");
+          if (line == "refused") throw std::bad_alloc();
+        },
+        LogLevel::kInfo);
+    {
+      const LogScope scope(log);
+      const LogBatch batch;
+      Log().Initialise();
+      Log().Open("log");
+      LogLine(LogLevel::kDebug, "below");
+      LogLine(LogLevel::kInfo, std::string(10000, 'x'));
+      LogLine(LogLevel::kAlarm, "refused");
+      Log().Print(LogLevel::kAlarm, "%s", "bold");
+      basic::Alarm("from below\n");
+      std::thread([] { LogLine(LogLevel::kAlarm, "of another thread"); }).join();
+      Log().Start(LogLevel::kWarning) << "open";
+    }
+    LogLine(LogLevel::kAlarm, "not initialised");
+    WriteFile("lines", lines);
+    return 0;
+  });
+  EXPECT_EQ(child.Wait().output, "");
+  EXPECT_EQ(ReadFile(directory / "lines"),
+            "INFO |" + std::string(10000, 'x') +
+                "\nALARM|refused\nALARM|bold\nALARM|from below\nWARN |open\n");
+  EXPECT_FALSE(std::filesystem::exists(directory / "log"));
 }
 
 TEST(Log, FooterSplitsTheElapsedTime) {
@@ -115,14 +153,8 @@ TEST(Log, HeaderNamesItsStarter) {
 
 // A log of its own, as the process-wide one is before the controller.
 class FileLog : public ::testing::Test {
- public:
-  ~FileLog() override { static_cast<void>(Log().SwapState(std::move(saved_))); }
-
  protected:
-  FileLog() : saved_(Log().SwapState({})) {
-    Log().SetScreenThreshold(LogLevel::kSilent);
-    Log().SetProcessName("step");
-  }
+  FileLog() { Log().SetProcessName("step"); }
 
   // Initialises the log with a file in the test's directory and no screen.
   void Initialise() {
@@ -132,8 +164,16 @@ class FileLog : public ::testing::Test {
     Log().SetScreenThreshold(LogLevel::kSilent);
   }
 
+  // Opens the log in the current directory, all levels on the screen.
+  static void OpenWithScreen() {
+    Log().Open("log");
+    Log().SetFileThreshold(LogLevel::kTrace);
+    Log().SetScreenThreshold(LogLevel::kTrace);
+  }
+
   TempDir directory_;
-  LOG::State saved_;
+  LOG log_;
+  LogScope scope_{log_};
 };
 
 TEST_F(FileLog, TemporaryFileMovesToTheNamedOneWithItsLines) {
@@ -168,21 +208,49 @@ TEST_F(FileLog, FailedMovesAreReportedAndLoseNothing) {
   Log().Open("/dev/full");
   EXPECT_TRUE(std::filesystem::exists(temporary)) << "its lines have not arrived";
   LogLine(LogLevel::kInfo, "goes nowhere\n");
+}
 
-  const std::string named = directory_ / "named";
-  const std::string kept = "/proc/self/comm";  // can be read, but not removed
-  ASSERT_NE(::unlink(kept.c_str()), 0);
-  const std::string reason = std::strerror(errno);  // depends on who runs the test
-  const std::pair<std::string, std::string> rows[] = {
-      {nowhere, " can not reopen tmp logging file: " + nowhere},
-      {kept, "can not remove tmp file: " + kept + "\nALARM : step : reason: " + reason}};
-  for (const auto& [path, message] : rows) {
-    LOG::State state = Log().SwapState({});
-    state.file_path = path;
-    state.file_is_temporary = true;
-    static_cast<void>(Log().SwapState(std::move(state)));
-    Log().Open(named);
-    EXPECT_THAT(ReadFile(named), EndsWith("ALARM : step : " + message + "\n"));
+// The temporary log has gone, has become a directory, or stands where nothing can be removed.
+TEST_F(FileLog, TemporaryFileThatCannotBeCarriedOverIsReported) {
+  using Fault = void (*)(const std::string& temporary);
+  const std::pair<Fault, std::string> rows[] = {
+      {[](const std::string& path) { std::filesystem::remove(path); },
+       " can not reopen tmp logging file: TMP\n"},
+      {[](const std::string& path) {
+         std::filesystem::remove(path);
+         std::filesystem::create_symlink("/etc/passwd", path);
+       },
+       " can not reopen tmp logging file: TMP\n"},
+      {[](const std::string& path) {
+         std::filesystem::remove(path);
+         std::filesystem::create_directory(path);
+       },
+       "can not copy tmp logging file: TMP\n"},
+      {[](const std::string& path) {
+         ::chmod(std::filesystem::path(path).parent_path().c_str(), 0555);
+         if (::geteuid() == 0 && ::seteuid(65534) != 0) ::_exit(7);
+         ::chmod(path.c_str(), 0444);
+       },
+       "can not remove tmp file: TMP\nALARM : step : reason: Permission denied\n"}};
+  for (const auto& [fault, message] : rows) {
+    SCOPED_TRACE(message);
+    const TempDir directory;
+    const std::string temporaries = directory / "t/";
+    std::filesystem::create_directory(temporaries);
+    std::filesystem::permissions(directory.Path(), std::filesystem::perms::all);
+    Child child(directory.Path(), [&, fault = fault] {
+      Log().Initialise(std::array<std::string_view, 1>{temporaries});
+      Log().SetScreenThreshold(LogLevel::kSilent);
+      WriteFile("name", Log().FilePath());
+      if (::chmod(Log().FilePath().c_str(), 0666) != 0) return 8;
+      fault(Log().FilePath());
+      Log().Open("named");
+      return 0;
+    });
+    EXPECT_EQ(child.Wait().exit_status, 0);
+    const std::string name = ReadFile(directory / "name");
+    std::string expected = "ALARM : step : " + message;
+    EXPECT_EQ(ReadFile(directory / "named"), expected.replace(expected.find("TMP"), 3, name));
   }
 }
 
@@ -198,8 +266,7 @@ TEST_F(FileLog, TerminalAloneIsHighlighted) {
     Child child(directory_.Path(), [no_color] {
       ::unsetenv("NO_COLOR");
       if (no_color) ::setenv("NO_COLOR", "", 1);
-      Log().Open("log");
-      Log().SetScreenThreshold(LogLevel::kTrace);
+      OpenWithScreen();
       Log().Print(LogLevel::kQaWarning, "q");
       Log().Print(LogLevel::kWarning, "w");
       Log().Print(LogLevel::kException, "e\n");
@@ -226,8 +293,8 @@ TEST_F(FileLog, ClosedScreenDoesNotEndTheProgram) {
     ::dup2(ends[1], STDOUT_FILENO);
     ::close(ends[0]);
     ::signal(SIGPIPE, SIG_DFL);
-    Log().Open("log");
-    Log().SetScreenThreshold(LogLevel::kTrace);
+    Log().Initialise(std::array<std::string_view, 1>{"./"});
+    OpenWithScreen();
     LogLine(LogLevel::kAlarm, "nobody reads\n");
     ::close(STDOUT_FILENO);
     LogLine(LogLevel::kAlarm, "no screen at all\n");

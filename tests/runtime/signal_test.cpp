@@ -9,6 +9,7 @@
 #include <chrono>
 #include <csignal>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <thread>
 
@@ -65,7 +66,9 @@ int Ask(CONTROLLER_IFC& controller) {
 
 int Process(CONTROLLER_IFC& controller) {
   static_cast<void>(controller.SuccessReturn());  // an OK file that has to go
-  Log().Start(LogLevel::kAlarm) << "a line under way";
+  const LogBatch batch;
+  LogLine(LogLevel::kInfo, "collected");
+  Log().Start(LogLevel::kQaWarning) << "a line under way";
   Say("ready");
   while (true) ::pause();
 }
@@ -77,7 +80,9 @@ TEST(FatalSignal, LeavesErrorLogAndMessageAtThePromptAndInProcessing) {
       Child child = StartStep(directory, kArguments, at_prompt ? Ask : Process);
       child.WaitFor(at_prompt ? "A := " : "ready");
       ASSERT_EQ(::kill(child.Pid(), signal.number), 0);
-      ExpectOrderlyEnd(directory, child, signal, at_prompt ? "" : "a line under way");
+      ExpectOrderlyEnd(
+          directory, child, signal,
+          at_prompt ? "" : "INFO  : quellmark : collected\nQA_WA : quellmark : a line under way");
     }
   }
 }
@@ -160,18 +165,24 @@ TEST(FatalSignal, SecondOneEndsTheProcessAtOnce) {
 }
 
 TEST(FatalSignal, DoesNotWaitForTheScreen) {
-  const TempDir directory;
-  Child child = StartStep(directory, {"-lfn", "log"}, [](CONTROLLER_IFC&) {
-    int ends[2];
-    if (::pipe(ends) != 0) return 7;
-    Say("ready");
-    ::dup2(ends[1], STDOUT_FILENO);
-    while (true) LogLine(LogLevel::kAlarm, std::string(1000, 'x'));
-  });
-  child.WaitFor("ready");
-  std::this_thread::sleep_for(std::chrono::milliseconds(100));
-  ASSERT_EQ(::kill(child.Pid(), SIGTERM), 0);
-  ExpectOrderlyEnd(directory, child, {SIGTERM, "software termination signal from kill"});
+  for (const bool held : {false, true}) {
+    const TempDir directory;
+    Child child = StartStep(directory, {"-lfn", "log"}, [held](CONTROLLER_IFC&) {
+      int ends[2];
+      if (::pipe(ends) != 0) return 7;
+      Say("ready");
+      ::dup2(ends[1], STDOUT_FILENO);
+      while (true) {
+        std::optional<SignalHold> hold;
+        if (held) hold.emplace();
+        LogLine(LogLevel::kAlarm, std::string(1000, 'x'));
+      }
+    });
+    child.WaitFor("ready");
+    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    ASSERT_EQ(::kill(child.Pid(), SIGTERM), 0);
+    ExpectOrderlyEnd(directory, child, {SIGTERM, "software termination signal from kill"});
+  }
 }
 
 TEST(FatalSignal, FileSizeLimitIsOneUnlessLogOrStatusFilesReachIt) {

@@ -3,11 +3,11 @@
 #include <unistd.h>
 
 #include <array>
+#include <csignal>
 #include <utility>
 
 #include "basic/errors.h"
 #include "runtime/log.h"
-#include "runtime/signal_hold.h"
 #include "runtime/streams.h"
 
 namespace quellmark::test {
@@ -18,7 +18,9 @@ std::function<int()> Step(std::vector<std::string> arguments, Work work, int mes
     std::vector<char*> argv;
     for (std::string& argument : arguments) argv.push_back(argument.data());
     argv.push_back(nullptr);
-    const runtime::SignalHold starters;
+    sigset_t all;
+    sigfillset(&all);
+    ::pthread_sigmask(SIG_BLOCK, &all, nullptr);
     // The temporary log stays with the test.
     runtime::Log().Initialise(std::array<std::string_view, 1>{"./"});
     CONTROLLER_IFC controller;

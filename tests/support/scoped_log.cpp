@@ -3,19 +3,22 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include "runtime/streams.h"
+
 namespace quellmark::test {
 
-ScopedLog::ScopedLog(LOG::Level threshold) : memory_(::memfd_create("scoped_log", MFD_CLOEXEC)) {
-  saved_ = runtime::Log().SwapState(LOG::State{.file_fd = basic::UniqueFd(::dup(memory_.Get())),
-                                               .screen_threshold = LOG::Level::kSilent,
-                                               .file_threshold = threshold,
-                                               .prefix = "",
-                                               .name = "scoped",
-                                               .file_path = "/dev/null",
-                                               .initialisations = 1});
-}
-
-ScopedLog::~ScopedLog() { static_cast<void>(runtime::Log().SwapState(std::move(saved_))); }
+ScopedLog::ScopedLog(LOG::Level threshold)
+    : memory_(::memfd_create("scoped_log", MFD_CLOEXEC)),
+      log_(
+          [this](LOG::Level level, std::string_view line) {
+            for (const std::string_view piece :
+                 {runtime::LogLevelTag(level), std::string_view(" : "), line,
+                  std::string_view("\n")}) {
+              runtime::WriteAll(memory_.Get(), piece);
+            }
+          },
+          threshold),
+      scope_(log_) {}
 
 std::string ScopedLog::Text() const {
   runtime::Log().EndLine();
