@@ -1,7 +1,10 @@
 #include "app/driver.h"
 
+#include <cstdlib>
 #include <memory>
 #include <mutex>
+#include <new>
+#include <optional>
 #include <string>
 
 #include "app/sar_scene.h"
@@ -12,6 +15,7 @@
 #include "basic/errors.h"
 #include "basic/string.h"
 #include "pool/parameter_pool_read_write_change.h"
+#include "runtime/controller_ifc.h"
 #include "runtime/log.h"
 
 namespace quellmark::app {
@@ -23,9 +27,13 @@ using runtime::LogLevel;
 using runtime::LogLine;
 
 STRING ReadParameter(CONTROLLER_IFC& controller, const char* name) {
-  std::string value;
-  controller.GetParameter(name, value);
-  return STRING(std::move(value));
+  try {
+    std::string value;
+    controller.GetParameter(name, value);
+    return STRING(std::move(value));
+  } catch (const std::bad_alloc&) {
+    throw ERROR_NO_MEMORY();
+  }
 }
 
 // Only the exact text "false" goes without the DEM; "FALSE", "no", "0" and an empty text open it.
@@ -39,7 +47,41 @@ void ReadScene(PARAMETER_POOL& pool, SAR_SCENE& scene) {
   scene.ReadFromParameterPool(pool);
 }
 
-}  // namespace
+// To be called in a catch block.
+void LogException() {
+  try {
+    throw;
+  } catch (const BASIC::TYPES::ERROR_ENUM_BASE_INVALID_VALUE& error) {
+    const std::unique_ptr<const char[]> text(error.Message());
+    LogLine(LogLevel::kAlarm, text.get(), "\n");
+    std::string value;
+    {
+      const std::lock_guard lock(basic::ErrorLock());
+      value = error.Value();
+    }
+    LogLine(LogLevel::kAlarm, value, "\n");
+  } catch (const ERROR_EXCEPTION& error) {
+    LogLine(LogLevel::kAlarm, error.Message(), "\n");
+  } catch (const char* text) {
+    LogLine(LogLevel::kAlarm, text, "\n");
+  } catch (...) {
+    LogLine(LogLevel::kAlarm, "program aborted due to FATAL ERROR\n");
+  }
+}
+
+// To be called in a catch block; `controller` is null if it could not be made. A line for which the
+// log has no memory is left out.
+void LogFailure(CONTROLLER_IFC* controller) noexcept {
+  try {
+    LogException();
+  } catch (...) {
+  }
+  try {
+    const std::string name = controller == nullptr ? "unknown" : controller->get_binary_name();
+    LogLine(LogLevel::kAlarm, "KVT_MSG|ERROR|", name, " terminated with error!\n");
+  } catch (...) {
+  }
+}
 
 void RunPass(CONTROLLER_IFC& controller, int argc, char** argv) {
   constexpr int kMessageMode = 1;
@@ -83,27 +125,19 @@ void RunPass(CONTROLLER_IFC& controller, int argc, char** argv) {
   Log().WriteFooter();
 }
 
-void LogFailure(CONTROLLER_IFC& controller) {
+}  // namespace
+
+void Run(int argc, char** argv) {
+  std::optional<CONTROLLER_IFC> controller;
   try {
-    throw;
-  } catch (const BASIC::TYPES::ERROR_ENUM_BASE_INVALID_VALUE& error) {
-    const std::unique_ptr<const char[]> text(error.Message());
-    LogLine(LogLevel::kAlarm, text.get(), "\n");
-    std::string value;
-    {
-      const std::lock_guard lock(basic::ErrorLock());
-      value = error.Value();
-    }
-    LogLine(LogLevel::kAlarm, value, "\n");
-  } catch (const ERROR_EXCEPTION& error) {
-    LogLine(LogLevel::kAlarm, error.Message(), "\n");
-  } catch (const char* text) {
-    LogLine(LogLevel::kAlarm, text, "\n");
+    controller.emplace();
+    RunPass(*controller, argc, argv);
+    controller->SuccessExit();
   } catch (...) {
-    LogLine(LogLevel::kAlarm, "program aborted due to FATAL ERROR\n");
+    LogFailure(controller ? &*controller : nullptr);
   }
-  LogLine(LogLevel::kAlarm, "KVT_MSG|ERROR|", controller.get_binary_name(),
-          " terminated with error!\n");
+  if (controller) controller->FailureExit();
+  std::exit(EXIT_FAILURE);
 }
 
 }  // namespace quellmark::app

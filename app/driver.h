@@ -1,16 +1,11 @@
 #pragma once
 
-#include "runtime/controller_ifc.h"
-
 namespace quellmark::app {
 
-/// The program's one pass: reads the controller's parameters, locates the scene, writes the results
-/// into its pool and the software identification into the log pool. Both pools are closed when it
-/// returns, and also when a failure leaves it.
-void RunPass(CONTROLLER_IFC& controller, int argc, char** argv);
-
-/// To be called in a catch block: logs the failure that is being handled, then the controller's
-/// " terminated with error!" line.
-void LogFailure(CONTROLLER_IFC& controller);
+/// One run of the program from its start to its exit status: the controller's start-up, the pass,
+/// status files and the process's end. Whatever fails is logged, then the controller's
+/// " terminated with error!" line, and the status is 1. Memory that runs out changes nothing of
+/// that.
+[[noreturn]] void Run(int argc, char** argv);
 
 }  // namespace quellmark::app

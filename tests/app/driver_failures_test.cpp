@@ -1,19 +1,25 @@
 // Runs of the program that must fail: last lines of the log, exit status, status files, and pools
 // that keep what the user wrote.
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <sstream>
 #include <string>
 #include <vector>
 
+#include "app/driver.h"
 #include "tests/app/example_scene.h"
+#include "tests/support/allocation_counter.h"
 #include "tests/support/rows.h"
 
 namespace quellmark::test {
 namespace {
 
 using testing::EndsWith;
+using testing::HasSubstr;
 
 constexpr const char* kScene = "s1a_iw1_slc_quebec";
 constexpr const char* kTerminated = "KVT_MSG|ERROR|quellmark terminated with error!\n";
@@ -113,6 +119,50 @@ TEST(DriverFailures, Parameters) {
     ExpectFailure(scene, {"-USE_DEM", text, "-DEM_FILE", ""}, {kFatal});
   }
   EXPECT_EQ(scene.Pool(), pool);
+}
+
+// Runs the program's own code in a child in which only `allocations` calls of operator new succeed;
+// gives its wait status. What it prints goes to "screen".
+int RunWithMemory(const SceneRun& scene, std::size_t allocations) {
+  const char* argv[] = {"quellmark", "-log_pp", "log.pool", "-SCENE_POOL", "scene.pool",
+                        "-USE_DEM",  "false",   "-lfn",     "log",         nullptr};
+  const pid_t child = ::fork();
+  if (child == 0) {
+    if (::chdir(scene.directory.Path().c_str()) != 0) ::_exit(99);
+    const int screen = ::open("screen", O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600);
+    if (::dup2(screen, 1) < 0 || ::dup2(screen, 2) < 0) ::_exit(99);
+    const AllocationLimit limit(allocations);
+    app::Run(9, const_cast<char**>(argv));
+  }
+  int status = -1;
+  EXPECT_EQ(::waitpid(child, &status, 0), child);
+  return status;
+}
+
+TEST(DriverFailures, MemoryThatRunsOutAtAnyMomentEndsTheRunAsDocumented) {
+  const std::string pool = Scene();
+  std::size_t allocations = 0;
+  bool told_no_memory = false;
+  for (bool succeeds = false; !succeeds; allocations += allocations < 100 ? 1 : 7) {
+    ASSERT_LT(allocations, 100'000U);
+    SCOPED_TRACE(allocations);
+    SceneRun scene(pool);
+    const int status = RunWithMemory(scene, allocations);
+    ASSERT_TRUE(WIFEXITED(status)) << "signal " << WTERMSIG(status);
+    succeeds = WEXITSTATUS(status) == 0;
+    const bool is_updated = scene.Pool().starts_with(pool) && scene.Pool().size() > pool.size();
+    EXPECT_TRUE(scene.Pool() == pool || is_updated);
+    if (succeeds) break;
+    ASSERT_EQ(WEXITSTATUS(status), 1);
+    const std::string screen = ReadFile(scene.directory / "screen");
+    ASSERT_THAT(screen, HasSubstr(" terminated with error!\n"));
+    told_no_memory |= screen.find("not enough memory\n") != std::string::npos;
+    if (scene.Has("ERROR.quellmark")) {
+      EXPECT_EQ(ReadFile(scene.directory / "ERROR.quellmark"), "1");
+    }
+  }
+  EXPECT_GT(allocations, 100U);
+  EXPECT_TRUE(told_no_memory);
 }
 
 TEST(DriverFailures, KeysSetBeforeTheFailureAreKept) {
