@@ -17,6 +17,7 @@ declare -A below=(
   [dem]="pool"
   [orbit]="time pool interpolation"
   [geolocation]="dem lsq"
+  [imaging]="geolocation orbit"
   [product]=""
   [app]="basic log lsq interpolation time controller pool dem orbit geolocation"
   [api]="app"

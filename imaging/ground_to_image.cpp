@@ -1,0 +1,287 @@
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <memory>
+
+#include "basic/errors.h"
+#include "imaging/instruction_set.h"
+#include "imaging/kernel.h"
+#include "imaging/locate.h"
+#include "imaging/run.h"
+#include "runtime/log.h"
+
+namespace quellmark::imaging {
+
+namespace {
+
+constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kHalfSpeedOfLight_ms = 0.5 * 299792458.0;
+constexpr double kPi = 3.141592653589793;
+// Larger longitudes have no digits left below a degree.
+constexpr double kLongitudeLimit_deg = 1e9;
+// How far beyond the covered times rounding may put a point of their ends.
+constexpr double kTimeSlack_s = 1e-9;
+// Two steps settle the times of an image; a bracket of 1500 s is halved to its last bit by 60.
+constexpr int kSlowSteps = 100;
+
+VECTOR_3D<double> TargetOf(const LaneTargets& t, int lane) {
+  return {t.x[lane], t.y[lane], t.z[lane]};
+}
+
+// (G - S) . V: above 0 before the time of zero Doppler, below 0 after it.
+double DopplerOf(const SensorState& state, const VECTOR_3D<double>& target) {
+  return Dot(target - state.position, state.velocity);
+}
+
+struct Task {
+  const ImageGeometry& image;
+  const Kernel& kernel;
+  const GroundPoints& points;
+  const ImageOutputs& outputs;
+  double side;
+  // The times in which a point is looked for, and the states there; none if last < first.
+  TimeInterval within;
+  MiddleState middle;
+  SensorState first_state;
+  SensorState last_state;
+};
+
+SensorState StateAt(const StateSource& states, double time_s) {
+  SensorState state;
+  states.StatesAt({&time_s, 1}, {&state, 1});
+  return state;
+}
+
+// Whether states cover any time, and what of it a search may use.
+void PlaceSearch(Task& task) {
+  const StateSource& states = *task.image.states;
+  const TimeInterval covered = states.Covered();
+  task.within = {0.0, -1.0};
+  if (!(covered.first_s <= covered.last_s)) return;
+  const double middle_s =
+      std::clamp(0.5 * static_cast<double>(task.image.n_lines) / task.image.prf_hz, covered.first_s,
+                 covered.last_s);
+  const SensorState s = StateAt(states, middle_s);
+  const double quarter_s = 0.5 * kPi * Length(s.position) / Length(s.velocity);
+  if (!std::isfinite(quarter_s)) return;
+  task.middle = {s.position.x, s.position.y,     s.position.z,     s.velocity.x,     s.velocity.y,
+                 s.velocity.z, s.acceleration.x, s.acceleration.y, s.acceleration.z, middle_s};
+  task.within = {std::max(covered.first_s, middle_s - quarter_s),
+                 std::min(covered.last_s, middle_s + quarter_s)};
+  task.first_state = StateAt(states, task.within.first_s);
+  task.last_state = StateAt(states, task.within.last_s);
+}
+
+class ImageWorker {
+ public:
+  explicit ImageWorker(const Task& task) : task_(task) {}
+
+  using Count = std::array<std::uint64_t, kPointStatusCount>;
+
+  void Do(std::uint64_t first, std::uint64_t last, Count& count) {
+    for (std::uint64_t i = first; i < last; i += kLanes) {
+      first_ = i;
+      n_ = static_cast<int>(std::min<std::uint64_t>(kLanes, last - i));
+      Load();
+      Locate();
+      Store(count);
+    }
+  }
+
+  void Skip(std::uint64_t first, std::uint64_t last, Count& count) {
+    for (std::uint64_t i = first; i < last; i += kLanes) {
+      first_ = i;
+      n_ = static_cast<int>(std::min<std::uint64_t>(kLanes, last - i));
+      status_.fill(PointStatus::kNotComputed);
+      Store(count);
+    }
+  }
+
+ private:
+  [[nodiscard]] PointStatus InputStatus(std::uint64_t i) const {
+    const bool good = std::abs(task_.points.longitude_deg[i]) <= kLongitudeLimit_deg &&
+                      std::abs(task_.points.latitude_deg[i]) <= 90.0 &&
+                      task_.points.height_m[i] > -task_.image.ellipsoid.semi_minor_m &&
+                      std::isfinite(task_.points.height_m[i]);
+    return good ? PointStatus::kFound : PointStatus::kBadInput;
+  }
+
+  // Bad points and lanes behind the last point become a point that does no harm.
+  void Load() {
+    for (int lane = 0; lane < kLanes; ++lane) {
+      const std::uint64_t i = first_ + static_cast<std::uint64_t>(lane);
+      const PointStatus status = lane < n_ ? InputStatus(i) : PointStatus::kBadInput;
+      status_[static_cast<std::size_t>(lane)] = status;
+      const bool good = status == PointStatus::kFound;
+      targets_.longitude[lane] = good ? task_.points.longitude_deg[i] : 0.0;
+      targets_.latitude[lane] = good ? task_.points.latitude_deg[i] : 0.0;
+      targets_.height[lane] = good ? task_.points.height_m[i] : 0.0;
+    }
+  }
+
+  void Locate() {
+    if (!(task_.within.first_s <= task_.within.last_s)) {
+      for (PointStatus& status : status_) {
+        if (status == PointStatus::kFound) status = PointStatus::kBeyondOrbit;
+      }
+      return;
+    }
+    const auto& [a, b] = task_.image.ellipsoid;
+    task_.kernel.place_targets(task_.middle, a, b, targets_);
+    StepAll();
+    StepAll();
+    for (int lane = 0; lane < n_; ++lane) Settle(lane);
+    for (int lane = 0; lane < kLanes; ++lane) {
+      time_[lane] = targets_.time[lane];
+      line_[lane] = targets_.time[lane] * task_.image.prf_hz;
+      sample_[lane] =
+          (targets_.range[lane] / kHalfSpeedOfLight_ms - task_.image.first_range_time_s) *
+          task_.image.range_sampling_frequency_hz;
+    }
+  }
+
+  // A time that is not covered, or none, is brought back to the ends before a state is asked for.
+  void StepAll() {
+    for (std::size_t lane = 0; lane < kLanes; ++lane) {
+      const double time = targets_.time[lane];
+      const double low = time >= task_.within.first_s ? time : task_.within.first_s;
+      times_[lane] = low <= task_.within.last_s ? low : task_.within.last_s;
+      targets_.time[lane] = times_[lane];
+    }
+    task_.image.states->StatesAt(times_, raw_);
+    for (int lane = 0; lane < kLanes; ++lane) {
+      const SensorState& s = raw_[static_cast<std::size_t>(lane)];
+      states_.px[lane] = s.position.x;
+      states_.py[lane] = s.position.y;
+      states_.pz[lane] = s.position.z;
+      states_.vx[lane] = s.velocity.x;
+      states_.vy[lane] = s.velocity.y;
+      states_.vz[lane] = s.velocity.z;
+      states_.ax[lane] = s.acceleration.x;
+      states_.ay[lane] = s.acceleration.y;
+      states_.az[lane] = s.acceleration.z;
+    }
+    task_.kernel.step_time(states_, task_.side, targets_);
+  }
+
+  [[nodiscard]] bool IsWithin(double time) const {
+    return task_.within.first_s - kTimeSlack_s <= time &&
+           time <= task_.within.last_s + kTimeSlack_s;
+  }
+
+  void Settle(int lane) {
+    PointStatus& status = status_[static_cast<std::size_t>(lane)];
+    if (status != PointStatus::kFound) return;
+    const bool settled =
+        std::abs(targets_.step[lane]) <= kTimeStepLimit_s && IsWithin(targets_.time[lane]);
+    if (!settled && !SettleSlowly(lane)) {
+      status = PointStatus::kBeyondOrbit;
+      return;
+    }
+    if (!(targets_.side[lane] > 0.0)) {
+      status = PointStatus::kWrongSide;
+    } else if (!(targets_.facing[lane] > 0.0)) {
+      status = PointStatus::kOutOfView;
+    }
+  }
+
+  // By regula falsi in the Illinois form between the ends, where the Doppler must change its sign.
+  bool SettleSlowly(int lane) {
+    const VECTOR_3D<double> target = TargetOf(targets_, lane);
+    double low = task_.within.first_s;
+    double high = task_.within.last_s;
+    double at_low = DopplerOf(task_.first_state, target);
+    double at_high = DopplerOf(task_.last_state, target);
+    if (!(at_low >= 0.0) || !(at_high <= 0.0)) return false;
+    double time = low;
+    for (int i = 0; i < kSlowSteps && high - low > 1e-13 * (1.0 + std::abs(low)); ++i) {
+      // Every third step halves: no bracket shrinks from one side for ever.
+      const double part = i % 3 == 2 ? 0.5 : at_low / (at_low - at_high);
+      time = low + (high - low) * (part >= 0.0 && part <= 1.0 ? part : 0.5);
+      const double at = DopplerOf(StateAt(*task_.image.states, time), target);
+      if (at == 0.0) break;
+      (at > 0.0 ? low : high) = time;
+      (at > 0.0 ? at_low : at_high) = at;
+    }
+    TakeTime(lane, time);
+    return true;
+  }
+
+  void TakeTime(int lane, double time) {
+    const SensorState s = StateAt(*task_.image.states, time);
+    const VECTOR_3D<double> look = TargetOf(targets_, lane) - s.position;
+    const VECTOR_3D<double> up{targets_.ux[lane], targets_.uy[lane], targets_.uz[lane]};
+    targets_.time[lane] = time;
+    targets_.range[lane] = Length(look);
+    targets_.side[lane] = task_.side * Dot(look, Cross(s.velocity, s.position));
+    targets_.facing[lane] = -Dot(look, up);
+  }
+
+  void Store(Count& count) {
+    const ImageOutputs& o = task_.outputs;
+    const auto put = [this](std::span<double> to, const double(&from)[kLanes]) {
+      if (to.empty()) return;
+      double* const out = to.data() + first_;
+      for (int lane = 0; lane < n_; ++lane) {
+        const bool found = status_[static_cast<std::size_t>(lane)] == PointStatus::kFound;
+        out[lane] = found ? from[lane] : kNaN;
+      }
+    };
+    put(o.sample, sample_);
+    put(o.line, line_);
+    put(o.slant_range_m, targets_.range);
+    put(o.azimuth_time_s, time_);
+    for (int lane = 0; lane < n_; ++lane) {
+      ++count[static_cast<std::size_t>(status_[static_cast<std::size_t>(lane)])];
+    }
+    if (!o.status.empty()) {
+      std::memcpy(o.status.data() + first_, status_.data(), static_cast<std::size_t>(n_));
+    }
+  }
+
+  const Task& task_;
+  std::uint64_t first_ = 0;  // of the batch
+  int n_ = 0;
+  std::array<PointStatus, kLanes> status_{};
+  std::array<double, kLanes> times_{};
+  std::array<SensorState, kLanes> raw_{};
+  LaneStates states_{};
+  LaneTargets targets_{};
+  alignas(64) double sample_[kLanes]{};
+  alignas(64) double line_[kLanes]{};
+  alignas(64) double time_[kLanes]{};
+};
+
+}  // namespace
+
+Summary LocateInImage(const ImageGeometry& image, const GroundPoints& points,
+                      const ImageOutputs& outputs, const Execution& execution) {
+  CheckGeometry(image);
+  const std::size_t count = points.longitude_deg.size();
+  if (points.latitude_deg.size() != count || points.height_m.size() != count) {
+    runtime::Fail<ERROR_ARGUMENT>("imaging: ", count, " longitudes, but ",
+                                  points.latitude_deg.size(), " latitudes and ",
+                                  points.height_m.size(), " heights\n");
+  }
+  CheckLength("samples", outputs.sample.size(), count);
+  CheckLength("lines", outputs.line.size(), count);
+  CheckLength("slant ranges", outputs.slant_range_m.size(), count);
+  CheckLength("azimuth times", outputs.azimuth_time_s.size(), count);
+  CheckLength("states", outputs.status.size(), count);
+  Task task{.image = image,
+            .kernel = KernelFor(execution.instruction_set),
+            .points = points,
+            .outputs = outputs,
+            .side = static_cast<double>(static_cast<int>(image.look_side)),
+            .within = {},
+            .middle = {},
+            .first_state = {},
+            .last_state = {}};
+  PlaceSearch(task);
+  const auto make_worker = [&task] { return std::make_unique<ImageWorker>(task); };
+  return ChunkRun(count, execution, make_worker).Run();
+}
+
+}  // namespace quellmark::imaging

@@ -1,0 +1,2 @@
+#define QM_KERNEL kAvx2Kernel
+#include "imaging/kernel_body.inc"

@@ -1,0 +1,2 @@
+#define QM_KERNEL kAvx512Kernel
+#include "imaging/kernel_body.inc"

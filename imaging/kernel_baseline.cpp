@@ -1,0 +1,2 @@
+#define QM_KERNEL kBaselineKernel
+#include "imaging/kernel_body.inc"
