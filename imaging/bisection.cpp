@@ -87,4 +87,18 @@ PlanePoint FindByBisection(const PlaneFrame& frame, double range, double height,
   return point;
 }
 
+bool SettleLane(const LaneFrames& frames, bool shared, int lane, double a, double b, bool geodetic,
+                LanePoints& points) {
+  const int i = shared ? 0 : lane;
+  const PlaneFrame frame{frames.sx[i], frames.sy[i], frames.sz[i], frames.dx[i], frames.dy[i],
+                         frames.dz[i], frames.nx[i], frames.ny[i], frames.nz[i], frames.radius[i]};
+  const PlanePoint found =
+      FindByBisection(frame, points.range[lane], points.height[lane], a, b, geodetic);
+  if (!found.found) return false;
+  points.p[lane] = found.p;
+  points.w[lane] = found.w;
+  points.raise[lane] = found.raise;
+  return true;
+}
+
 }  // namespace quellmark::imaging

@@ -2,6 +2,8 @@
 // look sides meet, and at ranges that do not reach the ground.
 #pragma once
 
+#include "imaging/kernel.h"
+
 namespace quellmark::imaging {
 
 /// A sensor's zero-Doppler plane, as LaneFrames describes it.
@@ -23,5 +25,10 @@ struct PlanePoint {
 /// a and b; of two on that side the one farther from the nadir. Not found: there is none.
 [[nodiscard]] PlanePoint FindByBisection(const PlaneFrame& frame, double range, double height,
                                          double a, double b, bool geodetic);
+
+/// The same for one lane of a batch whose iteration did not settle: sets p, w and raise from range
+/// and height. False: there is no point.
+[[nodiscard]] bool SettleLane(const LaneFrames& frames, bool shared, int lane, double a, double b,
+                              bool geodetic, LanePoints& points);
 
 }  // namespace quellmark::imaging

@@ -3,6 +3,7 @@
 #include <cstring>
 #include <limits>
 #include <memory>
+#include <optional>
 
 #include "basic/errors.h"
 #include "imaging/bisection.h"
@@ -10,6 +11,7 @@
 #include "imaging/kernel.h"
 #include "imaging/locate.h"
 #include "imaging/run.h"
+#include "imaging/terrain_search.h"
 #include "runtime/log.h"
 
 namespace quellmark::imaging {
@@ -22,6 +24,8 @@ constexpr double kSpeedOfLight_ms = 299792458.0;
 constexpr double kVelocityStep_s = 0.01;
 // From here on a batch of one line is better than a state for each point.
 constexpr std::size_t kSharedFrom = kLanes / 2;
+
+bool HasNumbers(PointStatus status) { return status <= PointStatus::kNoTerrain; }
 
 // What the outputs ask for.
 struct Wants {
@@ -65,7 +69,9 @@ struct Task {
   Wants wants;
   TimeInterval covered;
 
-  [[nodiscard]] bool IsGeodetic() const { return heights.model == HeightModel::kGeodetic; }
+  [[nodiscard]] bool IsGeodetic() const {
+    return heights.terrain != nullptr || heights.model == HeightModel::kGeodetic;
+  }
 };
 
 void LoadState(const SensorState& state, int lane, LaneStates& states) {
@@ -94,12 +100,6 @@ class Sensors {
                             frames);
   }
 
-  [[nodiscard]] PlaneFrame FrameOf(int lane) const {
-    const int i = shared ? 0 : lane;
-    return {frames.sx[i], frames.sy[i], frames.sz[i], frames.dx[i], frames.dy[i],
-            frames.dz[i], frames.nx[i], frames.ny[i], frames.nz[i], frames.radius[i]};
-  }
-
   bool shared = false;
   LaneStates states{};
   LaneFrames frames{};
@@ -110,7 +110,10 @@ class Sensors {
 
 class GroundWorker {
  public:
-  explicit GroundWorker(const Task& task) : task_(task) {}
+  explicit GroundWorker(const Task& task) : task_(task) {
+    const TerrainGrid* const terrain = task.heights.terrain;
+    if (terrain != nullptr) search_.emplace(task.kernel, *terrain, task.image.ellipsoid);
+  }
 
   using Count = std::array<std::uint64_t, kPointStatusCount>;
 
@@ -204,19 +207,37 @@ class GroundWorker {
       points_.tau[lane] = task_.image.first_range_time_s +
                           task_.positions.SampleOf(i) / task_.image.range_sampling_frequency_hz;
       points_.height[lane] = heights.empty() ? task_.heights.constant_m : heights[i];
+      PointStatus& status = status_[static_cast<std::size_t>(lane)];
+      if (lane >= n_) status = PointStatus::kNotComputed;
+      if (status == PointStatus::kFound && !IsUsable(lane)) status = PointStatus::kBadInput;
     }
+  }
+
+  [[nodiscard]] bool IsUsable(int lane) const {
+    return std::isfinite(points_.tau[lane]) && std::isfinite(points_.height[lane]) &&
+           points_.height[lane] > -task_.image.ellipsoid.semi_minor_m;
   }
 
   void Locate() {
     const bool geodetic = task_.IsGeodetic();
     const auto& [a, b] = task_.image.ellipsoid;
+    if (search_) {
+      search_->Find(sensors_.frames, sensors_.shared, sensors_.states, task_.image.local_height_m,
+                    points_, status_);
+    }
     task_.kernel.solve(sensors_.frames, sensors_.shared, a, b, geodetic, points_);
-    SettleSlowly(geodetic);
+    for (int lane = 0; lane < n_; ++lane) {
+      PointStatus& status = status_[static_cast<std::size_t>(lane)];
+      if (!HasNumbers(status) || points_.step[lane] < kStepLimit_m) continue;
+      if (!SettleLane(sensors_.frames, sensors_.shared, lane, a, b, geodetic, points_)) {
+        status = PointStatus::kNoIntersection;
+      }
+    }
     task_.kernel.finish(sensors_.frames, sensors_.shared, sensors_.states, a, b, task_.wants.angles,
                         points_);
     for (int lane = 0; lane < n_; ++lane) {
       PointStatus& status = status_[static_cast<std::size_t>(lane)];
-      if (status == PointStatus::kFound && !(points_.facing[lane] > 0.0)) {
+      if (HasNumbers(status) && !(points_.facing[lane] > 0.0)) {
         status = PointStatus::kNoIntersection;
       }
     }
@@ -224,41 +245,16 @@ class GroundWorker {
     if (task_.wants.doppler_rate) FindDopplerRates();
   }
 
-  // Points for which the iteration did not settle, one by one.
-  void SettleSlowly(bool geodetic) {
-    const auto& [a, b] = task_.image.ellipsoid;
-    for (int lane = 0; lane < n_; ++lane) {
-      PointStatus& status = status_[static_cast<std::size_t>(lane)];
-      if (points_.step[lane] < kStepLimit_m || status != PointStatus::kFound) continue;
-      if (!std::isfinite(points_.tau[lane]) || !(points_.height[lane] > -b) ||
-          !std::isfinite(points_.height[lane])) {
-        status = PointStatus::kBadInput;
-        continue;
-      }
-      const PlanePoint found = FindByBisection(sensors_.FrameOf(lane), points_.range[lane],
-                                               points_.height[lane], a, b, geodetic);
-      if (!found.found) {
-        status = PointStatus::kNoIntersection;
-        continue;
-      }
-      points_.p[lane] = found.p;
-      points_.w[lane] = found.w;
-      points_.raise[lane] = found.raise;
-    }
-  }
-
   void FindVelocities() {
     const auto& [a, b] = task_.image.ellipsoid;
     task_.kernel.solve_near(later_sensors_.frames, later_sensors_.shared, a, b, points_, later_);
     for (int lane = 0; lane < n_; ++lane) {
-      if (later_.step[lane] < kStepLimit_m ||
-          status_[static_cast<std::size_t>(lane)] != PointStatus::kFound) {
-        continue;
+      const bool has_numbers = HasNumbers(status_[static_cast<std::size_t>(lane)]);
+      if (!has_numbers || later_.step[lane] < kStepLimit_m) continue;
+      later_.height[lane] = points_.raise[lane];
+      if (!SettleLane(later_sensors_.frames, later_sensors_.shared, lane, a, b, false, later_)) {
+        later_.p[lane] = kNaN;
       }
-      const PlanePoint found = FindByBisection(later_sensors_.FrameOf(lane), points_.range[lane],
-                                               points_.raise[lane], a, b, false);
-      later_.p[lane] = found.found ? found.p : kNaN;
-      later_.w[lane] = found.found ? found.w : kNaN;
     }
     task_.kernel.finish(later_sensors_.frames, later_sensors_.shared, later_sensors_.states, a, b,
                         0U, later_);
@@ -290,7 +286,7 @@ class GroundWorker {
     for (int lane = 0; lane < n_; ++lane) {
       const PointStatus status = status_[static_cast<std::size_t>(lane)];
       ++count[static_cast<std::size_t>(status)];
-      all_found = all_found && status <= PointStatus::kNoTerrain;
+      all_found = all_found && HasNumbers(status);
     }
     const GroundOutputs& o = task_.outputs;
     const auto put = [&](std::span<double> to, const double(&from)[kLanes]) {
@@ -328,6 +324,7 @@ class GroundWorker {
   PointStatus line_status_ = PointStatus::kFound;
   std::array<PointStatus, kLanes> status_{};
   std::array<double, kLanes> times_{};
+  std::optional<TerrainSearch> search_;
   Sensors sensors_;
   Sensors later_sensors_;
   LanePoints points_{};
@@ -358,9 +355,6 @@ Summary Locate(const ImageGeometry& image, const Positions& positions, std::size
                const Heights& heights, const GroundOutputs& outputs, const Execution& execution) {
   CheckGeometry(image);
   CheckLengths(heights, outputs, points);
-  if (heights.terrain != nullptr) {
-    runtime::Fail<ERROR_ARGUMENT>("imaging: terrain is not supported yet\n");
-  }
   const Task task{image,
                   KernelFor(execution.instruction_set),
                   positions,

@@ -1,0 +1,377 @@
+// Whole images beside floors: the same points by arithmetic written out by hand, one by one, with
+// the C library's angles. All times are per point; the figure to quote is that of one run.
+#include <benchmark/benchmark.h>
+
+#include <array>
+#include <cmath>
+#include <cstddef>
+#include <optional>
+#include <random>
+#include <string>
+#include <vector>
+
+#include "imaging/locate.h"
+#include "imaging/terrain_grid.h"
+#include "orbit/general_orbit.h"
+#include "pool/parameter_pool.h"
+#include "pool/value_type.h"
+#include "runtime/log.h"
+
+namespace {
+
+using quellmark::imaging::InstructionSet;
+using Vector = VECTOR_3D<double>;
+namespace imaging = quellmark::imaging;
+
+constexpr std::size_t kLines = 16;
+constexpr std::size_t kSamples = 8192;
+constexpr std::size_t kPoints = kLines * kSamples;
+
+// A real scene: the Gulf of St Lawrence, southbound (contains modified Copernicus Sentinel data
+// 2022).
+struct Scene {
+  Scene() {
+    using quellmark::pool::ValueType;
+    quellmark::runtime::Log().SetScreenThreshold(LOG::Level::kAlarm);
+    PARAMETER_POOL pool;
+    static_cast<void>(pool.Open(std::string(QM_SCENES) + "/s1a_iw1_slc_quebec.pool"));
+    orbit.ReadFromParameterPool(pool);
+    image.first_range_time_s = pool.Read<ValueType::kFlt15>("first_rg_time");
+    image.range_sampling_frequency_hz = pool.Read<ValueType::kFlt15>("range_sampling_frequency");
+    image.prf_hz = pool.Read<ValueType::kFlt15>("prf");
+    image.n_samples = pool.Read<ValueType::kInt32>("n_samples");
+    image.n_lines = pool.Read<ValueType::kInt32>("n_lines");
+    image.radar_frequency_hz = pool.Read<ValueType::kFlt15>("radar_frequency");
+    image.local_height_m = 201.0;
+    states.emplace(orbit, orbit.TimeOrigin(), pool.Read<ValueType::kFlt15>("first_az_time"));
+    image.states = &*states;
+  }
+  GENERAL_ORBIT<double, Vector> orbit;
+  std::optional<imaging::OrbitStates> states;
+  imaging::ImageGeometry image;
+};
+
+const Scene& TheScene() {
+  static const Scene scene;
+  return scene;
+}
+
+struct Results {
+  Results() {
+    for (auto& v : values) v.resize(kPoints);
+    status.resize(kPoints);
+  }
+  imaging::GroundOutputs Three() {
+    imaging::GroundOutputs o;
+    o.longitude_deg = values[0];
+    o.latitude_deg = values[1];
+    o.incidence_deg = values[2];
+    o.status = status;
+    return o;
+  }
+  imaging::GroundOutputs Six() {
+    imaging::GroundOutputs o = Three();
+    o.zero_doppler_velocity_ms = values[3];
+    o.b_parameter = values[4];
+    o.fm_rate = values[5];
+    return o;
+  }
+  std::array<std::vector<double>, 6> values;
+  std::vector<imaging::PointStatus> status;
+};
+
+imaging::ImageGrid TheLines() {
+  return {.n_samples = kSamples, .first_line = 500.0, .n_lines = kLines};
+}
+
+void CountPoints(benchmark::State& state) {
+  state.counters["per_point"] =
+      benchmark::Counter(static_cast<double>(kPoints) * static_cast<double>(state.iterations()),
+                         benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+}
+
+imaging::Execution With(benchmark::State& state, InstructionSet set) {
+  if (!IsAvailable(set)) state.SkipWithError("not on this processor");
+  return {.threads = 1, .instruction_set = set, .progress = {}};
+}
+
+// Image positions in random order.
+struct Scattered {
+  Scattered() {
+    std::mt19937_64 random(1);
+    for (std::size_t i = 0; i < kPoints; ++i) {
+      sample.push_back(std::uniform_real_distribution(0.0, double{kSamples})(random));
+      line.push_back(std::uniform_real_distribution(0.0, 1000.0)(random));
+    }
+  }
+  std::vector<double> sample, line;
+};
+
+void Lines(benchmark::State& state, InstructionSet set, bool six) {
+  const auto execution = With(state, set);
+  Results results;
+  const auto outputs = six ? results.Six() : results.Three();
+  for (auto _ : state) {
+    LocateOnGround(TheScene().image, TheLines(), {.constant_m = 201.0, .per_point_m = {}}, outputs,
+                   execution);
+    benchmark::ClobberMemory();
+  }
+  CountPoints(state);
+}
+BENCHMARK_CAPTURE(Lines, three_baseline, InstructionSet::kBaseline, false);
+BENCHMARK_CAPTURE(Lines, three_avx2, InstructionSet::kAvx2, false);
+BENCHMARK_CAPTURE(Lines, three_avx512, InstructionSet::kAvx512, false);
+BENCHMARK_CAPTURE(Lines, six_baseline, InstructionSet::kBaseline, true);
+BENCHMARK_CAPTURE(Lines, six_avx2, InstructionSet::kAvx2, true);
+
+struct FloorFrame {
+  Vector s, d, n;
+  double radius, sigma;
+};
+
+FloorFrame FrameOf(const imaging::SensorState& state) {
+  const Vector& s = state.position;
+  const Vector& v = state.velocity;
+  const double radius = std::sqrt(Dot(s, s));
+  const Vector right = Cross(v, s);
+  const Vector n = (1.0 / std::sqrt(Dot(right, right))) * right;
+  const Vector d = (1.0 / std::sqrt(Dot(v, v))) * Cross(v, n);
+  return {s, d, n, radius, Dot(s, d)};
+}
+
+// One point, right-looking, on the raised ellipsoid.
+struct FloorPoint {
+  double longitude, latitude, incidence;
+};
+
+inline FloorPoint LocateByHand(const FloorFrame& f, double tau, double height) {
+  constexpr double kDegrees = 57.29577951308232;
+  const double a = 6378137.0 + height, b = 6356752.315 + height;
+  const double k = (a - b) * (a + b) / (b * b), m = -0.5 / f.sigma;
+  const double range = tau * (0.5 * 299792458.0);
+  const double c = (f.radius - a) * (f.radius + a) + range * range;
+  double z = f.s.z * (b / f.radius), p = m * (c + k * z * z), w = 0.0;
+  for (int i = 0; i < 4; ++i) {
+    w = std::sqrt((range - p) * (range + p));
+    z = f.s.z + p * f.d.z + w * f.n.z;
+    p -= (p - m * (c + k * z * z)) * w / (w - 2.0 * m * k * z * (f.d.z * w - f.n.z * p));
+  }
+  w = std::sqrt((range - p) * (range + p));
+  const Vector look = p * f.d + w * f.n;
+  const Vector g = f.s + look;
+  const Vector normal{g.x, g.y, g.z * (1.0 + k)};
+  const Vector cross = Cross(normal, look);
+  return {std::atan2(g.y, g.x) * kDegrees,
+          std::atan2(normal.z, std::sqrt(g.x * g.x + g.y * g.y)) * kDegrees,
+          std::atan2(std::sqrt(Dot(cross, cross)), -Dot(normal, look)) * kDegrees};
+}
+
+void LinesFloor(benchmark::State& state) {
+  const imaging::ImageGeometry& image = TheScene().image;
+  Results results;
+  for (auto _ : state) {
+    for (std::size_t j = 0; j < kLines; ++j) {
+      const double time = (500.0 + static_cast<double>(j)) / image.prf_hz;
+      imaging::SensorState sensor;
+      image.states->StatesAt({&time, 1}, {&sensor, 1});
+      const FloorFrame frame = FrameOf(sensor);
+      for (std::size_t i = 0; i < kSamples; ++i) {
+        const double tau =
+            image.first_range_time_s + static_cast<double>(i) / image.range_sampling_frequency_hz;
+        const FloorPoint at = LocateByHand(frame, tau, 201.0);
+        results.values[0][j * kSamples + i] = at.longitude;
+        results.values[1][j * kSamples + i] = at.latitude;
+        results.values[2][j * kSamples + i] = at.incidence;
+      }
+    }
+    benchmark::ClobberMemory();
+  }
+  CountPoints(state);
+}
+BENCHMARK(LinesFloor);
+
+void Points(benchmark::State& state, InstructionSet set) {
+  const auto execution = With(state, set);
+  const Scattered at;
+  Results results;
+  for (auto _ : state) {
+    LocateOnGround(TheScene().image, {at.sample, at.line}, {.constant_m = 201.0, .per_point_m = {}},
+                   results.Three(), execution);
+    benchmark::ClobberMemory();
+  }
+  CountPoints(state);
+}
+BENCHMARK_CAPTURE(Points, baseline, InstructionSet::kBaseline);
+BENCHMARK_CAPTURE(Points, avx2, InstructionSet::kAvx2);
+BENCHMARK_CAPTURE(Points, avx512, InstructionSet::kAvx512);
+
+void PointsFloor(benchmark::State& state) {
+  const imaging::ImageGeometry& image = TheScene().image;
+  const Scattered at;
+  Results results;
+  for (auto _ : state) {
+    for (std::size_t i = 0; i < kPoints; ++i) {
+      const double time = at.line[i] / image.prf_hz;
+      imaging::SensorState sensor;
+      image.states->StatesAt({&time, 1}, {&sensor, 1});
+      const double tau =
+          image.first_range_time_s + at.sample[i] / image.range_sampling_frequency_hz;
+      const FloorPoint point = LocateByHand(FrameOf(sensor), tau, 201.0);
+      results.values[0][i] = point.longitude;
+      results.values[1][i] = point.latitude;
+      results.values[2][i] = point.incidence;
+    }
+    benchmark::ClobberMemory();
+  }
+  CountPoints(state);
+}
+BENCHMARK(PointsFloor);
+
+void OrbitAlone(benchmark::State& state) {
+  const Scattered at;
+  std::array<double, 32> times{};
+  std::array<imaging::SensorState, 32> sensors;
+  for (auto _ : state) {
+    for (std::size_t i = 0; i < kPoints; i += 32) {
+      for (std::size_t k = 0; k < 32; ++k) times[k] = at.line[i + k] / TheScene().image.prf_hz;
+      TheScene().image.states->StatesAt(times, sensors);
+      benchmark::DoNotOptimize(sensors);
+    }
+  }
+  CountPoints(state);
+}
+BENCHMARK(OrbitAlone);
+
+// Hills over the scene's middle, cells of an arc second.
+imaging::TerrainGrid Hills(double relief_m, double length_cells) {
+  std::vector<double> sample = {4096.0}, line = {508.0}, longitude(1), latitude(1);
+  imaging::GroundOutputs outputs;
+  outputs.longitude_deg = longitude;
+  outputs.latitude_deg = latitude;
+  LocateOnGround(TheScene().image, {sample, line}, {.constant_m = 600.0, .per_point_m = {}},
+                 outputs);
+  constexpr std::size_t kSize = 3601;
+  constexpr double kStep = 1.0 / 3600.0;
+  std::vector<float> heights(kSize * kSize);
+  for (std::size_t j = 0; j < kSize; ++j) {
+    for (std::size_t i = 0; i < kSize; ++i) {
+      const double x = static_cast<double>(i) * 6.2832 / length_cells;
+      const double y = static_cast<double>(j) * 6.2832 / length_cells;
+      heights[j * kSize + i] = static_cast<float>(
+          1000.0 + relief_m * (std::sin(x) * std::cos(0.8 * y) + 0.1 * std::sin(9.0 * x + y)));
+    }
+  }
+  return {{.west_deg = longitude[0] - 0.5,
+           .south_deg = latitude[0] - 0.5,
+           .longitude_step_deg = kStep,
+           .latitude_step_deg = kStep,
+           .columns = kSize,
+           .rows = kSize},
+          std::move(heights)};
+}
+
+void Terrain(benchmark::State& state, InstructionSet set, double relief_m, double length_cells) {
+  const auto execution = With(state, set);
+  const imaging::TerrainGrid grid = Hills(relief_m, length_cells);
+  imaging::ImageGrid part{
+      .first_sample = 3000.0, .n_samples = 2048, .first_line = 500.0, .n_lines = 4};
+  Results results;
+  const std::size_t points = part.n_samples * part.n_lines;
+  imaging::GroundOutputs outputs;
+  outputs.longitude_deg = std::span(results.values[0]).first(points);
+  outputs.latitude_deg = std::span(results.values[1]).first(points);
+  outputs.height_m = std::span(results.values[2]).first(points);
+  outputs.incidence_deg = std::span(results.values[3]).first(points);
+  imaging::Summary summary;
+  for (auto _ : state) {
+    summary = LocateOnGround(TheScene().image, part, {.per_point_m = {}, .terrain = &grid}, outputs,
+                             execution);
+    benchmark::ClobberMemory();
+  }
+  state.counters["per_point"] =
+      benchmark::Counter(static_cast<double>(points) * static_cast<double>(state.iterations()),
+                         benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+  const auto share = [&](imaging::PointStatus status) {
+    return static_cast<double>(summary.Of(status)) / static_cast<double>(points);
+  };
+  state.counters["layover"] = share(imaging::PointStatus::kLayover);
+  state.counters["lost"] =
+      1.0 - share(imaging::PointStatus::kLayover) - share(imaging::PointStatus::kFound);
+}
+BENCHMARK_CAPTURE(Terrain, smooth_baseline, InstructionSet::kBaseline, 200.0, 400.0);
+BENCHMARK_CAPTURE(Terrain, steep_baseline, InstructionSet::kBaseline, 700.0, 100.0);
+BENCHMARK_CAPTURE(Terrain, smooth_avx2, InstructionSet::kAvx2, 200.0, 400.0);
+BENCHMARK_CAPTURE(Terrain, steep_avx2, InstructionSet::kAvx2, 700.0, 100.0);
+
+void ToImage(benchmark::State& state, InstructionSet set) {
+  const auto execution = With(state, set);
+  Results ground;
+  const Scattered at;
+  LocateOnGround(TheScene().image, {at.sample, at.line}, {.constant_m = 201.0, .per_point_m = {}},
+                 ground.Three());
+  const std::vector<double> heights(kPoints, 201.0);
+  imaging::ImageOutputs outputs;
+  outputs.sample = ground.values[3];
+  outputs.line = ground.values[4];
+  outputs.status = ground.status;
+  for (auto _ : state) {
+    LocateInImage(TheScene().image, {ground.values[0], ground.values[1], heights}, outputs,
+                  execution);
+    benchmark::ClobberMemory();
+  }
+  CountPoints(state);
+}
+BENCHMARK_CAPTURE(ToImage, baseline, InstructionSet::kBaseline);
+BENCHMARK_CAPTURE(ToImage, avx2, InstructionSet::kAvx2);
+
+// Newton's method from the middle of the image, point by point.
+void ToImageFloor(benchmark::State& state) {
+  const imaging::ImageGeometry& image = TheScene().image;
+  Results ground;
+  const Scattered at;
+  LocateOnGround(image, {at.sample, at.line}, {.constant_m = 201.0, .per_point_m = {}},
+                 ground.Three());
+  constexpr double kRadians = 0.017453292519943295, kE2 = 0.0066943799;
+  for (auto _ : state) {
+    for (std::size_t i = 0; i < kPoints; ++i) {
+      const double lon = ground.values[0][i] * kRadians, lat = ground.values[1][i] * kRadians;
+      const double sin_lat = std::sin(lat), cos_lat = std::cos(lat);
+      const double n = 6378137.0 / std::sqrt(1.0 - kE2 * sin_lat * sin_lat);
+      const Vector g{(n + 201.0) * cos_lat * std::cos(lon), (n + 201.0) * cos_lat * std::sin(lon),
+                     (n * (1.0 - kE2) + 201.0) * sin_lat};
+      double time = 1.0, step = 1.0;
+      imaging::SensorState s;
+      while (std::abs(step) > 1e-7) {
+        image.states->StatesAt({&time, 1}, {&s, 1});
+        const Vector look = g - s.position;
+        step = Dot(look, s.velocity) / (Dot(s.velocity, s.velocity) - Dot(look, s.acceleration));
+        time += step;
+      }
+      ground.values[3][i] =
+          (Length(g - s.position) / (0.5 * 299792458.0) - image.first_range_time_s) *
+          image.range_sampling_frequency_hz;
+      ground.values[4][i] = time * image.prf_hz;
+    }
+    benchmark::ClobberMemory();
+  }
+  CountPoints(state);
+}
+BENCHMARK(ToImageFloor);
+
+// Whole lines on one and on two threads.
+void Threads(benchmark::State& state) {
+  imaging::Execution execution;
+  execution.threads = static_cast<unsigned>(state.range(0));
+  execution.instruction_set = InstructionSet::kBaseline;
+  Results results;
+  for (auto _ : state) {
+    for (int i = 0; i < 8; ++i) {
+      LocateOnGround(TheScene().image, TheLines(), {.constant_m = 201.0, .per_point_m = {}},
+                     results.Three(), execution);
+    }
+    benchmark::ClobberMemory();
+  }
+}
+BENCHMARK(Threads)->Arg(1)->Arg(2)->UseRealTime();
+
+}  // namespace

@@ -1,0 +1,107 @@
+// Terrain heights of a region, held in memory for the search of meeting points.
+#pragma once
+
+#include <cstddef>
+#include <vector>
+
+class DEM_DOCUMENT;
+
+namespace quellmark::imaging {
+
+/// A region in geodetic degrees, from west to east: across the antimeridian if `west_deg` is above
+/// `east_deg`.
+struct GeoBox {
+  double west_deg = 0.0;
+  double east_deg = 0.0;
+  double south_deg = 0.0;
+  double north_deg = 0.0;
+};
+
+/// Where the values of a terrain grid stand: column i, row j (both from 0) at longitude
+/// west_deg + i * longitude_step_deg, latitude south_deg + j * latitude_step_deg.
+struct GridLayout {
+  double west_deg = 0.0;
+  double south_deg = 0.0;
+  double longitude_step_deg = 0.0;
+  double latitude_step_deg = 0.0;
+  std::size_t columns = 0;
+  std::size_t rows = 0;
+};
+
+/// Lowest and highest value of some cells; an empty interval (low above high) where all are voids.
+struct HeightRange {
+  float low;
+  float high;
+};
+
+/// Values at the corners of a cell; NaN is a void.
+struct CellHeights {
+  double south_west, south_east, north_west, north_east;
+};
+
+/// The height at a place in a cell, 0 .. 1 from west and south: bilinear. One to three voids leave
+/// it to the others, in proportion to their weights; NaN for four, and where the others weigh 0.
+[[nodiscard]] double InterpolateInCell(const CellHeights& cell, double east, double north);
+
+/// Geodetic heights on a regular grid, bilinear between its values. Not changed once made: any
+/// number of threads may use it at once. Holds 4 bytes for each value and a tenth of that for the
+/// search.
+class TerrainGrid {
+ public:
+  /// Takes the values, row after row from the south; NaN is a void. Throws ERROR_ARGUMENT after an
+  /// ALARM line for steps that are not above 0, fewer than two rows or columns and a number of
+  /// values that does not fit.
+  TerrainGrid(const GridLayout& layout, std::vector<float> heights_m);
+
+  /// Reads the part of a DEM that covers the box; places that no tile holds become voids. The
+  /// heights are taken as heights above the ellipsoid. What the DEM throws passes through;
+  /// ERROR_ARGUMENT after an ALARM line for a box that is none and for one that the DEM does not
+  /// touch. The DEM is not to be used by another thread meanwhile.
+  [[nodiscard]] static TerrainGrid Read(DEM_DOCUMENT& dem, const GeoBox& box);
+
+  /// The interpolated height [m]; NaN in voids and outside the grid. Longitudes modulo 360.
+  [[nodiscard]] double HeightAt(double longitude_deg, double latitude_deg) const;
+
+  [[nodiscard]] const GridLayout& Layout() const { return layout_; }
+  /// Of all values.
+  [[nodiscard]] HeightRange Range() const { return range_; }
+
+  /// Place in the grid, counted in columns and rows from 0; in [0, 360 / step) from west to east.
+  [[nodiscard]] double ColumnOf(double longitude_deg) const;
+  [[nodiscard]] double RowOf(double latitude_deg) const {
+    return (latitude_deg - layout_.south_deg) / layout_.latitude_step_deg;
+  }
+  /// The cell whose south-west corner is column i, row j; both below the number of cells.
+  [[nodiscard]] CellHeights Cell(std::size_t i, std::size_t j) const {
+    const float* const south = heights_m_.data() + j * layout_.columns + i;
+    const float* const north = south + layout_.columns;
+    return {static_cast<double>(south[0]), static_cast<double>(south[1]),
+            static_cast<double>(north[0]), static_cast<double>(north[1])};
+  }
+  [[nodiscard]] std::size_t CellColumns() const { return layout_.columns - 1; }
+  [[nodiscard]] std::size_t CellRows() const { return layout_.rows - 1; }
+
+  /// Blocks of cells have 1 << BlockShift(level) cells along each side, levels 1 .. kLevels.
+  static constexpr int kLevels = 3;
+  [[nodiscard]] static constexpr int BlockShift(int level) { return 2 * level; }
+  /// The heights in the block of a level that holds cell (i, j).
+  [[nodiscard]] HeightRange BlockRange(int level, std::size_t i, std::size_t j) const {
+    const Blocks& blocks = blocks_[level - 1];
+    return blocks.ranges[(j >> BlockShift(level)) * blocks.columns + (i >> BlockShift(level))];
+  }
+
+ private:
+  struct Blocks {
+    std::size_t columns = 0;
+    std::vector<HeightRange> ranges;
+  };
+
+  void MakeBlocks();
+
+  GridLayout layout_;
+  std::vector<float> heights_m_;
+  Blocks blocks_[kLevels];
+  HeightRange range_{};
+};
+
+}  // namespace quellmark::imaging
