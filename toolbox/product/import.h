@@ -25,6 +25,24 @@ class ImportError : public std::runtime_error {
   std::string field_;
 };
 
+struct ImportOptions {
+  std::filesystem::path orbit_file;  // of Sentinel-1: in place of the annotation's orbit
+  bool smooth_orbit = false;         // positions and velocities replaced by one curve through both
+  std::string swath;                 // of a Sentinel-1 product with several: "IW2"
+  std::string polarisation;          // "VV"; without it a co-polarised one is taken
+};
+
+struct ImportedScene {
+  SceneDescription scene;
+  /// What to tell the person who asked: what was recognised, chosen, and is approximate.
+  std::vector<std::string> notes;
+};
+
+/// The scene of the product at `path`: a folder, a zip archive or the main metadata file. The
+/// mission is recognised by the content. Reads alone. Throws ImportError.
+[[nodiscard]] ImportedScene ImportProduct(const std::filesystem::path& path,
+                                          const ImportOptions& options);
+
 /// Writes the pool of `scene`; its comments tell where each value comes from and what is
 /// approximate. Throws ImportError for a value that no pool can hold.
 void WritePool(const SceneDescription& scene, std::ostream& stream);

@@ -100,6 +100,7 @@ void WriteTitle(const SceneDescription& scene, Writer& writer) {
   writer.Comment("Scene parameter pool made from the metadata of a product.");
   writer.Comment(scene.copyright);
   writer.Comment(scene.mission + ", " + scene.product + ".");
+  writer.Comment("Metadata: " + scene.metadata);
   writer.Comment("First line " + UtcText(scene.first_line.value) +
                  ". first_az_time counts seconds after orbit_reference_time.");
   for (const std::string& remark : scene.remarks) writer.Comment(remark);

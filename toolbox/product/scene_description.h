@@ -32,6 +32,7 @@ enum class LookSide : std::uint8_t { kRight, kLeft };
 struct SceneDescription {
   std::string mission;    // "Sentinel-1A"
   std::string product;    // what it is, in a few words: mode, level, swath, polarisation, pass
+  std::string metadata;   // the file, within the product
   std::string copyright;  // empty if the product names none
 
   Sourced<UtcTime> first_line;                  // zero-Doppler time of line 0
@@ -48,6 +49,11 @@ struct SceneDescription {
   std::string orbit_interpolation;  // as the step's pools name it
 
   std::vector<std::string> remarks;  // what is approximate, and why; sentences
+
+  /// Zero-Doppler time of the last line.
+  [[nodiscard]] UtcTime LastLine() const {
+    return Shifted(first_line.value, (n_lines.value - 1) / prf_hz.value);
+  }
 };
 
 }  // namespace quellmark::product

@@ -1,0 +1,10 @@
+// In place of nisar.cpp where the HDF5 library was not there.
+#include "toolbox/product/missions.h"
+
+namespace quellmark::product {
+
+SceneDescription ReadNisar(const std::filesystem::path& path) {
+  throw ImportError(path, "", "this program was built without HDF5, which NISAR products need");
+}
+
+}  // namespace quellmark::product
