@@ -1,5 +1,6 @@
 #include "pool/line_reader.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -36,6 +37,13 @@ void LineReader::Rewind(std::string_view text) {
   begin_ = text.data();
   end_ = begin_ + text.size();
   FindCarriageReturn();
+}
+
+std::size_t LineReader::Remaining() const {
+  const auto held = static_cast<std::size_t>(end_ - begin_);
+  struct stat file {};
+  if (at_end_ || ::fstat(fd_, &file) != 0 || file.st_size <= offset_) return held;
+  return held + static_cast<std::size_t>(file.st_size - offset_);
 }
 
 void LineReader::FindCarriageReturn() {

@@ -40,6 +40,9 @@ class LineReader {
   /// view holds until the next call.
   [[nodiscard]] bool Next(std::string_view& line);
 
+  /// How many bytes are still to come, as far as the file's size tells.
+  [[nodiscard]] std::size_t Remaining() const;
+
   /// errno of the read that failed, or 0.
   [[nodiscard]] int Error() const { return error_; }
 

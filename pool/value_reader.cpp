@@ -5,9 +5,10 @@
 #include <cmath>
 #include <cstdio>
 #include <cstring>
-#include <deque>
+#include <iterator>
 #include <limits>
 #include <new>
+#include <span>
 #include <string>
 #include <type_traits>
 
@@ -88,13 +89,11 @@ class Reader {
     if (!ReadRange(range)) {
       Refuse<INVALID_PARAMETER_VALUE>(" << no correct range for VECTOR or MATRIX\n");
     }
-    std::deque<T> elements = ReadBody<T>(kTypeOf<ARRAY<T>>, range.Length(), [&](long long i) {
-      return std::to_string(range.Start() + i);
-    });
-    if (array.Create(range) != kArrayOk) {
+    if (IsPossibleCount(range.Length()) && array.Create(range) != kArrayOk) {
       Refuse<ERROR_NO_MEMORY>(" << not enough memory to create ARRAY\n");
     }
-    std::move(elements.begin(), elements.end(), array.Elements().begin());
+    ReadBody(kTypeOf<ARRAY<T>>, range.Length(), array.Elements(),
+             [&](long long i) { return std::to_string(range.Start() + i); });
   }
 
   template <class T>
@@ -105,15 +104,14 @@ class Reader {
       Refuse<INVALID_PARAMETER_VALUE>(" << no correct range for MATRIX\n");
     }
     const long long width = columns.Length();
-    std::deque<T> elements =
-        ReadBody<T>(kTypeOf<MATRIX<T>>, rows.Length() * width, [&](long long i) {
-          return std::to_string(rows.Start() + i / width) + "," +
-                 std::to_string(columns.Start() + i % width);
-        });
-    if (matrix.Create(rows, columns) != kArrayOk) {
+    const long long count = rows.Length() * width;
+    if (IsPossibleCount(count) && matrix.Create(rows, columns) != kArrayOk) {
       Refuse<ERROR_NO_MEMORY>(" << not enough memory to create MATRIX\n");
     }
-    std::move(elements.begin(), elements.end(), matrix.Elements().begin());
+    ReadBody(kTypeOf<MATRIX<T>>, count, matrix.Elements(), [&](long long i) {
+      return std::to_string(rows.Start() + i / width) + "," +
+             std::to_string(columns.Start() + i % width);
+    });
   }
 
  private:
@@ -250,14 +248,22 @@ class Reader {
     return found;
   }
 
-  // Reads from the opening to the closing brace. The memory grows with the elements that are really
-  // there: a count in a file is no promise.
+  // Whether the rest of the file can hold so many elements: a count in a file is no promise, and no
+  // memory is taken for one that can not be kept.
+  [[nodiscard]] bool IsPossibleCount(long long count) const {
+    constexpr std::size_t kBytesOfShortestElement = 2;  // a digit and the line end
+    return static_cast<std::size_t>(count) <= lines_.Remaining() / kBytesOfShortestElement;
+  }
+
+  // Reads from the opening to the closing brace. Without room for `count` elements, because there
+  // can not be so many, the body is read only up to where it breaks off.
   template <class T, class NameOfIndex>
-  std::deque<T> ReadBody(ValueType type, long long count, NameOfIndex name_of_index) {
+  void ReadBody(ValueType type, long long count, std::span<T> elements, NameOfIndex name_of_index) {
     const BraceNames names = BraceNamesOf(type);
     in_body_ = true;
     ReadOpeningBrace(names);
-    std::deque<T> elements;
+    const bool has_room = std::ssize(elements) == count;
+    T surplus{};
     for (long long i = 0; i < count; ++i) {
       if (!NextLine()) {
         Refuse<ERROR_PARAMETER_POOL>(" << no value for index ", name_of_index(i),
@@ -268,11 +274,11 @@ class Reader {
         Refuse<ERROR_PARAMETER_POOL>(" << no value for index ", name_of_index(i), "\n");
       }
       if (kIsText<T> && cursor_.Peek() == "}") RefuseEntryCount(type);
-      Parse(elements.emplace_back());
+      Parse(has_room ? elements[static_cast<std::size_t>(i)] : surplus);
       if (kIsText<T> && cursor_.Rest().starts_with('"')) RefuseEntryCount(type);
     }
     ReadClosingBrace<T>(names);
-    return elements;
+    if (!has_room) Refuse<ERROR_NO_MEMORY>(" << not enough memory\n");  // the file has grown
   }
 
   [[noreturn]] void RefuseEntryCount(ValueType type) const {

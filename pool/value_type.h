@@ -3,6 +3,8 @@
 
 #include <cstddef>
 #include <string_view>
+#include <type_traits>
+#include <utility>
 #include <variant>
 
 #include "basic/array.h"
@@ -51,16 +53,14 @@ using PoolValue = std::variant_alternative_t<static_cast<std::size_t>(kType), An
 
 /// The other way round: the type of the entries that hold a `Value`.
 template <class Value>
-inline constexpr ValueType kTypeOf = [] {
+inline constexpr ValueType kTypeOf = []<std::size_t... kIds>(std::index_sequence<kIds...> /*ids*/) {
   constexpr bool kIsValue[] = {
-#define QM_VALUE_TYPE(id, name, ...) std::is_same_v<Value, __VA_ARGS__>,
-#include "pool/value_types.inc"
-#undef QM_VALUE_TYPE
-  };
+      std::is_same_v<Value, std::variant_alternative_t<kIds, AnyValue>>...};
   std::size_t id = 0;
   while (!kIsValue[id]) ++id;  // no value type: not a constant expression, a compile error
   return static_cast<ValueType>(id);
-}();
+}
+(std::make_index_sequence<kValueTypeCount>());
 
 /// Whether a vector or a side of a matrix may have this range: all its indices, and the one before
 /// an empty range, are numbers that an int holds.
