@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 
 #include <cstring>
+#include <new>
 
 #include "basic/errors.h"
 #include "pool/value_reader.h"
@@ -88,7 +89,19 @@ PoolLock PARAMETER_POOL::LockForReading() {
 bool PARAMETER_POOL::Find(std::string_view key, std::string_view& line) {
   RequireOpen();
   if (key.empty() || key.size() > kKeyLimit) return false;
-  lines_.Rewind(Descriptor());
+  try {
+    lines_.Rewind(Descriptor());
+  } catch (const std::bad_alloc&) {
+    FailFor<ERROR_NO_MEMORY>(key, " << not enough memory\n");
+  }
+  if (FindNext(key, line)) return true;
+  if (lines_.Error() != 0) {
+    FailFor<ERROR_CAN_NOT_READ_FILE>(key, " << ", std::strerror(lines_.Error()), "\n");
+  }
+  return false;
+}
+
+bool PARAMETER_POOL::FindNext(std::string_view key, std::string_view& line) {
   while (lines_.Next(line)) {
     // The first characters decide for nearly all lines; only then it is worth to look for the end.
     if (line.front() == key.front() && line.starts_with(key) && IsKeyLine(line) &&
@@ -96,16 +109,35 @@ bool PARAMETER_POOL::Find(std::string_view key, std::string_view& line) {
       return true;
     }
   }
-  if (lines_.Error() != 0) {
-    FailFor<ERROR_CAN_NOT_READ_FILE>(key, " << ", std::strerror(lines_.Error()), "\n");
-  }
   return false;
+}
+
+void PARAMETER_POOL::ExplainFailure() {
+  const auto warn = [this](std::string_view fault) {
+    LogLine(LogLevel::kWarning, "parameter file ", path_, fault);
+  };
+  if (file_.created) warn(" did not exist and was created empty\n");
+  lines_.Rewind(Descriptor());
+  std::string_view line;
+  bool has_line = lines_.Next(line);
+  if (has_line && line.starts_with("\xEF\xBB\xBF")) {
+    warn(" begins with a byte-order mark, which belongs to its first word: save it without\n");
+  }
+  bool is_behind_cr = false;
+  for (; has_line; has_line = lines_.Next(line)) {
+    if (is_behind_cr && line == "\n") {
+      warn(" has line ends CR LF, with which no vector or matrix can be read: save it with LF\n");
+      return;
+    }
+    is_behind_cr = line.back() == '\r';
+  }
 }
 
 std::string_view PARAMETER_POOL::FindType(std::string_view key, TokenCursor& cursor) {
   std::string_view line;
   if (!Find(key, line)) {
     LogLine(not_found_level_, "parameter pool: parameter key >> ", key, " << not found\n");
+    if (not_found_level_ == LogLevel::kAlarm) ExplainFailure();  // else the key may well be missing
     throw PARAMETER_KEY_NOT_FOUND();
   }
   cursor = TokenCursor(line);
@@ -131,7 +163,17 @@ PoolValue<kType> PARAMETER_POOL::Read(std::string_view key) {
   if (FindType(key, cursor) != TypeName(kType)) {
     FailFor<WRONG_PARAMETER_TYPE>(key, " << type ", TypeName(kType), " expected\n");
   }
-  return quellmark::pool::ReadValue<PoolValue<kType>>(key, cursor, lines_);
+  try {
+    auto value = quellmark::pool::ReadValue<PoolValue<kType>>(key, cursor, lines_);
+    if (std::string_view line; FindNext(key, line)) {
+      LogLine(LogLevel::kWarning, "parameter pool: parameter key >> ", key,
+              " << stands twice, the first entry counts\n");
+    }
+    return value;
+  } catch (const ERROR_PARAMETER_POOL&) {
+    ExplainFailure();
+    throw;
+  }
 }
 
 #define QM_VALUE_TYPE(id, name, ...) \

@@ -71,6 +71,8 @@ class PARAMETER_POOL {
   void SetCallerSetting(int setting) { caller_setting_ = setting; }
 
  protected:
+  /// Throws ERROR_ALGORITHM for a closed pool.
+  void RequireOpen() const;
   [[nodiscard]] int Descriptor() const { return file_.fd.Get(); }
   /// Waits for the lock, which is not held afterwards if the wait is used up.
   [[nodiscard]] quellmark::pool::PoolLock Lock(quellmark::pool::PoolLock::Kind kind);
@@ -78,9 +80,12 @@ class PARAMETER_POOL {
  private:
   int OpenAs(const std::string& path,
              quellmark::pool::PoolFile (*open_file)(const std::string& path));
-  void RequireOpen() const;
-  // Scans for the key line; afterwards the reader stands behind it.
+  // Scans the file for the key line; afterwards the reader stands behind it.
   [[nodiscard]] bool Find(std::string_view key, std::string_view& line);
+  // The same from where the reader stands.
+  [[nodiscard]] bool FindNext(std::string_view key, std::string_view& line);
+  // Warns of what is wrong with the file as a whole and may be why an entry can not be read.
+  void ExplainFailure();
   // Finds the entry and gives its type name, with the cursor behind it.
   [[nodiscard]] std::string_view FindType(std::string_view key,
                                           quellmark::pool::TokenCursor& cursor);

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <filesystem>
 #include <limits>
 #include <string>
 
@@ -148,6 +149,59 @@ TEST(PoolRead, PhysicalLines) {
   pool.SetText(key + "kk INT_32 1\n" + key + " INT_32 2\n");
   EXPECT_EQ(pool.Read<ValueType::kInt32>(key), 1);
   EXPECT_FALSE(pool.Has(key + "kk"));
+}
+
+TEST(PoolRead, WarnsOfWhatIsWrongWithTheFile) {
+  const TempDir dir;
+  const struct {
+    const char* text;  // null: no such file
+    const char* said;
+  } rows[] = {
+      {"", ""},
+      {nullptr, " did not exist and was created empty\n"},
+      {"\xEF\xBB\xBFk BOL TRUE\n",
+       " begins with a byte-order mark, which belongs to its first word: save it without\n"},
+      {"a BOL TRUE\r\n",
+       " has line ends CR LF, with which no vector or matrix can be read: save it with LF\n"},
+      {"a BOL TRUE\rb BOL TRUE\n\r", ""}};
+  const std::string missing = "parameter pool: parameter key >> k << not found\n";
+  for (const auto& row : rows) {
+    std::filesystem::remove(dir / "p");
+    if (row.text != nullptr) WriteFile(dir / "p", row.text);
+    const ScopedLog log(LOG::Level::kWarning);
+    PARAMETER_POOL pool;
+    pool.Open(dir / "p");
+    EXPECT_THROW(static_cast<void>(pool.Read<ValueType::kBol>("k")), PARAMETER_KEY_NOT_FOUND);
+    const std::string said =
+        *row.said == '\0' ? "" : "WARN  : parameter file " + (dir / "p") + row.said;
+    EXPECT_EQ(log.Text(), "ALARM : " + missing + said);
+    pool.SetNotFoundLevel(LOG::Level::kInfo);
+    EXPECT_THROW(static_cast<void>(pool.Read<ValueType::kBol>("k")), PARAMETER_KEY_NOT_FOUND);
+    EXPECT_EQ(log.Text(), "ALARM : " + missing + said) << "an optional key may well be missing";
+  }
+  TextPool twice("k INT_32_V 1 1\n{\n1\n}\nkk BOL TRUE\nk BOL FALSE\n");
+  const ScopedLog log;
+  EXPECT_EQ(twice.Read<ValueType::kInt32V>("k")[1], 1);
+  EXPECT_EQ(log.Text(),
+            "WARN  : parameter pool: parameter key >> k << stands twice, the first entry "
+            "counts\n");
+}
+
+TEST(PoolOpen, ForReadingCreatesAndLocksNothing) {
+  const TempDir dir;
+  EXPECT_FAILS(PARAMETER_POOL().OpenForReading(dir / "p"), CAN_NOT_OPEN_POOL,
+               "can not open parameter file " + (dir / "p") + "\n");
+  EXPECT_FALSE(std::filesystem::exists(dir / "p"));
+  WriteFile(dir / "p", "k INT_32 1");
+  ScopedLog log;
+  PARAMETER_POOL pool;
+  pool.OpenForReading(dir / "p");
+  EXPECT_FALSE(pool.IsWritable());
+  PARAMETER_POOL second;
+  second.Open(dir / "p");
+  EXPECT_TRUE(pool.LockForReading().IsHeld() && second.LockForReading().IsHeld());
+  EXPECT_TRUE(pool.IsSameFileAs(second));
+  EXPECT_FALSE(pool.IsSameFileAs(PARAMETER_POOL()));
 }
 
 TEST(PoolRead, ScansTheEntriesOfAText) {
