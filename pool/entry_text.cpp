@@ -1,4 +1,4 @@
-#include "pool/item_writer.h"
+#include "pool/entry_text.h"
 
 #include <algorithm>
 #include <array>
@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstdlib>
 #include <limits>
+#include <new>
 #include <type_traits>
 #include <variant>
 
@@ -108,67 +109,78 @@ void AppendPadded(std::string& line, std::string_view field, std::size_t columns
   if (field.size() < columns) line.append(columns - field.size(), ' ');
 }
 
-std::size_t Indentation(const PARAMETER_POOL_ITEM& item) {
-  constexpr std::size_t kOutdent = 2;  // the braces stand to the left of the value column
-  const std::size_t fields = std::max(item.key.size(), kKeyColumns) + 1 +
-                             std::max(TypeName(item.Type()).size(), kTypeColumns);
-  return std::min(fields - kOutdent, kIndentationLimit);
+template <class Error>
+[[noreturn]] void Refuse(std::string_view key, std::string_view message) {
+  runtime::Fail<Error>("parameter pool: parameter key >> ", key, message);
 }
 
-// Writes the lines of an entry one by one to `line_out`, without their ends.
-template <class LineOut>
+// Appends the lines of an entry to a text.
 class EntryWriter {
  public:
-  EntryWriter(const PARAMETER_POOL_ITEM& item, LineOut& line_out)
-      : indentation_(Indentation(item), ' '), line_out_(line_out) {
-    AppendPadded(line_, item.key, kKeyColumns);
-    line_ += ' ';
-    AppendPadded(line_, TypeName(item.Type()), kTypeColumns);
+  EntryWriter(std::string_view key, ValueType type, std::string& text) : key_(key), text_(text) {
+    AppendPadded(text_, key, kKeyColumns);
+    text_ += ' ';
+    AppendPadded(text_, TypeName(type), kTypeColumns);
+    constexpr std::size_t kOutdent = 2;  // the braces stand to the left of the value column
+    const std::size_t fields = text_.size() - line_begin_;
+    indentation_.assign(std::min(fields - kOutdent, kIndentationLimit), ' ');
   }
 
   void operator()(const NoValue& /*value*/) {}
 
   template <class T>
   void operator()(const T& value) {
-    Append(line_, value);
+    Append(text_, value);
     EndLine();
   }
 
   template <class T>
   void operator()(const ARRAY<T>& array) {
-    AppendRange(line_, array.Range());
+    AppendRange(text_, array.Range());
+    EndLine();
     WriteBody(array.Elements());
   }
 
   template <class T>
   void operator()(const MATRIX<T>& matrix) {
-    AppendRange(line_, matrix.Rows());
-    line_ += '\t';
-    AppendRange(line_, matrix.Columns());
+    AppendRange(text_, matrix.Rows());
+    text_ += '\t';
+    AppendRange(text_, matrix.Columns());
+    EndLine();
     WriteBody(matrix.Elements());
   }
 
  private:
   template <class Elements>
   void WriteBody(const Elements& elements) {
-    EndLine();
-    line_ = indentation_ + "{";
-    EndLine();
+    WriteBrace('{');
     for (const auto& element : elements) {
-      line_ = indentation_;
-      line_ += "  ";
-      Append(line_, element);
+      text_ += indentation_;
+      text_ += "  ";
+      Append(text_, element);
       EndLine();
     }
-    line_ = indentation_ + "}";
+    WriteBrace('}');
+  }
+
+  void WriteBrace(char brace) {
+    text_ += indentation_;
+    text_ += brace;
     EndLine();
   }
 
-  void EndLine() { line_out_(line_); }
+  void EndLine() {
+    text_ += '\n';
+    if (text_.size() - line_begin_ > kLineLimit) {
+      Refuse<INVALID_PARAMETER_VALUE>(key_, " << line too long\n");
+    }
+    line_begin_ = text_.size();
+  }
 
+  std::string_view key_;
+  std::string& text_;
+  std::size_t line_begin_ = text_.size();
   std::string indentation_;
-  std::string line_;
-  LineOut& line_out_;
 };
 
 // Whether the reader takes back what is written for the value.
@@ -219,61 +231,53 @@ bool HoldsTexts(ValueType type) {
          type == ValueType::kStrStrV || type == ValueType::kStrM;
 }
 
-bool FitsLine(std::string_view line) { return line.size() < kLineLimit; }
+void CheckKey(std::string_view key) {
+  constexpr auto kNone = std::string_view::npos;
+  if (key.size() > kKeyLimit) Refuse<PARAMETER_KEY_TOO_LONG>(key, " << key too long\n");
+  if (key.empty() || key.front() == '#' || key.find_first_of(" \t") != kNone ||
+      key.find_first_of(kControlCharacters) != kNone) {
+    Refuse<INVALID_PARAMETER_VALUE>(key, " << no correct key\n");
+  }
+}
 
-template <class Error>
-[[noreturn]] void Refuse(const PARAMETER_POOL_ITEM& item, std::string_view message) {
-  runtime::Fail<Error>("parameter pool: parameter key >> ", item.key, message);
+void AppendComment(std::string_view key, std::string_view comment, std::string& text) {
+  if (comment.find_first_of(kControlCharacters) != std::string_view::npos) {
+    Refuse<INVALID_PARAMETER_VALUE>(key, " << line end in comment\n");
+  }
+  constexpr std::size_t kMarkAndEnd = 2;
+  if (comment.size() + kMarkAndEnd > kLineLimit) {
+    Refuse<INVALID_PARAMETER_VALUE>(key, " << line too long\n");
+  }
+  ((text += '#') += comment) += '\n';
+}
+
+void CheckValue(std::string_view key, const AnyValue& value, ValueType type) {
+  if (!std::visit([](const auto& any) { return HasReadableRange(any); }, value)) {
+    Refuse<INVALID_PARAMETER_VALUE>(key, " << no correct range for VECTOR or MATRIX\n");
+  }
+  if (!std::visit([](const auto& any) { return IsReadable(any); }, value)) {
+    Refuse<INVALID_PARAMETER_VALUE>(
+        key, HoldsTexts(type) ? " << line end in STRING\n" : " << value is not finite\n");
+  }
 }
 
 }  // namespace
 
-void CheckItem(const PARAMETER_POOL_ITEM& item) {
-  constexpr auto kNone = std::string::npos;
-  if (item.key.size() > kKeyLimit) Refuse<PARAMETER_KEY_TOO_LONG>(item, " << key too long\n");
-  if (item.key.empty() || item.key.front() == '#' || item.key.find_first_of(" \t") != kNone ||
-      item.key.find_first_of(kControlCharacters) != kNone) {
-    Refuse<INVALID_PARAMETER_VALUE>(item, " << no correct key\n");
+std::string EntryText(std::string_view key, const AnyValue& value,
+                      const std::vector<std::string>& comments) try {
+  CheckKey(key);
+  const auto type = static_cast<ValueType>(value.index());
+  if (type == ValueType::kUnknown) {
+    Refuse<WRONG_PARAMETER_TYPE>(key, " << type UNKNOWN can not be written\n");
   }
-  if (item.Type() == ValueType::kUnknown) {
-    Refuse<WRONG_PARAMETER_TYPE>(item, " << type UNKNOWN can not be written\n");
-  }
-  for (const std::string& comment : item.comments) {
-    if (comment.find_first_of(kControlCharacters) != kNone) {
-      Refuse<INVALID_PARAMETER_VALUE>(item, " << line end in comment\n");
-    }
-    if (!FitsLine("#" + comment)) Refuse<INVALID_PARAMETER_VALUE>(item, " << line too long\n");
-  }
-  if (!std::visit([](const auto& value) { return HasReadableRange(value); }, item.value)) {
-    Refuse<INVALID_PARAMETER_VALUE>(item, " << no correct range for VECTOR or MATRIX\n");
-  }
-  if (!std::visit([](const auto& value) { return IsReadable(value); }, item.value)) {
-    Refuse<INVALID_PARAMETER_VALUE>(
-        item, HoldsTexts(item.Type()) ? " << line end in STRING\n" : " << value is not finite\n");
-  }
-  if (HoldsTexts(item.Type())) {  // only these lines are of any length
-    const auto check = [&](std::string_view line) {
-      if (!FitsLine(line)) Refuse<INVALID_PARAMETER_VALUE>(item, " << line too long\n");
-    };
-    std::visit(EntryWriter(item, check), item.value);
-  }
-}
-
-void WriteItem(const PARAMETER_POOL_ITEM& item, FileWriter& out) {
-  // The line before may lack its end: an entry is never glued to it.
-  if (!out.IsAtLineStart()) out.Write("\n");
-  for (const std::string& comment : item.comments) {
-    out.Write("#");
-    out.Write(comment);
-    out.Write("\n");
-  }
-  const auto write = [&](std::string_view line) {
-    out.Write(line);
-    out.Write("\n");
-  };
-  std::visit(EntryWriter(item, write), item.value);
-  out.Write("\n");
-  out.Flush();
+  std::string text;
+  for (const std::string& comment : comments) AppendComment(key, comment, text);
+  CheckValue(key, value, type);
+  std::visit(EntryWriter(key, type, text), value);
+  text += '\n';
+  return text;
+} catch (const std::bad_alloc&) {
+  Refuse<ERROR_NO_MEMORY>(key, " << not enough memory\n");
 }
 
 }  // namespace quellmark::pool

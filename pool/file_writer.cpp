@@ -12,16 +12,30 @@ constexpr std::size_t kPiece = 65'536;
 
 }  // namespace
 
+FileWriter::FileWriter() { pending_.reserve(kPiece); }
+
+void FileWriter::Put(std::string_view bytes) {
+  if (error_ == 0 && !runtime::WriteAll(fd_, bytes)) error_ = errno;
+}
+
 void FileWriter::Write(std::string_view bytes) {
-  if (bytes.empty() || error_ != 0) return;
+  if (bytes.empty()) return;
   at_line_start_ = IsLineEnd(bytes.back());
-  pending_ += bytes;
-  if (pending_.size() >= kPiece) Flush();
+  if (pending_.size() + bytes.size() > kPiece) {
+    Put(pending_);
+    pending_.clear();
+  }
+  if (bytes.size() > kPiece) {
+    Put(bytes);
+  } else {
+    pending_ += bytes;
+  }
 }
 
 bool FileWriter::Flush() {
-  if (error_ == 0 && !runtime::WriteAll(fd_, pending_)) error_ = errno;
+  Put(pending_);
   pending_.clear();
+  errno = error_;
   return error_ == 0;
 }
 

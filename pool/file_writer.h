@@ -7,24 +7,29 @@
 namespace quellmark::pool {
 
 /// Collects bytes and writes them to a file in large pieces. The first error stops it for good.
+/// Only the constructor allocates.
 class FileWriter {
  public:
-  /// `fd` stays the caller's.
-  explicit FileWriter(int fd) : fd_(fd) {}
+  FileWriter();
   FileWriter(const FileWriter&) = delete;
   FileWriter& operator=(const FileWriter&) = delete;
 
+  /// To be called before the first Write(); `fd` stays the caller's.
+  void Open(int fd) { fd_ = fd; }
   void Write(std::string_view bytes);
-  /// Writes what is still collected. False after an error.
-  bool Flush();
+  /// Writes what is still collected. False after an error, with errno set to that of the write that
+  /// failed.
+  [[nodiscard]] bool Flush();
 
-  /// errno of the write that failed, or 0.
-  [[nodiscard]] int Error() const { return error_; }
+  /// Whether no write has failed so far.
+  [[nodiscard]] bool IsGood() const { return error_ == 0; }
   /// Whether a text that is written now begins a line.
   [[nodiscard]] bool IsAtLineStart() const { return at_line_start_; }
 
  private:
-  int fd_;
+  void Put(std::string_view bytes);
+
+  int fd_ = -1;
   int error_ = 0;
   bool at_line_start_ = true;
   std::string pending_;

@@ -1,11 +1,12 @@
 #include "pool/parameter_pool_read_write_change.h"
 
-#include <utility>
+#include <new>
 
 #include "basic/errors.h"
-#include "pool/item_writer.h"
+#include "pool/entry_text.h"
 #include "pool/pool_update.h"
 
+using quellmark::pool::AnyValue;
 using quellmark::pool::PoolLock;
 using quellmark::runtime::Fail;
 using quellmark::runtime::LogLine;
@@ -27,39 +28,31 @@ PARAMETER_POOL_READ_WRITE_CHANGE::~PARAMETER_POOL_READ_WRITE_CHANGE() {
   }
 }
 
-void PARAMETER_POOL_READ_WRITE_CHANGE::AddItem(PARAMETER_POOL_ITEM item) {
-  if (pending_.Find(item.key) != pending_.end()) {
-    Fail<PARAMETER_KEY_EXISTS>("parameter pool: parameter key >> ", item.key,
-                               " << already exists\n");
+void PARAMETER_POOL_READ_WRITE_CHANGE::AddValue(std::string_view key, const AnyValue& value,
+                                                const std::vector<std::string>& comments) {
+  if (pending_.Find(key) != nullptr) {
+    Fail<PARAMETER_KEY_EXISTS>("parameter pool: parameter key >> ", key, " << already exists\n");
   }
-  SetItem(std::move(item));
+  SetValue(key, value, comments);
 }
 
-void PARAMETER_POOL_READ_WRITE_CHANGE::SetItem(PARAMETER_POOL_ITEM item) {
+void PARAMETER_POOL_READ_WRITE_CHANGE::SetValue(std::string_view key, const AnyValue& value,
+                                                const std::vector<std::string>& comments) try {
   // What no update could write would be lost in silence.
-  if (!IsOpen()) Fail<ERROR_ALGORITHM>("No file pointer given for parameter pool\n");
-  quellmark::pool::CheckItem(item);
-  const auto found = pending_.Find(item.key);
-  if (found != pending_.end()) {
-    *found = std::move(item);
-  } else {
-    pending_.Append(std::move(item));
-  }
+  RequireOpen();
+  pending_.Set(std::string(key), quellmark::pool::EntryText(key, value, comments));
   update_failed_ = false;
+} catch (const std::bad_alloc&) {
+  Fail<ERROR_NO_MEMORY>("parameter pool: parameter key >> ", key, " << not enough memory\n");
 }
 
-bool PARAMETER_POOL_READ_WRITE_CHANGE::Remove(std::string_view key) {
-  const auto found = pending_.Find(key);
-  if (found == pending_.end()) return false;
-  pending_.Remove(found);
-  return true;
-}
+bool PARAMETER_POOL_READ_WRITE_CHANGE::Remove(std::string_view key) { return pending_.Remove(key); }
 
 void PARAMETER_POOL_READ_WRITE_CHANGE::LockForUpdate() {
   if (!IsOpen() || lock_.IsHeld()) return;
   lock_ = Lock(PoolLock::Kind::kExclusive);
-  update_failed_ = !lock_.IsHeld();
-  if (update_failed_) {
+  if (!lock_.IsHeld()) {
+    update_failed_ = true;
     Fail<NO_UPDATE_PERMISSION_FOR_POOL>("no permission to change pool file: ", Path(), "\n");
   }
 }

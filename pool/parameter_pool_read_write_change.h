@@ -3,6 +3,7 @@
 
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "pool/parameter_pool.h"
@@ -24,15 +25,15 @@ class PARAMETER_POOL_READ_WRITE_CHANGE : public PARAMETER_POOL {
   /// INVALID_PARAMETER_VALUE for what could not be read back, ERROR_ALGORITHM for a closed pool.
   template <ValueType kType>
   void Add(std::string_view key, quellmark::pool::PoolValue<kType> value,
-           std::vector<std::string> comments = {}) {
-    AddItem(MakeItem<kType>(key, std::move(value), std::move(comments)));
+           const std::vector<std::string>& comments = {}) {
+    AddValue(key, AnyValueOf<kType>(std::move(value)), comments);
   }
 
   /// As Add(), but a pending entry of the same key is replaced where it stands in the list.
   template <ValueType kType>
   void Set(std::string_view key, quellmark::pool::PoolValue<kType> value,
-           std::vector<std::string> comments = {}) {
-    SetItem(MakeItem<kType>(key, std::move(value), std::move(comments)));
+           const std::vector<std::string>& comments = {}) {
+    SetValue(key, AnyValueOf<kType>(std::move(value)), comments);
   }
 
   /// Takes a pending entry off the list; the file is not touched. False if the key is not pending.
@@ -58,16 +59,15 @@ class PARAMETER_POOL_READ_WRITE_CHANGE : public PARAMETER_POOL {
   using PARAMETER_POOL::Open;  // another file would get what is pending for this one
 
   template <ValueType kType>
-  static PARAMETER_POOL_ITEM MakeItem(std::string_view key, quellmark::pool::PoolValue<kType> value,
-                                      std::vector<std::string> comments) {
-    return {std::string(key),
-            quellmark::pool::AnyValue(std::in_place_index<static_cast<std::size_t>(kType)>,
-                                      std::move(value)),
-            std::move(comments)};
+  static quellmark::pool::AnyValue AnyValueOf(quellmark::pool::PoolValue<kType> value) {
+    return quellmark::pool::AnyValue(std::in_place_index<static_cast<std::size_t>(kType)>,
+                                     std::move(value));
   }
+  void AddValue(std::string_view key, const quellmark::pool::AnyValue& value,
+                const std::vector<std::string>& comments);
+  void SetValue(std::string_view key, const quellmark::pool::AnyValue& value,
+                const std::vector<std::string>& comments);
   void CloseFile();
-  void AddItem(PARAMETER_POOL_ITEM item);
-  void SetItem(PARAMETER_POOL_ITEM item);
 
   PARAMETER_POOL_LIST pending_;
   quellmark::pool::PoolLock lock_;

@@ -43,8 +43,9 @@ PoolFile OpenPoolFileForReading(const std::string& path) {
   return {.fd = OpenRegular(path, O_RDONLY)};
 }
 
-basic::UniqueFd CreateTemporary(const std::string& directory, std::string& path) {
-  path = directory + "/pool_XXXXXX";
+std::string TemporaryTemplate(const std::string& directory) { return directory + "/pool_XXXXXX"; }
+
+basic::UniqueFd CreateTemporary(std::string& path) noexcept {
   return basic::UniqueFd(::mkostemp(path.data(), O_CLOEXEC));
 }
 

@@ -21,9 +21,12 @@ struct PoolFile {
 /// Opens a regular file for reading; nothing is created.
 [[nodiscard]] PoolFile OpenPoolFileForReading(const std::string& path);
 
-/// Creates a file with a unique name "DIRECTORY/pool_XXXXXX" and gives the name in `path`. Not open
-/// on failure, with errno set.
-[[nodiscard]] basic::UniqueFd CreateTemporary(const std::string& directory, std::string& path);
+/// What the unique names of temporary files are made of: "DIRECTORY/pool_XXXXXX".
+[[nodiscard]] std::string TemporaryTemplate(const std::string& directory);
+
+/// Creates a file and puts its unique name into `path`, which holds a template. Not open on
+/// failure, with errno set.
+[[nodiscard]] basic::UniqueFd CreateTemporary(std::string& path) noexcept;
 
 /// The directory part of the first 1000 characters of `path`.
 [[nodiscard]] std::string DirectoryOf(const std::string& path);

@@ -1,31 +1,65 @@
 // What waits to be written into a pool.
 #pragma once
 
-#include <algorithm>
+#include <iterator>
 #include <string>
 #include <string_view>
-#include <vector>
+#include <unordered_map>
+#include <utility>
 
 #include "basic/list.h"
-#include "pool/value_type.h"
 
-/// An entry to be written: its value has the type of the entry.
+/// An entry to be written.
 struct PARAMETER_POOL_ITEM {
   std::string key;
-  quellmark::pool::AnyValue value;
-  std::vector<std::string> comments;  ///< the lines above the entry, without "#" and line end
-
-  [[nodiscard]] quellmark::pool::ValueType Type() const {
-    return static_cast<quellmark::pool::ValueType>(value.index());
-  }
+  std::string text;        ///< its lines as they will stand in the file, comments included
+  bool is_placed = false;  ///< an update's mark: already written at the place of an older entry
 };
 
 /// The pending entries in the order in which they were added; each key occurs once.
-class PARAMETER_POOL_LIST : public LIST<PARAMETER_POOL_ITEM> {
+class PARAMETER_POOL_LIST {
  public:
-  /// end() if there is none.
-  [[nodiscard]] iterator Find(std::string_view key) {
-    return std::find_if(begin(), end(),
-                        [key](const PARAMETER_POOL_ITEM& item) { return item.key == key; });
+  using Items = LIST<PARAMETER_POOL_ITEM>;
+
+  /// nullptr if there is none. Takes the same time for any number of entries.
+  [[nodiscard]] PARAMETER_POOL_ITEM* Find(std::string_view key) {
+    const auto found = places_.find(key);
+    return found != places_.end() ? &*found->second : nullptr;
   }
+  /// Replaces the text of the pending entry of this key, or adds one at the end.
+  void Set(std::string key, std::string text) {
+    if (PARAMETER_POOL_ITEM* const item = Find(key)) {
+      item->text = std::move(text);
+      return;
+    }
+    items_.Append({std::move(key), std::move(text)});
+    const auto last = std::prev(items_.end());
+    try {
+      places_.emplace(last->key, last);
+    } catch (...) {
+      items_.Remove(last);
+      throw;
+    }
+  }
+  /// False if the key is not pending.
+  bool Remove(std::string_view key) {
+    const auto found = places_.find(key);
+    if (found == places_.end()) return false;
+    const auto item = found->second;
+    places_.erase(found);
+    items_.Remove(item);
+    return true;
+  }
+  void Clear() {
+    places_.clear();
+    items_.Clear();
+  }
+
+  [[nodiscard]] bool IsEmpty() const { return items_.IsEmpty(); }
+  [[nodiscard]] Items::iterator begin() { return items_.begin(); }
+  [[nodiscard]] Items::iterator end() { return items_.end(); }
+
+ private:
+  Items items_;
+  std::unordered_map<std::string_view, Items::iterator> places_;  // by the items' own keys
 };

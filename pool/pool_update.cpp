@@ -4,16 +4,16 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
-#include <array>
 #include <cerrno>
+#include <csignal>
 #include <cstring>
-#include <vector>
+#include <ctime>
+#include <initializer_list>
+#include <new>
+#include <string_view>
 
 #include "basic/errors.h"
-#include "basic/unique_fd.h"
 #include "pool/file_writer.h"
-#include "pool/item_writer.h"
 #include "pool/line_reader.h"
 #include "pool/pool_file.h"
 #include "runtime/log.h"
@@ -28,48 +28,64 @@ using runtime::Fail;
 using runtime::LogLevel;
 using runtime::LogLine;
 
-// Copies the pool line by line; an entry whose key is pending gives way to the pending one, and
-// what has no place in the pool follows at the end. Gives whether all was read and written.
-bool Merge(int pool_fd, const PARAMETER_POOL_LIST& pending, int copy_fd) {
-  std::vector<const PARAMETER_POOL_ITEM*> left;
-  for (const PARAMETER_POOL_ITEM& item : pending) left.push_back(&item);
-  LineReader lines;
-  lines.Rewind(pool_fd);
-  FileWriter copy(copy_fd);
-  bool dropping = false;  // within an entry that was replaced
-  std::string_view line;
-  while (copy.Error() == 0 && lines.Next(line)) {
-    if (IsKeyLine(line)) {
-      const auto found =
-          std::find_if(left.begin(), left.end(),
-                       [key = KeyOf(line)](const auto* item) { return item->key == key; });
-      dropping = found != left.end();
-      if (dropping) {
-        WriteItem(**found, copy);
-        left.erase(found);
-      }
-    } else if (line.front() == '#') {
-      dropping = false;  // a comment belongs to the entry below it
-    }
-    if (!dropping) copy.Write(line);
+// Merges pending entries into a copy of a pool. Only the constructor allocates: when a copy exists,
+// nothing but the disk can fail.
+class Merger {
+ public:
+  Merger(int pool_fd, PARAMETER_POOL_LIST& pending) : pending_(pending) {
+    lines_.Rewind(pool_fd);
+    for (PARAMETER_POOL_ITEM& item : pending_) item.is_placed = false;
   }
-  for (const PARAMETER_POOL_ITEM* item : left) WriteItem(*item, copy);
-  return copy.Flush() && lines.Error() == 0;
-}
 
-// To empty the pool frees no more than it holds: without room for what it grows by, it would end
-// cut off on a full disk. The copy takes that room while the pool is still whole, and gives it
-// back.
+  // Copies the pool line by line; an entry whose key is pending gives way to the pending one, and
+  // what has no place in the pool follows at the end. Returns whether all was read and written, or
+  // sets errno.
+  bool Run(int copy_fd) {
+    copy_.Open(copy_fd);
+    bool dropping = false;  // within an entry that was replaced
+    std::string_view line;
+    while (copy_.IsGood() && lines_.Next(line)) {
+      if (IsKeyLine(line)) {
+        dropping = Place(pending_.Find(KeyOf(line)));
+      } else if (line.front() == '#') {
+        dropping = false;  // a comment belongs to the entry below it
+      }
+      if (!dropping) copy_.Write(line);
+    }
+    for (PARAMETER_POOL_ITEM& item : pending_) Place(&item);
+    if (!copy_.Flush()) return false;
+    errno = lines_.Error();
+    return errno == 0;
+  }
+
+ private:
+  bool Place(PARAMETER_POOL_ITEM* item) {
+    if (item == nullptr || item->is_placed) return false;
+    // The line before may lack its end: an entry is never glued to it.
+    if (!copy_.IsAtLineStart()) copy_.Write("\n");
+    copy_.Write(item->text);
+    item->is_placed = true;
+    return true;
+  }
+
+  PARAMETER_POOL_LIST& pending_;
+  LineReader lines_;
+  FileWriter copy_;
+};
+
+// Truncating the pool frees only its current size. If the new content needs more blocks, a full
+// disk could cut it off, so the difference is reserved behind the copy's end, and given back for
+// the pool to take. A file system that can not reserve tells nothing.
 bool HasRoomToGrow(int pool_fd, int copy_fd) {
   struct stat pool {};
   struct stat copy {};
   if (::fstat(pool_fd, &pool) != 0 || ::fstat(copy_fd, &copy) != 0) return false;
-  if (copy.st_size <= pool.st_size) return true;
-  static constexpr std::array<char, 4096> kFiller{};
-  off_t growth = copy.st_size - pool.st_size + 2 * copy.st_blksize;
-  for (; growth > 0; growth -= static_cast<off_t>(kFiller.size())) {
-    const auto size = std::min(static_cast<std::size_t>(growth), kFiller.size());
-    if (!runtime::WriteAll(copy_fd, {kFiller.data(), size})) return false;
+  const off_t block = copy.st_blksize;
+  const auto blocks = [block](off_t size) { return (size + block - 1) / block; };
+  const off_t growth = (blocks(copy.st_size) - blocks(pool.st_size)) * block;
+  if (growth <= 0) return true;
+  if (::fallocate(copy_fd, FALLOC_FL_KEEP_SIZE, blocks(copy.st_size) * block, growth) != 0) {
+    return errno != ENOSPC && errno != EDQUOT;
   }
   return ::ftruncate(copy_fd, copy.st_size) == 0;
 }
@@ -81,39 +97,83 @@ void FlushDirectory(const std::string& directory) {
   if (fd.IsOpen()) static_cast<void>(::fsync(fd.Get()));
 }
 
-bool CopyAll(int from, int to) {
-  std::array<char, 65'536> block;
-  for (;;) {
-    const ssize_t got = ::read(from, block.data(), block.size());
-    if (got < 0 && errno == EINTR) continue;
-    if (got <= 0) return got == 0;
-    if (!runtime::WriteAll(to, {block.data(), static_cast<std::size_t>(got)})) return false;
-  }
+// A write beyond the limit of file sizes fails and is reported. Its signal, which is held back,
+// would end the program as soon as the update is over.
+void DropSizeSignal() {
+  sigset_t size_signal;
+  ::sigemptyset(&size_signal);
+  ::sigaddset(&size_signal, SIGXFSZ);
+  const timespec no_wait{};
+  static_cast<void>(::sigtimedwait(&size_signal, nullptr, &no_wait));
 }
+
+// While a pool is not whole, the log's file names the copy, whatever its threshold: a kill leaves
+// the line there. When the pool is whole again the line is taken back, unless something was logged
+// behind it.
+class CopyNote {
+ public:
+  CopyNote(const std::string& copy_path, const std::string& path) {
+    const LOG& log = runtime::Log();
+    if (log.FileThreshold() <= LogLevel::kDebug || log.FilePath().empty()) return;
+    struct stat status {};
+    fd_.Reset(::open(log.FilePath().c_str(), O_WRONLY | O_APPEND | O_CLOEXEC | O_NONBLOCK));
+    if (!fd_.IsOpen() || ::fstat(fd_.Get(), &status) != 0 || !S_ISREG(status.st_mode)) return;
+    begin_ = end_ = status.st_size;
+    for (const std::string_view piece :
+         {std::string_view("WARN  : the complete parameter pool is:"), std::string_view(copy_path),
+          std::string_view(" until it is copied to "), std::string_view(path),
+          std::string_view("\n")}) {
+      if (runtime::WriteQuietly(fd_.Get(), piece)) end_ += static_cast<off_t>(piece.size());
+    }
+  }
+  CopyNote(const CopyNote&) = delete;
+  CopyNote& operator=(const CopyNote&) = delete;
+
+  void TakeBack() {
+    struct stat status {};
+    if (end_ > begin_ && ::fstat(fd_.Get(), &status) == 0 && status.st_size == end_) {
+      static_cast<void>(::ftruncate(fd_.Get(), begin_));
+    }
+  }
+
+ private:
+  UniqueFd fd_;
+  off_t begin_ = 0;
+  off_t end_ = 0;
+};
 
 }  // namespace
 
-void PoolUpdate::Run(const PARAMETER_POOL_LIST& pending) {
-  // A signal would leave a cut-off pool behind, or a copy that nobody needs.
+void PoolUpdate::Run(PARAMETER_POOL_LIST& pending) {
   const runtime::SignalHold hold;
   MakeCopy(pending);
   WriteBack();
 }
 
-void PoolUpdate::MakeCopy(const PARAMETER_POOL_LIST& pending) {
-  UniqueFd copy = CreateTemporary(directory_, copy_path_);
+void PoolUpdate::MakeCopy(PARAMETER_POOL_LIST& pending) try {
+  Merger merger(fd_, pending);
+  copy_path_ = TemporaryTemplate(directory_);
+  UniqueFd copy = CreateTemporary(copy_path_);
   if (!copy.IsOpen()) {
     LogLine(LogLevel::kAlarm, std::strerror(errno), "\n");
     Fail<NO_UPDATE_PERMISSION_FOR_POOL>("no permission to change pool file: ", path_, "\n");
   }
-  const bool merged =
-      Merge(fd_, pending, copy.Get()) && HasRoomToGrow(fd_, copy.Get()) && ::fsync(copy.Get()) == 0;
-  if (copy.Close() != 0 || !merged) {
+  bool is_complete =
+      merger.Run(copy.Get()) && HasRoomToGrow(fd_, copy.Get()) && ::fsync(copy.Get()) == 0;
+  const int error = errno;
+  if (!is_complete) DropSizeSignal();
+  is_complete = copy.Close() == 0 && is_complete;
+  if (!is_complete) {
+    LogLine(LogLevel::kWarning, "can not write ", copy_path_, ": ",
+            std::strerror(error != 0 ? error : errno), "\n");
     LogLine(LogLevel::kAlarm, "can not update parameter pool: ", path_, "\n");
     LogLine(LogLevel::kAlarm, "the corrupted parameter pool is:", copy_path_, "\n");
     Fail<CORRUPTED_PARAMETER_POOL>("the original parameter pool is NOT CHANGED !!\n");
   }
   FlushDirectory(directory_);
+} catch (const std::bad_alloc&) {
+  LogLine(LogLevel::kAlarm, "can not update parameter pool: ", path_, "\n");
+  Fail<ERROR_NO_MEMORY>("not enough memory\n");
 }
 
 void PoolUpdate::WriteBack() {
@@ -123,19 +183,24 @@ void PoolUpdate::WriteBack() {
     LogLine(LogLevel::kAlarm, std::strerror(errno), "\n");
     Fail<ERROR_I_O>("Error opening file ", copy_path_, "\n");
   }
-  if (::lseek(fd_, 0, SEEK_SET) != 0 || ::ftruncate(fd_, 0) != 0) FailWritingBack();
-  touched_pool_ = true;
-  if (!CopyAll(copy.Get(), fd_) || ::fsync(fd_) != 0) FailWritingBack();
+  CopyNote note(copy_path_, path_);
+  if (!Refill(copy.Get())) {
+    const int error = errno;
+    DropSizeSignal();
+    LogLine(LogLevel::kAlarm, "can not update pool ", path_, "\n");
+    LogLine(LogLevel::kAlarm, std::strerror(error), "\n");
+    Fail<ERROR_PARAMETER_POOL>("the complete parameter pool is:", copy_path_, "\n");
+  }
+  note.TakeBack();
   if (::unlink(copy_path_.c_str()) != 0) {
     LogLine(LogLevel::kWarning, "can not remove ", copy_path_, ": ", std::strerror(errno), "\n");
   }
 }
 
-void PoolUpdate::FailWritingBack() {
-  const int error = errno;
-  LogLine(LogLevel::kAlarm, "can not update pool ", path_, "\n");
-  LogLine(LogLevel::kAlarm, std::strerror(error), "\n");
-  Fail<ERROR_PARAMETER_POOL>("the complete parameter pool is:", copy_path_, "\n");
+bool PoolUpdate::Refill(int copy_fd) {
+  if (::lseek(fd_, 0, SEEK_SET) != 0 || ::ftruncate(fd_, 0) != 0) return false;
+  touched_pool_ = true;
+  return runtime::CopyAll(copy_fd, fd_) && ::fsync(fd_) == 0;
 }
 
 }  // namespace quellmark::pool

@@ -20,6 +20,7 @@
 #include "runtime/streams.h"
 
 using quellmark::basic::UniqueFd;
+using quellmark::runtime::CopyAll;
 using quellmark::runtime::LogLevelTag;
 using quellmark::runtime::SignalHold;
 using quellmark::runtime::WriteAll;
@@ -86,17 +87,6 @@ UniqueFd OpenForWriting(const std::string& path) {
                      0666));
   if (fd.IsOpen()) static_cast<void>(::fcntl(fd.Get(), F_SETFL, O_APPEND));
   return fd;
-}
-
-// Copies all of `from`; false if not every byte arrived.
-bool CopyAll(int from, int to) {
-  std::array<char, 8192> block;
-  while (true) {
-    const ssize_t got = ::read(from, block.data(), block.size());
-    if (got == 0) return true;
-    if (got < 0 && errno == EINTR) continue;
-    if (got < 0 || !WriteQuietly(to, {block.data(), static_cast<std::size_t>(got)})) return false;
-  }
 }
 
 // From within a signal handler: a screen that takes nothing (a full pipe, a stopped terminal) must

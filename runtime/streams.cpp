@@ -4,6 +4,7 @@
 #include <poll.h>
 #include <unistd.h>
 
+#include <array>
 #include <cerrno>
 #include <csignal>
 
@@ -42,6 +43,16 @@ bool IsWritingQuietly() noexcept { return writing_quietly != 0; }
 void IgnoreWriteSignals() noexcept {
   static_cast<void>(std::signal(SIGPIPE, SIG_IGN));
   static_cast<void>(std::signal(SIGXFSZ, SIG_IGN));
+}
+
+bool CopyAll(int from, int to) noexcept {
+  std::array<char, 65'536> block;
+  for (;;) {
+    const ssize_t got = ::read(from, block.data(), block.size());
+    if (got < 0 && errno == EINTR) continue;
+    if (got <= 0) return got == 0;
+    if (!WriteQuietly(to, {block.data(), static_cast<std::size_t>(got)})) return false;
+  }
 }
 
 void EnsureStandardStreams() noexcept {

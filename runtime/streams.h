@@ -19,6 +19,10 @@ bool WriteQuietly(int fd, std::string_view bytes) noexcept;
 /// process. A handler of SIGXFSZ that is installed later must ask IsWritingQuietly().
 void IgnoreWriteSignals() noexcept;
 
+/// Copies what is left to read of a file to another one, with WriteQuietly(); false, with errno
+/// set, if not every byte arrived.
+[[nodiscard]] bool CopyAll(int from, int to) noexcept;
+
 /// Opens "/dev/null" for each of the descriptors 0 to 2 that is closed, so that no file opened
 /// later becomes the standard output.
 void EnsureStandardStreams() noexcept;

@@ -1,5 +1,8 @@
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
+#include <filesystem>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -7,6 +10,7 @@
 
 #include "basic/errors.h"
 #include "pool/parameter_pool_read_write_change.h"
+#include "tests/support/allocation_counter.h"
 #include "tests/support/expect_fails.h"
 #include "tests/support/files.h"
 
@@ -123,6 +127,56 @@ TEST(PoolUpdate, WithoutAPlaceForTheCopy) {
     pool.Set<ValueType::kInt32>("b", 2);
   }  // what was pending still is, and nobody was told that what came later is not written
   EXPECT_EQ(ReadFile(dir / "d/p"), "# c\n" + Entry("a", 1) + Entry("b", 2));
+}
+
+// Memory for ever more allocations: until there is enough, each failure leaves the pool as it is
+// and no copy beside it, and what was pending still is.
+TEST(PoolUpdate, OutOfMemory) {
+  const ScopedLog log;
+  const TempDir dir;
+  const std::string key(20, 'k');
+  std::string text = "# c\nv INT_32_V 1 1\n {\n 3\n }\n";
+  WriteFile(dir / "p", text);
+  PARAMETER_POOL_READ_WRITE_CHANGE pool(dir / "p");
+  const auto count_failures = [&](auto operation) {
+    for (int count = 0;; ++count) {
+      try {
+        const quellmark::test::AllocationLimit limit(static_cast<std::size_t>(count));
+        operation();
+        return count;
+      } catch (const ERROR_NO_MEMORY&) {
+      }
+      EXPECT_THAT(log.Text(), ::testing::ContainsRegex("not enough memory( to create ARRAY)?\n$"));
+      EXPECT_EQ(ReadFile(dir / "p"), text);
+      EXPECT_EQ(std::distance(std::filesystem::directory_iterator(dir.Path()), {}), 1);
+    }
+  };
+  EXPECT_GE(count_failures([&] { static_cast<void>(pool.Read<ValueType::kInt32V>("v")); }), 2);
+  EXPECT_GE(count_failures([&] { pool.Set<ValueType::kInt32>(key, 1); }), 3);
+  EXPECT_GE(count_failures([&] { pool.Update(); }), 3);
+  EXPECT_EQ(ReadFile(dir / "p"), text + Entry(key, 1));
+}
+
+TEST(PoolUpdate, NewPoolsAreForEverybody) {
+  const ScopedLog log;
+  const TempDir dir;
+  const mode_t saved = ::umask(0);
+  PARAMETER_POOL().Open(dir / "p");
+  ::umask(saved);
+  using std::filesystem::perms;
+  EXPECT_EQ(std::filesystem::status(dir / "p").permissions(),
+            perms::all & ~(perms::owner_exec | perms::group_exec | perms::others_exec));
+}
+
+TEST(PoolUpdate, CloseClosesAlsoWhenTheUpdateFails) {
+  const ScopedLog log;
+  const TempDir dir;
+  std::filesystem::create_directory(dir / "d");
+  PARAMETER_POOL_READ_WRITE_CHANGE pool(dir / "d/p");
+  pool.Set<ValueType::kInt32>("a", 1);
+  std::filesystem::rename(dir / "d", dir / "e");
+  EXPECT_THROW(pool.Close(), NO_UPDATE_PERMISSION_FOR_POOL);
+  EXPECT_FALSE(pool.IsOpen());
 }
 
 }  // namespace
