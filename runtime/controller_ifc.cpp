@@ -1,17 +1,20 @@
 #include "runtime/controller_ifc.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <charconv>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
+#include <ctime>
 #include <span>
 
 #include "basic/errors.h"
-#include "basic/unique_fd.h"
 #include "runtime/log.h"
 #include "runtime/signal_hold.h"
 #include "runtime/streams.h"
@@ -79,25 +82,44 @@ void InstallSignalStack() {
   static_cast<void>(::sigaltstack(&own, nullptr));
 }
 
-// Replaces the content of a status file by one digit, written by `write`. The file is not emptied
-// first: who reads it meanwhile, or after the disk was full, finds a digit.
-bool WriteStatusFile(const char* path, char digit, bool (*write)(int, std::string_view)) {
-  const int fd = ::open(path, O_WRONLY | O_CREAT | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, 0666);
+// Writes the digit into a new file; nothing is left of one that could not be written.
+bool WriteBeside(const char* path, char digit) {
+  const int fd = ::open(path, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0666);
   if (fd < 0) return false;
-  const bool whole = write(fd, {&digit, 1}) && ::ftruncate(fd, 1) == 0;
-  return ::close(fd) == 0 && whole;
+  const bool written = quellmark::runtime::WriteQuietly(fd, {&digit, 1});
+  if (::close(fd) == 0 && written) return true;
+  static_cast<void>(::unlink(path));
+  return false;
 }
 
-// Removes one status file and leaves the digit in the other.
-void ExchangeStatusFiles(const char* gone, const char* left, char digit) {
-  static_cast<void>(::unlink(gone));
-  if (!WriteStatusFile(left, digit, quellmark::runtime::WriteQuietly)) {
-    LogLine(LogLevel::kWarning, "Can not create file ", left);
-  }
+// Changes the digit of a status file that exists: for a full disk or a directory that takes no new
+// file. Its one byte needs no room.
+bool Overwrite(const char* path, char digit) {
+  const int fd = ::open(path, O_WRONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK | O_NOFOLLOW);
+  if (fd < 0) return false;
+  struct stat status {};
+  const bool written = ::fstat(fd, &status) == 0 && S_ISREG(status.st_mode) &&
+                       quellmark::runtime::WriteQuietly(fd, {&digit, 1}) && ::ftruncate(fd, 1) == 0;
+  return ::close(fd) == 0 && written;
 }
 
-[[noreturn]] void FailTooLong(std::string_view parameter) {
-  Fail<ERROR_PARAMETER>("value of ", parameter, " is too long for a path of 255 characters");
+// What became of an exchange of status files: 0, or the error of the step.
+struct Exchange {
+  int remove_error = 0;
+  bool is_left = false;
+};
+
+// Removes the status file `gone` and leaves the digit in `left`. The digit is written beside and
+// renamed, so nobody finds a status file empty; between the two there is none for a moment. Safe in
+// a signal handler.
+Exchange ExchangeFiles(const char* beside, const char* gone, const char* left, char digit) {
+  Exchange done;
+  const bool prepared = WriteBeside(beside, digit);
+  if (::unlink(gone) != 0 && errno != ENOENT && errno != ENOTDIR) done.remove_error = errno;
+  done.is_left = prepared && ::rename(beside, left) == 0;
+  if (prepared && !done.is_left) static_cast<void>(::unlink(beside));
+  if (!done.is_left) done.is_left = Overwrite(left, digit);
+  return done;
 }
 
 unsigned InputSeconds() {
@@ -124,17 +146,6 @@ void LetAlarmEndTheProcess() {
   Unblock(std::array{SIGALRM});
 }
 
-bool IsBlank(int c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
-
-// The next word of the standard input; false at its end.
-bool ReadWord(std::string& word) {
-  word.clear();
-  int c = ::getc_unlocked(stdin);
-  while (c != EOF && IsBlank(c)) c = ::getc_unlocked(stdin);
-  for (; c != EOF && !IsBlank(c); c = ::getc_unlocked(stdin)) word += static_cast<char>(c);
-  return !word.empty();
-}
-
 std::string_view LastComponent(std::string_view path) { return path.substr(path.rfind('/') + 1); }
 
 }  // namespace
@@ -151,6 +162,12 @@ bool PathBuffer::Assign(std::initializer_list<std::string_view> pieces) {
   return true;
 }
 
+void PathBuffer::AssignOrFail(std::initializer_list<std::string_view> pieces,
+                              std::string_view parameter) {
+  if (Assign(pieces)) return;
+  Fail<ERROR_PARAMETER>("value of ", parameter, " is too long for a path of 255 characters");
+}
+
 std::string_view SignalName(int number) {
   const auto index = static_cast<std::size_t>(number) - 1;
   return index < kSignalNames.size() ? kSignalNames[index] : std::string_view();
@@ -158,7 +175,7 @@ std::string_view SignalName(int number) {
 
 }  // namespace quellmark::runtime
 
-CONTROLLER_IFC::CONTROLLER_IFC() { Log().Initialise(); }
+CONTROLLER_IFC::CONTROLLER_IFC() noexcept { Log().Initialise(); }
 
 CONTROLLER_IFC::~CONTROLLER_IFC() {
   CONTROLLER_IFC* self = this;
@@ -179,7 +196,7 @@ void CONTROLLER_IFC::init(int argc, char** argv, int message_mode) {
   MoveLog();
   SetThresholds();
   ObeyStopFile();
-  ExchangeStatusFiles(ok_file_.Text(), error_file_.Text(), '1');
+  ExchangeStatusFiles(ok_file_, error_file_, '1');
 }
 
 std::string CONTROLLER_IFC::get_binary_name() {
@@ -229,55 +246,77 @@ void CONTROLLER_IFC::HandleSignal(int number, siginfo_t* info, void* /*context*/
                                              " got fatal signal ", digits});
   }
   if (controller->status_files_known_) {
-    static_cast<void>(::unlink(controller->ok_file_.Text()));
-    const char* const error_file = controller->error_file_.Text();
-    if (!WriteStatusFile(error_file, '1', quellmark::runtime::WriteAll)) {
-      Log().WriteFromSignal(LogLevel::kWarning, {"Can not create file ", error_file});
+    const char* const beside = controller->beside_file_.data();
+    static_cast<void>(::unlink(beside));  // of an exchange that the signal has interrupted
+    const PathBuffer& ok = controller->ok_file_;
+    const PathBuffer& error = controller->error_file_;
+    const Exchange done = ExchangeFiles(beside, ok.Text(), error.Text(), '1');
+    if (done.remove_error != 0) {
+      Log().WriteFromSignal(LogLevel::kWarning, {"Can not remove file ", ok.View()});
+    }
+    if (!done.is_left) {
+      Log().WriteFromSignal(LogLevel::kWarning, {"Can not create file ", error.View()});
     }
   }
   ::_exit(EXIT_FAILURE);
 }
 
-void CONTROLLER_IFC::SetProcessName(std::string_view name, std::string_view parameter) {
-  {
-    const SignalHold hold;
-    if (!process_name_.Assign({name})) FailTooLong(parameter);
-    named_ = true;
+void CONTROLLER_IFC::ExchangeStatusFiles(const PathBuffer& gone, const PathBuffer& left,
+                                         char digit) const {
+  const Exchange done = ExchangeFiles(beside_file_.data(), gone.Text(), left.Text(), digit);
+  if (done.remove_error != 0) {
+    LogLine(LogLevel::kWarning, "Can not remove file ", gone.View(), ": ",
+            std::strerror(done.remove_error));
   }
+  if (!done.is_left) LogLine(LogLevel::kWarning, "Can not create file ", left.View());
+}
+
+void CONTROLLER_IFC::SetProcessName(std::string_view name, std::string_view parameter) {
+  const SignalHold hold;
+  process_name_.AssignOrFail({name}, parameter);
+  named_ = true;
   Log().SetProcessName(name);
 }
 
 void CONTROLLER_IFC::FindProcessName() {
   SetProcessName(argc_ > 0 ? LastComponent(argv_[0]) : "unknown", "argument 0");
-  std::string name;
-  pid_given_ = GetOptionalParameter("pid", name);
+  std::string_view name;
+  pid_given_ = FindEarly("pid", name);
   if (pid_given_) SetProcessName(name, "parameter pid");
   LogLine(LogLevel::kTrace, "binary name is ", process_name_.View());
 }
 
 void CONTROLLER_IFC::FindStatusFiles() {
-  std::string directory;
-  const bool status_given = GetOptionalParameter("status", directory);
-  if (!directory.empty() && directory.back() != '/') directory += '/';
-  LogLine(LogLevel::kTrace, "status path is [", directory, "]\n");
+  std::string_view directory;
+  const bool given = FindEarly("status", directory);
+  const std::string_view slash = directory.empty() || directory.ends_with('/') ? "" : "/";
+  LogLine(LogLevel::kTrace, "status path is [", directory, slash, "]\n");
 
   const std::string_view name = process_name_.View();
-  // "ERROR." is the longest of the three.
-  if (!error_file_.Assign({directory, "ERROR.", name})) {
-    if (status_given && directory.size() > name.size()) FailTooLong("parameter status");
-    FailTooLong(NameSource());
-  }
-  static_cast<void>(ok_file_.Assign({directory, "OK.", name}));
-  static_cast<void>(stop_file_.Assign({directory, "STOP.", name}));
+  const bool blame_directory = given && directory.size() + slash.size() > name.size();
+  const std::string_view blamed = blame_directory ? "parameter status" : NameSource();
+  error_file_.AssignOrFail({directory, slash, "ERROR.", name}, blamed);
+  ok_file_.AssignOrFail({directory, slash, "OK.", name}, blamed);
+  stop_file_.AssignOrFail({directory, slash, "STOP.", name}, blamed);
+  NameBesideFile(error_file_.View().substr(0, directory.size() + slash.size()));
   status_files_known_ = true;
 }
 
+// A name that no other process uses in a directory that hosts may share.
+void CONTROLLER_IFC::NameBesideFile(std::string_view directory) {
+  timespec now{};
+  static_cast<void>(::clock_gettime(CLOCK_REALTIME, &now));
+  static_cast<void>(std::snprintf(beside_file_.data(), beside_file_.size(), "%.*s.status.%ld.%09ld",
+                                  static_cast<int>(directory.size()), directory.data(),
+                                  static_cast<long>(::getpid()), static_cast<long>(now.tv_nsec)));
+}
+
 void CONTROLLER_IFC::OpenConfigurationFile() {
-  std::string path;
-  if (GetOptionalParameter("pcf", path)) {
-    if (!configuration_.Assign({path})) FailTooLong("parameter pcf");
+  std::string_view path;
+  if (FindEarly("pcf", path)) {
+    configuration_.AssignOrFail({path}, "parameter pcf");
   } else {
-    if (!configuration_.Assign({"pcf.", process_name_.View()})) FailTooLong(NameSource());
+    configuration_.AssignOrFail({"pcf.", process_name_.View()}, NameSource());
   }
   static_cast<void>(configuration_file_.Open(configuration_.Text()));
 }
@@ -288,12 +327,11 @@ void CONTROLLER_IFC::MoveLog() {
   std::string path;
   PathBuffer log_file;
   if (GetOptionalParameter("lfn", path)) {
-    if (!log_file.Assign({path})) FailTooLong("parameter lfn");
+    log_file.AssignOrFail({path}, "parameter lfn");
   } else if (HasParameter("pid") || Log().FilePath().empty()) {
-    if (!log_file.Assign({"log.", process_name_.View()})) FailTooLong(NameSource());
+    log_file.AssignOrFail({"log.", process_name_.View()}, NameSource());
   } else {
-    path = Log().FilePath();
-    static_cast<void>(log_file.Assign({path}));
+    static_cast<void>(log_file.Assign({Log().FilePath()}));
   }
   Log().Open(std::string(log_file.View()));
   if (!configuration_file_.IsOpen()) {
@@ -326,8 +364,19 @@ void CONTROLLER_IFC::GetParameter(std::string_view name, std::string& value) {
 }
 
 bool CONTROLLER_IFC::GetOptionalParameter(std::string_view name, std::string& value) {
-  return FindArgument(name, value) || FindInConfigurationFile(name, value) ||
-         FindInEnvironment(name, value);
+  std::string_view found;
+  if (FindArgument(name, found)) {
+    value = found;
+    return true;
+  }
+  if (FindInConfigurationFile(name, value)) return true;
+  if (!FindInEnvironment(name, found)) return false;
+  value = found;
+  return true;
+}
+
+bool CONTROLLER_IFC::FindEarly(std::string_view name, std::string_view& value) const {
+  return FindArgument(name, value) || FindInEnvironment(name, value);
 }
 
 bool CONTROLLER_IFC::HasParameter(std::string_view name) {
@@ -335,7 +384,7 @@ bool CONTROLLER_IFC::HasParameter(std::string_view name) {
   return GetOptionalParameter(name, value);
 }
 
-bool CONTROLLER_IFC::FindArgument(std::string_view name, std::string& value) const {
+bool CONTROLLER_IFC::FindArgument(std::string_view name, std::string_view& value) const {
   // Backwards, so that the last one wins; one in the last place has no value and is not seen.
   for (int i = argc_ - 2; i >= 1; --i) {
     const std::string_view argument = argv_[i];
@@ -354,7 +403,7 @@ bool CONTROLLER_IFC::FindInConfigurationFile(std::string_view name, std::string&
   return true;
 }
 
-bool CONTROLLER_IFC::FindInEnvironment(std::string_view name, std::string& value) {
+bool CONTROLLER_IFC::FindInEnvironment(std::string_view name, std::string_view& value) {
   const char* const found = std::getenv(std::string(name).c_str());
   if (found == nullptr) {
     LogLine(LogLevel::kTrace, "parameter ", name, " not found in UNIX environment\n");
@@ -373,7 +422,7 @@ void CONTROLLER_IFC::AskKeyboard(std::string_view name, std::string& value) {
   LetAlarmEndTheProcess();
   ::alarm(seconds);
   quellmark::runtime::WriteQuietly(STDOUT_FILENO, std::string(name) + " := ");
-  const bool found = ReadWord(value);
+  const bool found = keyboard_.ReadWord(value);
   ::alarm(0);
   if (!found) {
     quellmark::runtime::WriteQuietly(STDOUT_FILENO, "\n");  // nobody has ended the prompt's line
@@ -388,13 +437,13 @@ std::string_view CONTROLLER_IFC::NameSource() const {
 
 int CONTROLLER_IFC::SuccessReturn() {
   configuration_file_.Close();
-  if (status_files_known_) ExchangeStatusFiles(error_file_.Text(), ok_file_.Text(), '0');
+  if (status_files_known_) ExchangeStatusFiles(error_file_, ok_file_, '0');
   return EXIT_SUCCESS;
 }
 
 int CONTROLLER_IFC::FailureReturn() {
   configuration_file_.Close();
-  if (status_files_known_) ExchangeStatusFiles(ok_file_.Text(), error_file_.Text(), '1');
+  if (status_files_known_) ExchangeStatusFiles(ok_file_, error_file_, '1');
   return EXIT_FAILURE;
 }
 

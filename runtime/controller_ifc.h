@@ -10,6 +10,7 @@
 #include <string_view>
 
 #include "runtime/configuration_file.h"
+#include "runtime/keyboard.h"
 
 namespace quellmark::runtime {
 
@@ -18,6 +19,8 @@ class PathBuffer {
  public:
   /// Takes the joined pieces; false, and no change, if they do not fit.
   bool Assign(std::initializer_list<std::string_view> pieces);
+  /// The same, but throws ERROR_PARAMETER and blames `parameter` if they do not fit.
+  void AssignOrFail(std::initializer_list<std::string_view> pieces, std::string_view parameter);
   [[nodiscard]] const char* Text() const { return text_.data(); }
   [[nodiscard]] std::string_view View() const { return text_.data(); }
 
@@ -33,15 +36,16 @@ class PathBuffer {
 /// One per process, created at the start of main. Its creation initialises the log.
 class CONTROLLER_IFC {
  public:
-  CONTROLLER_IFC();
+  CONTROLLER_IFC() noexcept;
   CONTROLLER_IFC(const CONTROLLER_IFC&) = delete;
   CONTROLLER_IFC& operator=(const CONTROLLER_IFC&) = delete;
   ~CONTROLLER_IFC();
 
   /// The start-up: fatal signals, process name, configuration file, log file and thresholds, STOP
   /// file (ends the process with 2), status files. To be called before anything else; `argv` must
-  /// outlive the controller. A `message_mode` other than 0 makes a fatal signal write its message
-  /// line. Throws ERROR_PARAMETER if a path does not fit its buffer.
+  /// outlive the controller. Nothing is allocated before the status files are known, so a failure
+  /// for want of memory is told there. A `message_mode` other than 0 makes a fatal signal write its
+  /// message line. Throws ERROR_PARAMETER if a path does not fit its buffer.
   void init(int argc, char** argv, int message_mode);
 
   /// The process name: "pid" or the program's file name. Before init it complains and is "unknown".
@@ -70,6 +74,8 @@ class CONTROLLER_IFC {
   static void HandleSignal(int number, siginfo_t* info, void* context);
   void InstallSignalHandler();
   void SetProcessName(std::string_view name, std::string_view parameter);
+  void NameBesideFile(std::string_view directory);
+  void ExchangeStatusFiles(const PathBuffer& gone, const PathBuffer& left, char digit) const;
   void FindProcessName();
   void FindStatusFiles();
   void OpenConfigurationFile();
@@ -78,10 +84,13 @@ class CONTROLLER_IFC {
   void ObeyStopFile() const;
   [[nodiscard]] std::string_view NameSource() const;
 
-  bool FindArgument(std::string_view name, std::string& value) const;
+  // These two give views of the program's own arguments and environment.
+  bool FindArgument(std::string_view name, std::string_view& value) const;
   bool FindInConfigurationFile(std::string_view name, std::string& value);
-  static bool FindInEnvironment(std::string_view name, std::string& value);
-  static void AskKeyboard(std::string_view name, std::string& value);
+  static bool FindInEnvironment(std::string_view name, std::string_view& value);
+  // The look-up while there is no configuration file.
+  bool FindEarly(std::string_view name, std::string_view& value) const;
+  void AskKeyboard(std::string_view name, std::string& value);
 
   int argc_ = 0;
   char** argv_ = nullptr;
@@ -93,6 +102,8 @@ class CONTROLLER_IFC {
   PathBuffer ok_file_;
   PathBuffer stop_file_;
   PathBuffer error_file_;
+  std::array<char, 320> beside_file_{};  // what becomes a status file once it is written
   PathBuffer configuration_;
   quellmark::runtime::ConfigurationFile configuration_file_;
+  quellmark::runtime::Keyboard keyboard_;
 };

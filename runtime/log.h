@@ -42,6 +42,10 @@ enum class LogLevel : int {
 inline constexpr std::array<std::string_view, 3> kTemporaryDirectories = {"/tmp/", "/var/tmp/",
                                                                           "./"};
 
+/// The day of the configuration, and what has compiled this: "gcc 12.2.0".
+[[nodiscard]] std::string_view BuildDate();
+[[nodiscard]] std::string_view CompilerName();
+
 /// The footer's words for an elapsed time in whole seconds: "execution time: 1 hour(s) 1
 /// second(s)".
 [[nodiscard]] std::string ExecutionTimeText(long long seconds);

@@ -49,8 +49,8 @@ void LOG::WriteHeader(const VERSION_RECORD& version, std::string_view configurat
   Start(Level::kInfo) << kStarLine;
   Start(Level::kInfo) << version.ProgramName() << " " << version.version << "\n";
   Start(Level::kInfo) << kStarLine;
-  Start(Level::kInfo) << "compile date: " << QM_BUILD_DATE << "  compiled by: " << kCompiler
-                      << "\n";
+  Start(Level::kInfo) << "compile date: " << quellmark::runtime::BuildDate()
+                      << "  compiled by: " << kCompiler << "\n";
   Start(Level::kInfo) << "start time: " << TimeText(start_time_) << "  hostname: " << HostName()
                       << "\n";
   if (const char* const starter = std::getenv("PROC_NAME")) {
@@ -75,6 +75,10 @@ void LOG::WriteFooter() {
 }
 
 namespace quellmark::runtime {
+
+std::string_view BuildDate() { return QM_BUILD_DATE; }
+
+std::string_view CompilerName() { return kCompiler; }
 
 std::string ExecutionTimeText(long long seconds) {
   struct Unit {

@@ -1,5 +1,7 @@
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -174,6 +176,67 @@ TEST(Controller, StatusFilesThatCanNotBeMadeAreReportedAndIgnored) {
                        "WARN  : quellmark : Can not create file no/OK.quellmark\n"));
 }
 
+// What stands in the place of a status file is replaced; what cannot be removed is reported.
+TEST(Controller, StatusFilesReplaceWhatStandsThere) {
+  using Prepare = void (*)(const TempDir&);
+  struct Row {
+    Prepare prepare;
+    std::string files;
+    std::string log;  // its end, after the start-up
+  };
+  const Row rows[] = {
+      {[](const TempDir& d) { ::mkfifo((d / "ERROR.quellmark").c_str(), 0600); }, "OK.quellmark=0 ",
+       "INFO  : quellmark : working\n"},
+      {[](const TempDir& d) {
+         WriteFile(d / "kept", "kept");
+         std::filesystem::create_symlink("kept", d / "ERROR.quellmark");
+       },
+       "OK.quellmark=0 ", "INFO  : quellmark : working\n"},
+      {[](const TempDir& d) { std::filesystem::create_directories(d / "OK.quellmark/full"); },
+       "OK.quellmark=DIRECTORY ",
+       "WARN  : quellmark : Can not remove file OK.quellmark: Is a directory\n"
+       "INFO  : quellmark : working\n"
+       "WARN  : quellmark : Can not create file OK.quellmark\n"},
+      {[](const TempDir& d) { std::filesystem::create_directories(d / "ERROR.quellmark/full"); },
+       "OK.quellmark=0 ERROR.quellmark=DIRECTORY ",
+       "WARN  : quellmark : Can not create file ERROR.quellmark\n"
+       "INFO  : quellmark : working\n"
+       "WARN  : quellmark : Can not remove file ERROR.quellmark: Is a directory\n"}};
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.log);
+    const TempDir directory;
+    row.prepare(directory);
+    Child child = StartStep(directory, {"-lfn", "log"}, [](CONTROLLER_IFC& controller) {
+      LogLine(LogLevel::kInfo, "working");
+      return controller.SuccessReturn();
+    });
+    EXPECT_EQ(child.Wait().exit_status, 0);
+    EXPECT_EQ(StatusFiles(directory), row.files);
+    EXPECT_THAT(ReadFile(directory / "log"), EndsWith(row.log));
+    if (std::filesystem::exists(directory / "kept"))
+      EXPECT_EQ(ReadFile(directory / "kept"), "kept");
+    for (const auto& file : std::filesystem::directory_iterator(directory.Path())) {
+      EXPECT_FALSE(file.path().filename().string().starts_with(".status")) << file.path();
+    }
+  }
+}
+
+// Under a file-size limit of nothing no new status file can be written: none is ever empty.
+TEST(Controller, StatusFilesAreNeverEmpty) {
+  for (const bool error_exists : {false, true}) {
+    const TempDir directory;
+    if (error_exists) WriteFile(directory / "ERROR.quellmark", "1");
+    Child child = StartStep(directory, {"-lfn", "log"}, [error_exists](CONTROLLER_IFC& controller) {
+      if (!error_exists) std::filesystem::remove("ERROR.quellmark");
+      const rlimit none{.rlim_cur = 0, .rlim_max = 0};
+      if (::setrlimit(RLIMIT_FSIZE, &none) != 0) return 7;
+      return controller.FailureReturn();
+    });
+    EXPECT_EQ(child.Wait().exit_status, 1);
+    EXPECT_EQ(StatusFiles(directory), error_exists ? "ERROR.quellmark=1 " : "");
+  }
+}
+
 TEST(Controller, PathsThatDoNotFitEndTheStep) {
   const TempDir directory;
   const auto run = [&](const std::string& parameter, std::size_t length) {
@@ -215,6 +278,20 @@ int AskTwice(CONTROLLER_IFC& controller) {
     Say("[" + value + "]");
   }
   return controller.SuccessReturn();
+}
+
+TEST(Keyboard, WaitsAlsoWhereTheInputIsSetNotTo) {
+  const TempDir directory;
+  Child child = StartStep(directory, {"-lfn", "log", "-lsl", "9"}, [](CONTROLLER_IFC& controller) {
+    ::fcntl(STDIN_FILENO, F_SETFL, O_RDWR | O_NONBLOCK);
+    return AskTwice(controller);
+  });
+  child.WaitFor("A := ");
+  std::this_thread::sleep_for(std::chrono::milliseconds(50));
+  child.Type("one\n");
+  child.WaitFor("B := ");
+  child.Type("two\n");
+  EXPECT_THAT(child.Wait().output, EndsWith("A := [one]B := [two]"));
 }
 
 // Reads the parameters A and B from the keyboard, the first from `input`.

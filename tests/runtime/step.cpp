@@ -42,7 +42,9 @@ std::string StatusFiles(const TempDir& directory) {
   std::string found;
   for (const char* const name : {"OK.quellmark", "ERROR.quellmark", "STOP.quellmark"}) {
     if (!std::filesystem::exists(directory / name)) continue;
-    found += std::string(name) + "=" + ReadFile(directory / name) + " ";
+    const bool is_directory = std::filesystem::is_directory(directory / name);
+    found +=
+        std::string(name) + "=" + (is_directory ? "DIRECTORY" : ReadFile(directory / name)) + " ";
   }
   return found;
 }
