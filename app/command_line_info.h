@@ -4,9 +4,13 @@
 
 namespace quellmark::app {
 
-/// Answers "--help" and "--version" when one of them is the only argument: prints to standard
-/// output and gives the exit status, 1 if that can not be written. Touches no file, so that a first
-/// call by hand never waits at a prompt.
+/// Answers "--help", "-h" and "--version" as first argument, unless a parameter of the program
+/// follows with its value: prints to standard output and returns the exit status, 1 if that cannot
+/// be written. Touches no file, so that a first call by hand never waits at a prompt.
 [[nodiscard]] std::optional<int> AnswerInfoRequest(int argc, const char* const* argv);
+
+/// Writes a line at level WARNING for each argument that is neither a parameter of the program nor
+/// the value of one.
+void WarnOfUnknownArguments(int argc, const char* const* argv);
 
 }  // namespace quellmark::app

@@ -7,6 +7,8 @@
 #include <optional>
 #include <string>
 
+#include "app/command_line_info.h"
+#include "app/plausibility.h"
 #include "app/sar_scene.h"
 #include "app/scene_results.h"
 #include "app/software_identification.h"
@@ -83,12 +85,31 @@ void LogFailure(CONTROLLER_IFC* controller) noexcept {
   }
 }
 
+// Two groups of lines, each written in one go.
+void PrintScene(const SAR_SCENE& scene) {
+  const runtime::LogBatch batch;
+  scene.Print();
+}
+
+void ReportResults(const SceneResults& results) {
+  const runtime::LogBatch batch;
+  LogResults(results);
+}
+
 void RunPass(CONTROLLER_IFC& controller, int argc, char** argv) {
   constexpr int kMessageMode = 1;
-  SAR_SCENE scene;
+  std::optional<SAR_SCENE> made;
+  try {
+    made.emplace();
+  } catch (...) {
+    controller.init(argc, argv, kMessageMode);  // so that log and status files tell of it
+    throw;
+  }
+  SAR_SCENE& scene = *made;
   controller.init(argc, argv, kMessageMode);
   const VERSION_RECORD version = ProgramVersion();
   Log().WriteHeader(version, controller.ConfigurationFile());
+  WarnOfUnknownArguments(argc, argv);
 
   const STRING log_pool_path = ReadParameter(controller, "log_pp");
   PARAMETER_POOL_READ_WRITE_CHANGE log_pool(log_pool_path.Text());
@@ -107,11 +128,14 @@ void RunPass(CONTROLLER_IFC& controller, int argc, char** argv) {
   scene_pool.ShareWait(wait);
   ReadScene(scene_pool, scene);
   if (is_dem_wanted) scene.AttachDem(dem_path);
-  scene.Print();
+  PrintScene(scene);
+  WarnOfImplausibleScene(scene);
 
   Log().Print(LogLevel::kInfo, " * Perform geolocalization");
   const SceneResults results = LocateScene(scene);
-  LogResults(results);
+  ReportResults(results);
+  WarnOfDemBesideCentre(scene, static_cast<double>(results.center.longitude),
+                        static_cast<double>(results.center.latitude));
 
   Log().Print(LogLevel::kInfo, " * Write parameters to pool");
   SetResults(results, scene_pool);

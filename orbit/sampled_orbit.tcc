@@ -100,6 +100,7 @@ void SampledOrbit<T, I>::List() const {
   CheckCoordinates(3);
   LOG& log = runtime::Log();
   if (!log.Passes(Level::kDebug)) return;
+  const runtime::LogBatch batch(log);
   log.Start(Level::kDebug)
       << "|t [s]|x [m]|y [m]|z [m]|ix [m]|iy [m]|iz [m]|dx [m]|dy [m]|dz [m]|\n";
   const Samples<T>& samples = Model().SamplesTaken();

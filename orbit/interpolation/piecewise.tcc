@@ -81,6 +81,7 @@ Piecewise<T, Kind> Piecewise<T, Kind>::Local(SharedSamples samples, const Reques
                                   " is too large for ", count, " points\n");
   }
   std::vector<T> bounds = SpanBounds(samples->x, m);
+  const runtime::LogBatch batch;
   for (std::size_t i = 0; i < columns; ++i) {
     if (m < static_cast<std::size_t>(asked)) {
       LogLine(Level::kWarning, "LOCAL_INTERPOLATION: change support_point_count from ", asked,

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <regex>
 #include <string>
+#include <tuple>
 #include <utility>
 #include <vector>
 
@@ -17,6 +18,8 @@ namespace {
 
 using testing::EndsWith;
 using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
 
 constexpr const char* kScene = "s1a_iw1_slc_quebec";
 constexpr const char* kFullVersion = "quellmark.v0.0.5.linux.gcc4.5.0_64bit.default.20161209173218";
@@ -236,6 +239,13 @@ TEST(Driver, DemIsOpenedAndCheckedAndChangesNoResult) {
   EXPECT_THAT(with.Log(), HasSubstr("DEM_DOCUMENT::SetDescriptor: Mapping file "));
   EXPECT_EQ(with.Pool(), without.Pool());
 
+  EXPECT_THAT(with.Log(), Not(HasSubstr("the DEM does not cover")));
+  WriteDem(with.directory, {.tiles = {{10, 51, 11, 50}}, .resolution_arcsec = 3600.0});
+  ASSERT_EQ(with.Run({"-USE_DEM", "true", "-DEM_FILE", "dem.pool"}).exit_status, 0) << with.Log();
+  EXPECT_THAT(with.Log(),
+              HasSubstr("QA_WA : quellmark : the DEM does not cover the scene centre at "
+                        "longitude -61.1354, latitude 50.8363 [deg]"));
+
   WriteFile(with.directory / "tile0.srf", "too short");
   EXPECT_EQ(with.Run({"-USE_DEM", "true", "-DEM_FILE", "dem.pool"}).exit_status, 1);
   EXPECT_THAT(with.Log(), HasSubstr("MEM_MGR: can not read header from: "));
@@ -243,15 +253,61 @@ TEST(Driver, DemIsOpenedAndCheckedAndChangesNoResult) {
 
 TEST(Driver, InfoRequestsTouchNoFile) {
   const TempDir directory;
-  const ProgramRun help = RunProgram(QM_PROGRAM, {"--help"}, directory.Path());
-  EXPECT_EQ(help.exit_status, 0);
-  EXPECT_THAT(help.output, HasSubstr("-SCENE_POOL FILE"));
-  const ProgramRun version = RunProgram(QM_PROGRAM, {"--version"}, directory.Path());
+  const auto run = [&](const std::vector<std::string>& arguments) {
+    return RunProgram(QM_PROGRAM, arguments, directory.Path());
+  };
+  for (const std::vector<std::string>& arguments :
+       {std::vector<std::string>{"--help"}, {"-h", "x"}, {"--help", "-lsl"}}) {
+    const ProgramRun help = run(arguments);
+    EXPECT_EQ(help.exit_status, 0);
+    EXPECT_THAT(help.output, HasSubstr("-SCENE_POOL FILE"));
+  }
+  const ProgramRun version = run({"--version", "--help"});
   EXPECT_EQ(version.exit_status, 0);
-  EXPECT_EQ(version.output, std::string(kFullVersion) + "\n");
+  EXPECT_THAT(version.output, StartsWith(std::string(kFullVersion) + "\nquellmark 0.0.5, built 2"));
   const std::string to_full_disk = QM_PROGRAM " --version >/dev/full";
   EXPECT_EQ(RunProgram("/bin/sh", {"-c", to_full_disk}, directory.Path()).exit_status, 1);
   EXPECT_TRUE(std::filesystem::is_empty(directory.Path()));
+  EXPECT_EQ(run({"--help", "-pid", "job"}).exit_status, 1) << "a run with a parameter";
+}
+
+TEST(Driver, UnknownArgumentsAreReported) {
+  SceneRun scene(ScenePool(kScene));
+  EXPECT_EQ(scene.Run({"-SCENEPOOL", "x", "stray", "-use_dem", "-lsl"}).exit_status, 0);
+  const std::string no_parameter = " names no parameter of this program; the nearest is ";
+  std::string warnings;
+  for (const auto& [argument, nearest] :
+       {std::pair{"-SCENEPOOL", "-SCENE_POOL"}, {"stray", "-status"}, {"-use_dem", "-USE_DEM"}}) {
+    warnings +=
+        "WARN  : quellmark : argument " + std::string(argument) + no_parameter + nearest + "\n";
+  }
+  EXPECT_THAT(scene.Log(),
+              HasSubstr(warnings + "WARN  : quellmark : argument -lsl has no value: not used\n"));
+}
+
+// Results that nobody should trust are written, beside a line that says why.
+TEST(Driver, ImplausibleScenesAreReported) {
+  const std::string beyond = "the image lines reach beyond the state vectors: ";
+  const std::tuple<std::string, std::string, std::string> rows[] = {
+      // The state vectors begin at 7.036419 s and end at 157.036419 s; the lines take 25.133 s.
+      {"first_az_time", "FLT_15 5.036419",
+       beyond + "2 [s] before the first, 0 [s] after the last\n"},
+      {"first_az_time", "FLT_15 142.0", beyond + "0 [s] before the first, 10.1069 [s] after"},
+      {"prf", "FLT_15 0.0", "prf 0 [Hz] is not positive\n"},
+      {"range_sampling_frequency", "FLT_15 -1.0",
+       "range_sampling_frequency -1 [Hz] is not positive\n"},
+      {"radar_frequency", "FLT_15 5.4",
+       "radar_frequency 5.4 [Hz] is not between 0.1 and 100 GHz\n"},
+  };
+  for (const auto& [key, entry, line] : rows) {
+    SCOPED_TRACE(key + " " + entry);
+    SceneRun scene(Overridden(ScenePool(kScene), {key + " " + entry + "\n"}));
+    static_cast<void>(scene.Run({}));
+    EXPECT_THAT(scene.Log(), HasSubstr("QA_WA : quellmark : " + line));
+  }
+  SceneRun sound(ScenePool(kScene));
+  EXPECT_EQ(sound.Run({}).exit_status, 0);
+  EXPECT_THAT(sound.Log(), Not(HasSubstr("QA_WA")));
 }
 
 }  // namespace

@@ -1,0 +1,15 @@
+// What looks wrong in a scene although it can be located: lines at level QA_WARNING.
+#pragma once
+
+#include "app/sar_scene.h"
+
+namespace quellmark::app {
+
+/// Warns of frequencies that no radar has, and of image lines beyond the state vectors, where the
+/// orbit is extrapolated. The scene must be initialised.
+void WarnOfImplausibleScene(const SAR_SCENE& scene);
+
+/// Warns if the attached DEM has no tile at the scene's centre.
+void WarnOfDemBesideCentre(const SAR_SCENE& scene, double longitude_deg, double latitude_deg);
+
+}  // namespace quellmark::app
