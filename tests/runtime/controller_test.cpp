@@ -213,8 +213,9 @@ TEST(Controller, StatusFilesReplaceWhatStandsThere) {
     EXPECT_EQ(child.Wait().exit_status, 0);
     EXPECT_EQ(StatusFiles(directory), row.files);
     EXPECT_THAT(ReadFile(directory / "log"), EndsWith(row.log));
-    if (std::filesystem::exists(directory / "kept"))
+    if (std::filesystem::exists(directory / "kept")) {
       EXPECT_EQ(ReadFile(directory / "kept"), "kept");
+    }
     for (const auto& file : std::filesystem::directory_iterator(directory.Path())) {
       EXPECT_FALSE(file.path().filename().string().starts_with(".status")) << file.path();
     }
