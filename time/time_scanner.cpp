@@ -3,6 +3,7 @@
 #include <array>
 #include <limits>
 #include <optional>
+#include <utility>
 
 #include "runtime/log.h"
 #include "time/calendar.h"
@@ -97,10 +98,7 @@ const char* TIME_SCANNER::TokenName(TokenKind kind) {
 }
 
 TIME_SCANNER::Token TIME_SCANNER::NextToken() {
-  if (has_unget_) {
-    has_unget_ = false;
-    return unget_;
-  }
+  if (unget_) return *std::exchange(unget_, std::nullopt);
   if (position_ == text_.size()) throw "TIME: scanner: unexpected end of string";
   const std::size_t begin = position_;
   const std::optional<Kind> first = KindOfFirst(text_[begin]);
@@ -117,8 +115,7 @@ TIME_SCANNER::Token TIME_SCANNER::NextToken() {
 }
 
 void TIME_SCANNER::Unget(const Token& token) {
-  if (has_unget_) throw "TIME: scanner: internal error unget buffer overflow";
-  has_unget_ = true;
+  if (unget_) throw "TIME: scanner: internal error unget buffer overflow";
   unget_ = token;
 }
 
@@ -160,16 +157,20 @@ char TIME_SCANNER::GetSign() {
   return '+';
 }
 
-bool TIME_SCANNER::AtEnd() {
-  if (has_unget_ && unget_.kind == Kind::kWhite) has_unget_ = false;
-  if (has_unget_) return false;
+void TIME_SCANNER::SkipWhite() {
+  if (unget_ && unget_->kind == Kind::kWhite) unget_.reset();
+  if (unget_) return;
   while (position_ < text_.size() && IsWhite(text_[position_])) ++position_;
-  return position_ == text_.size();
+}
+
+bool TIME_SCANNER::AtEnd() {
+  SkipWhite();
+  return !unget_ && position_ == text_.size();
 }
 
 bool TIME_SCANNER::NextIs(TokenKind kind) {
   if (AtEnd()) return false;
-  return has_unget_ ? unget_.kind == kind : KindOfFirst(text_[position_]) == kind;
+  return (unget_ ? unget_->kind : KindOfFirst(text_[position_])) == kind;
 }
 
 bool TIME_SCANNER::Accept(TokenKind kind) {
@@ -179,9 +180,8 @@ bool TIME_SCANNER::Accept(TokenKind kind) {
 }
 
 TIME_SCANNER::Token TIME_SCANNER::NextVisibleToken() {
-  Token token = NextToken();
-  while (token.kind == Kind::kWhite) token = NextToken();
-  return token;
+  SkipWhite();
+  return NextToken();
 }
 
 TIME_SCANNER::Token TIME_SCANNER::Expect(TokenKind kind, const char* complaint) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string_view>
 
 /// Splits the text of a time into tokens and reads typed pieces of it. The text ends at a zero
@@ -62,11 +63,11 @@ class TIME_SCANNER {
   bool Accept(TokenKind kind);
 
  private:
+  void SkipWhite();
   Token NextVisibleToken();
   Token Expect(TokenKind kind, const char* complaint);
 
   std::string_view text_;
   std::size_t position_ = 0;
-  bool has_unget_ = false;
-  Token unget_;
+  std::optional<Token> unget_;  ///< the one that was put back
 };
