@@ -1,9 +1,10 @@
 // Position, velocity and acceleration from an orbit, each beside a floor that does the same
 // arithmetic by hand: no choice of kinds, no checks, no log, coefficients in one block. Queries are
-// spread at random over the whole orbit.
+// spread over the whole orbit, at random or in the order of time.
 #include <benchmark/benchmark.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdio>
@@ -99,17 +100,24 @@ Orbit MakeOrbit(const std::string& interpolation, int count) {
   return orbit;
 }
 
-std::vector<double> QueryTimes(int count) {
+// More than the caches keep of a long orbit.
+constexpr std::size_t kQueries = 1 << 17;
+
+enum Order : int { kRandom, kAscending };
+
+std::vector<double> QueryTimes(const benchmark::State& state) {
   std::mt19937 random(1);
-  std::uniform_real_distribution<double> inside(4.0 * kStep_s, (count - 5) * kStep_s);
-  std::vector<double> times(4096);
+  const auto last = static_cast<double>(state.range(0) - 5);
+  std::uniform_real_distribution<double> inside(4.0 * kStep_s, last * kStep_s);
+  std::vector<double> times(kQueries);
   for (double& time : times) time = inside(random);
+  if (state.range(1) == kAscending) std::sort(times.begin(), times.end());
   return times;
 }
 
 template <class Evaluate>
 void Run(benchmark::State& state, Evaluate evaluate) {
-  const auto times = QueryTimes(static_cast<int>(state.range(0)));
+  const auto times = QueryTimes(state);
   std::size_t next = 0;
   Vector position, velocity, acceleration;
   for (auto _ : state) {
@@ -117,7 +125,7 @@ void Run(benchmark::State& state, Evaluate evaluate) {
     benchmark::DoNotOptimize(position);
     benchmark::DoNotOptimize(velocity);
     benchmark::DoNotOptimize(acceleration);
-    next = (next + 1) % times.size();
+    next = (next + 1) % kQueries;
   }
 }
 
@@ -128,74 +136,71 @@ void RunOrbit(benchmark::State& state, const char* interpolation) {
   });
 }
 
-// Newton coefficients of one coordinate over one span of kCount nodes (each standing twice with
-// derivatives), and the nodes.
-template <std::size_t kTerms>
+// The nodes of one span, each standing for one or, with derivatives, two terms, and the Newton
+// coefficients of the three coordinates beside each other.
+template <std::size_t kTerms, std::size_t kNodes>
 struct FloorSpan {
-  std::array<double, kTerms> coefficient;
-  std::array<double, kTerms> node;
+  double node[kNodes];
+  double coefficient[kTerms][3];
 };
 
-template <std::size_t kTerms, bool kDerivatives>
-std::vector<FloorSpan<kTerms>> FloorSpans(int count) {
-  constexpr int kPerPoint = kDerivatives ? 2 : 1;
-  constexpr int kPoints = static_cast<int>(kTerms) / kPerPoint;
-  std::vector<FloorSpan<kTerms>> spans;
-  for (int j = 0; j + kPoints <= count; ++j) {
+template <std::size_t kTerms, std::size_t kNodes>
+std::vector<FloorSpan<kTerms, kNodes>> FloorSpans(std::size_t count) {
+  constexpr std::size_t kPerNode = kTerms / kNodes;
+  std::vector<FloorSpan<kTerms, kNodes>> spans(count + 1 - kNodes);
+  for (std::size_t j = 0; j < spans.size(); ++j) {
+    FloorSpan<kTerms, kNodes>& span = spans[j];
+    for (std::size_t k = 0; k < kNodes; ++k) span.node[k] = static_cast<double>(j + k) * kStep_s;
     for (int i = 0; i < 3; ++i) {
-      FloorSpan<kTerms> span;
-      for (std::size_t k = 0; k < kTerms; ++k) {
-        span.node[k] = (j + static_cast<int>(k) / kPerPoint) * kStep_s;
-        span.coefficient[k] = Coordinate(i, 0, span.node[k]);
-      }
+      std::array<double, kTerms> c;
+      for (std::size_t k = 0; k < kTerms; ++k) c[k] = Coordinate(i, 0, span.node[k / kPerNode]);
       for (std::size_t k = 1; k < kTerms; ++k) {
         for (std::size_t m = kTerms - 1; m >= k; --m) {
-          const double dx = span.node[m] - span.node[m - k];
-          span.coefficient[m] = dx == 0.0 ? Coordinate(i, 1, span.node[m])
-                                          : (span.coefficient[m] - span.coefficient[m - 1]) / dx;
+          const double dx = span.node[m / kPerNode] - span.node[(m - k) / kPerNode];
+          c[m] = dx == 0.0 ? Coordinate(i, 1, span.node[m / kPerNode]) : (c[m] - c[m - 1]) / dx;
         }
       }
-      spans.push_back(span);
+      for (std::size_t k = 0; k < kTerms; ++k) span.coefficient[k][i] = c[k];
     }
   }
   return spans;
 }
 
-template <std::size_t kTerms, bool kDerivatives>
+template <std::size_t kTerms, std::size_t kNodes>
 void RunNewtonFloor(benchmark::State& state) {
-  constexpr std::size_t kPoints = kDerivatives ? kTerms / 2 : kTerms;
-  const auto spans = FloorSpans<kTerms, kDerivatives>(static_cast<int>(state.range(0)));
+  constexpr std::size_t kPerNode = kTerms / kNodes;
+  const auto spans = FloorSpans<kTerms, kNodes>(static_cast<std::size_t>(state.range(0)));
   Run(state, [&](double t, Vector& position, Vector& velocity, Vector& acceleration) {
-    const FloorSpan<kTerms>* span =
-        &spans[3 * (static_cast<std::size_t>(t / kStep_s) - kPoints / 2 + 1)];
-    for (int i = 0; i < 3; ++i, ++span) {
-      double y = span->coefficient[kTerms - 1];
-      double dy = 0.0;
-      double d2y = 0.0;
-      for (std::size_t k = kTerms - 1; k-- > 0;) {
-        const double dx = t - span->node[k];
-        d2y = d2y * dx + dy;
-        dy = dy * dx + y;
-        y = y * dx + span->coefficient[k];
+    const auto& span = spans[static_cast<std::size_t>(t / kStep_s) - kNodes / 2 + 1];
+    double y[3], dy[3] = {}, d2y[3] = {};
+    for (int i = 0; i < 3; ++i) y[i] = span.coefficient[kTerms - 1][i];
+    for (std::size_t k = kTerms - 1; k-- > 0;) {
+      const double dx = t - span.node[k / kPerNode];
+      for (int i = 0; i < 3; ++i) {
+        d2y[i] = d2y[i] * dx + dy[i];
+        dy[i] = dy[i] * dx + y[i];
+        y[i] = y[i] * dx + span.coefficient[k][i];
       }
-      (i == 0 ? position.x : i == 1 ? position.y : position.z) = y;
-      (i == 0 ? velocity.x : i == 1 ? velocity.y : velocity.z) = dy;
-      (i == 0 ? acceleration.x : i == 1 ? acceleration.y : acceleration.z) = 2.0 * d2y;
     }
+    position = {y[0], y[1], y[2]};
+    velocity = {dy[0], dy[1], dy[2]};
+    acceleration = {2.0 * d2y[0], 2.0 * d2y[1], 2.0 * d2y[2]};
   });
 }
 
-// One coordinate of the table of central differences, four of them beside each other per point.
-using FloorDifferences = std::vector<std::array<double, 4>>;
+// The central differences of order 0, 2, 4 and 6 of one point, of the three coordinates.
+using FloorDifferences = std::array<std::array<double, 3>, 4>;
 
-FloorDifferences DifferencesOf(int i, int count) {
-  FloorDifferences table(static_cast<std::size_t>(count));
-  for (int j = 0; j < count; ++j) {
-    table[static_cast<std::size_t>(j)][0] = Coordinate(i, 0, j * kStep_s);
-  }
-  for (std::size_t k = 1; k < 4; ++k) {
-    for (std::size_t j = k; j + k < table.size(); ++j) {
-      table[j][k] = table[j - 1][k - 1] - 2.0 * table[j][k - 1] + table[j + 1][k - 1];
+std::vector<FloorDifferences> DifferenceTable(std::size_t count) {
+  std::vector<FloorDifferences> table(count);
+  for (std::size_t i = 0; i < 3; ++i) {
+    for (std::size_t j = 0; j < count; ++j) {
+      table[j][0][i] = Coordinate(static_cast<int>(i), 0, static_cast<double>(j) * kStep_s);
+    }
+    for (std::size_t k = 1; k < 4; ++k) {
+      for (std::size_t j = k; j + k < count; ++j) {
+        table[j][k][i] = table[j - 1][k - 1][i] - 2.0 * table[j][k - 1][i] + table[j + 1][k - 1][i];
+      }
     }
   }
   return table;
@@ -222,45 +227,54 @@ struct FloorFactors {
 };
 
 void BM_EverettFloor(benchmark::State& state) {
-  const int count = static_cast<int>(state.range(0));
-  const std::array tables = {DifferencesOf(0, count), DifferencesOf(1, count),
-                             DifferencesOf(2, count)};
+  const auto table = DifferenceTable(static_cast<std::size_t>(state.range(0)));
   Run(state, [&](double t, Vector& position, Vector& velocity, Vector& acceleration) {
     const double scaled = t / kStep_s;
     const auto j = static_cast<std::size_t>(scaled);
     const double p = scaled - static_cast<double>(j);
     const FloorFactors right(p);
     const FloorFactors left(1.0 - p);
-    for (std::size_t i = 0; i < 3; ++i) {
-      const auto& here = tables[i][j];
-      const auto& next = tables[i][j + 1];
-      double y = 0.0, dy = 0.0, d2y = 0.0;
-      for (std::size_t k = 0; k < 4; ++k) {
-        y += right.e[k] * next[k] + left.e[k] * here[k];
-        dy += right.de[k] * next[k] - left.de[k] * here[k];
-        d2y += right.d2e[k] * next[k] + left.d2e[k] * here[k];
+    double y[3] = {}, dy[3] = {}, d2y[3] = {};
+    for (std::size_t k = 0; k < 4; ++k) {
+      for (std::size_t i = 0; i < 3; ++i) {
+        const double here = table[j][k][i];
+        const double next = table[j + 1][k][i];
+        y[i] += right.e[k] * next + left.e[k] * here;
+        dy[i] += right.de[k] * next - left.de[k] * here;
+        d2y[i] += right.d2e[k] * next + left.d2e[k] * here;
       }
-      (i == 0 ? position.x : i == 1 ? position.y : position.z) = y;
-      (i == 0 ? velocity.x : i == 1 ? velocity.y : velocity.z) = dy / kStep_s;
-      (i == 0   ? acceleration.x
-       : i == 1 ? acceleration.y
-                : acceleration.z) = d2y / (kStep_s * kStep_s);
     }
+    constexpr double kPerStep = 1.0 / kStep_s;
+    position = {y[0], y[1], y[2]};
+    velocity = {dy[0] * kPerStep, dy[1] * kPerStep, dy[2] * kPerStep};
+    acceleration = {d2y[0] * kPerStep * kPerStep, d2y[1] * kPerStep * kPerStep,
+                    d2y[2] * kPerStep * kPerStep};
   });
 }
 
 void BM_LocalHermite(benchmark::State& state) { RunOrbit(state, "localhermite_7_4"); }
-void BM_LocalHermiteFloor(benchmark::State& state) { RunNewtonFloor<8, true>(state); }
+void BM_LocalHermiteFloor(benchmark::State& state) { RunNewtonFloor<8, 4>(state); }
 void BM_LocalPolynom(benchmark::State& state) { RunOrbit(state, "localpolynom_7_8"); }
-void BM_LocalPolynomFloor(benchmark::State& state) { RunNewtonFloor<8, false>(state); }
+void BM_LocalPolynomFloor(benchmark::State& state) { RunNewtonFloor<8, 8>(state); }
 void BM_Everett(benchmark::State& state) { RunOrbit(state, "everett_6"); }
+void BM_LocalPolyfit(benchmark::State& state) { RunOrbit(state, "localpolyfit_5_8"); }
+void BM_LocalChebyshev(benchmark::State& state) { RunOrbit(state, "localchebyshev_5_8"); }
+void BM_Spline(benchmark::State& state) { RunOrbit(state, "spline"); }
 
-BENCHMARK(BM_LocalHermiteFloor)->Arg(16)->Arg(1000)->Arg(100000);
-BENCHMARK(BM_LocalHermite)->Arg(16)->Arg(1000)->Arg(100000);
-BENCHMARK(BM_LocalPolynomFloor)->Arg(16)->Arg(1000)->Arg(100000);
-BENCHMARK(BM_LocalPolynom)->Arg(16)->Arg(1000)->Arg(100000);
-BENCHMARK(BM_EverettFloor)->Arg(16)->Arg(1000)->Arg(100000);
-BENCHMARK(BM_Everett)->Arg(16)->Arg(1000)->Arg(100000);
+#define QM_BENCHMARK(name)          \
+  BENCHMARK(name)                   \
+      ->ArgNames({"", "ascending"}) \
+      ->ArgsProduct({{16, 1000, 100000}, {kRandom, kAscending}})
+
+QM_BENCHMARK(BM_LocalHermiteFloor);
+QM_BENCHMARK(BM_LocalHermite);
+QM_BENCHMARK(BM_LocalPolynomFloor);
+QM_BENCHMARK(BM_LocalPolynom);
+QM_BENCHMARK(BM_EverettFloor);
+QM_BENCHMARK(BM_Everett);
+QM_BENCHMARK(BM_LocalPolyfit);
+QM_BENCHMARK(BM_LocalChebyshev);
+QM_BENCHMARK(BM_Spline);
 
 // Reads a pool of state vectors and builds the orbit.
 void BM_Read(benchmark::State& state, const char* interpolation, int jitter_us) {
