@@ -68,12 +68,13 @@ EverettModel<T>::EverettModel(std::shared_ptr<const Samples<T>> samples, const R
     if (vanished) break;
     CheckFinite<T>({row, row_size}, "EVERETT");
   }
-  differences_.reserve(rows_ * row_size);
+  differences_.reserve((rows_ + 1) * row_size);
   for (std::size_t j = 0; j < count; ++j) {
     for (std::size_t n = 0; n < rows_ * coordinates; ++n) {
       differences_.push_back(rows[n * count + j]);
     }
   }
+  differences_.resize(differences_.size() + rows_ * coordinates);
   if (request.logs_worth) {
     for (std::size_t i = 0; i < coordinates; ++i) {
       runtime::LogLine(LOG::Level::kParameter, "EVERETT: order = ", order_, "\n");
@@ -139,15 +140,12 @@ void EverettModel<T>::At(T x, std::size_t column, Jet<T>* jets) const {
   const Xi<T> xi = Locate(x);
   const std::size_t coordinates = Coordinates();
   const T* left = DifferencesAt(xi.i) + column;
-  // One past the end of the table counts as 0.
   const T* right = left + rows_ * coordinates;
-  const T right_counts = xi.i < last_ ? T{1} : T{0};
-  if (xi.i == last_) right = left;
   T y0[kCount];
   for (std::size_t i = 0; i < kCount; ++i) {
     y0[i] = left[i];
     // The large values of row 0 enter by their difference, which keeps the sum's rounding at one.
-    const T step = right_counts * right[i] - left[i];
+    const T step = right[i] - left[i];
     jets[i] = {xi.p * step, step, T{0}};
   }
   EverettFactor<T> left_factor(xi.q);
@@ -158,10 +156,9 @@ void EverettModel<T>::At(T x, std::size_t column, Jet<T>* jets) const {
     left += coordinates;
     right += coordinates;
     for (std::size_t i = 0; i < kCount; ++i) {
-      const T next = right_counts * right[i];
-      jets[i].y += right_factor.e.y * next + left_factor.e.y * left[i];
-      jets[i].dy += right_factor.e.dy * next - left_factor.e.dy * left[i];
-      jets[i].d2y += right_factor.e.d2y * next + left_factor.e.d2y * left[i];
+      jets[i].y += right_factor.e.y * right[i] + left_factor.e.y * left[i];
+      jets[i].dy += right_factor.e.dy * right[i] - left_factor.e.dy * left[i];
+      jets[i].d2y += right_factor.e.d2y * right[i] + left_factor.e.d2y * left[i];
     }
   }
   const T per_step = T{1} / h_;

@@ -26,7 +26,8 @@ template <class T>
 [[nodiscard]] bool IsEquidistant(std::span<const T> x);
 
 /// The table of differences of all coordinates. The differences of one support point stand beside
-/// each other: that of order 2 k of coordinate i at [k * coordinates + i], 0 where there is none.
+/// each other: that of order 2 k of coordinate i at [k * coordinates + i], 0 where there is none; a
+/// point of zeros follows the last one.
 template <class T>
 class EverettModel {
  public:
@@ -52,7 +53,7 @@ class EverettModel {
                      {node(i), h_}};
       const T* left = DifferencesAt(i) + column;
       for (std::size_t k = 0; k < rows_; ++k, left += Coordinates()) {
-        piece.c.insert(piece.c.end(), {left[0], i < last_ ? left[rows_ * Coordinates()] : T{0}});
+        piece.c.insert(piece.c.end(), {left[0], left[rows_ * Coordinates()]});
       }
       visit(piece);
     }

@@ -119,7 +119,6 @@ class FitKind : public Form {
 
   static std::size_t StepsPerPoint(std::size_t m, const Request& request);
   static void CheckWholeFit(std::size_t count, const Request& request);
-  [[noreturn]] static void FailNoMemory() { throw Form::kNoMemory; }
 
  private:
   const Samples<T>& samples_;

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstddef>
 #include <memory>
+#include <new>
 #include <span>
 #include <string_view>
 #include <utility>
@@ -104,7 +105,7 @@ class Modelled : public INTERPOLATION<typename Model::Number, P> {
     if (curves.empty()) return;
     Request request = curves[0].requested_;
     request.logs_spans = request.logs_worth = with_lines;
-    const auto model = std::make_shared<const Model>(Self::Build(std::move(samples), request));
+    const auto model = MakeModel([&] { return std::move(samples); }, request);
     for (std::size_t i = 0; i < curves.size(); ++i) curves[i].Adopt(model, i);
   }
   /// The Model of all that were created together; ERROR_ALGORITHM after an ALARM line before.
@@ -126,9 +127,17 @@ class Modelled : public INTERPOLATION<typename Model::Number, P> {
     Request request = requested_;
     request.logs_spans = true;
     request.logs_worth = with_report;
-    auto samples =
-        std::make_shared<const Samples<T>>(SamplesOf<T, P>(points.Elements(), points.First()));
-    Adopt(std::make_shared<const Model>(Self::Build(std::move(samples), request)), 0);
+    const auto take_samples = [&points] {
+      return std::make_shared<const Samples<T>>(SamplesOf<T, P>(points.Elements(), points.First()));
+    };
+    Adopt(MakeModel(take_samples, request), 0);
+  }
+  static std::shared_ptr<const Model> MakeModel(auto take_samples, const Request& request) try {
+    return std::make_shared<const Model>(Self::Build(take_samples(), request));
+  } catch (const std::bad_alloc&) {
+    // The fits have texts of their own for this.
+    if constexpr (requires { Self::Kind::kNoMemory; }) throw Self::Kind::kNoMemory;
+    throw;
   }
   [[nodiscard]] Jet<T> CheckedAt(T x) const {
     if (!std::isfinite(x)) FailNotFinite(static_cast<double>(x));

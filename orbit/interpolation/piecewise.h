@@ -28,7 +28,8 @@ inline constexpr std::size_t kMaxSteps = std::size_t{1} << 29;
 ///   Report(worth)              logs what the fit of one coordinate is worth.
 /// Static are At<n>(z, c, terms, stride, x, jets), Publish(piece), which turns the numbers of one
 /// coordinate into those of the form kForm, Coefficients(piece) as the kind has them,
-/// StepsPerPoint(m, request), CheckWholeFit(count, request) and FailNoMemory().
+/// StepsPerPoint(m, request), CheckWholeFit(count, request), and kNoMemory where there is a text
+/// for it.
 template <class T, class Kind>
 class Piecewise {
  public:

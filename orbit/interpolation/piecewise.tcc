@@ -1,7 +1,6 @@
 // Bodies of piecewise.h; included by the sources that list the instances.
 #pragma once
 
-#include <new>
 #include <utility>
 
 #include "orbit/interpolation/piecewise.h"
@@ -11,7 +10,7 @@ namespace quellmark::orbit {
 
 template <class T, class Kind>
 Piecewise<T, Kind>::Piecewise(SharedSamples samples, std::vector<T> bounds,
-                              std::size_t points_per_piece, const Request& request) try
+                              std::size_t points_per_piece, const Request& request)
     : samples_(std::move(samples)),
       points_per_piece_(points_per_piece),
       columns_(samples_->y.size()),
@@ -31,8 +30,6 @@ Piecewise<T, Kind>::Piecewise(SharedSamples samples, std::vector<T> bounds,
   for (std::size_t i = 0; i < columns_; ++i) {
     for (std::size_t j = 0; j < table_.Count(); ++j) kind.Report(worth[j * columns_ + i]);
   }
-} catch (const std::bad_alloc&) {
-  Kind::FailNoMemory();
 }
 
 template <class T, class Kind>
@@ -81,7 +78,7 @@ Piecewise<T, Kind> Piecewise<T, Kind>::Local(SharedSamples samples, const Reques
                                   " is too large for ", count, " points\n");
   }
   std::vector<T> bounds = SpanBounds(samples->x, m);
-  const runtime::LogBatch batch;
+  const runtime::LogBatch batch;  // a line per span and coordinate
   for (std::size_t i = 0; i < columns; ++i) {
     if (m < static_cast<std::size_t>(asked)) {
       LogLine(Level::kWarning, "LOCAL_INTERPOLATION: change support_point_count from ", asked,

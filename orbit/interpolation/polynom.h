@@ -57,7 +57,6 @@ class NewtonKind {
   }
   /// No limit is needed: differences of very high order vanish or overflow, which ends the work.
   static void CheckWholeFit(std::size_t, const Request&) {}
-  [[noreturn]] static void FailNoMemory() { throw; }
 
  private:
   static constexpr std::size_t kPerPoint = kDerivatives ? 2 : 1;

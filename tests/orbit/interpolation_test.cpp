@@ -1,6 +1,9 @@
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <cmath>
+#include <cstdio>
+#include <filesystem>
 #include <functional>
 #include <limits>
 #include <memory>
@@ -12,6 +15,7 @@
 #include "orbit/interpolation/local_interpolation.h"
 #include "orbit/interpolation/polynom.h"
 #include "orbit/interpolation/spline.h"
+#include "tests/support/child.h"
 #include "tests/support/expect_fails.h"
 #include "tests/support/rows.h"
 #include "tests/support/scoped_log.h"
@@ -462,6 +466,28 @@ TEST(Fits, OrdersAndRangesThatAreRefused) {
   for (const double x : Steps(100, 5.0)) {
     EXPECT_NEAR(static_cast<double>(fit.GetY(static_cast<float>(x))), Power(3, 250.0)(x).y, 2e-5);
   }
+}
+
+// The error text of a fit that finds no memory, told by a process of its own.
+template <class I>
+std::string TextWithoutMemory() {
+  const auto points = Sampled<POINT<double>>(kSine, Steps(50'000));
+  quellmark::test::Child child(std::filesystem::temp_directory_path(), [&points] {
+    const rlimit limit{1, 1};  // what is mapped stays, nothing is added
+    if (setrlimit(RLIMIT_AS, &limit) != 0) return 1;
+    try {
+      Created(Ordered<I>(99, -1), points);
+    } catch (const char* text) {
+      static_cast<void>(std::puts(text));
+    }
+    return std::fflush(stdout);
+  });
+  return child.Wait().output;
+}
+
+TEST(Fits, SayThatThereIsNotEnoughMemory) {
+  EXPECT_EQ(TextWithoutMemory<POLYNOM_FIT<double>>(), "POLYNOM: not enough memory..\n");
+  EXPECT_EQ(TextWithoutMemory<CHEBY_POLY<double>>(), "CHEBY_POLY::Create: not enough memory.\n");
 }
 
 TEST(LocalInterpolation, SpansAndTheirLines) {
