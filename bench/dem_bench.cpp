@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "bench/hills.h"
+#include "dem/height_reader.h"
 #include "dem/srf_document.h"
 
 namespace {
@@ -75,5 +76,18 @@ void BM_Interpolated(benchmark::State& state) {
   }
 }
 BENCHMARK(BM_Interpolated)->ArgName("fast")->Arg(1)->Arg(0);
+
+// What a thread of a whole image pays: the reader that neither logs nor throws.
+void BM_HeightReader(benchmark::State& state) {
+  const HillTile tile;
+  const quellmark::dem::HeightReader reader(SRF_DOCUMENT(tile.Descriptor(), false));
+  const std::vector<Point> points = RandomPoints();
+  std::size_t n = 0;
+  for (auto _ : state) {
+    const Point& point = points[n++ % points.size()];
+    benchmark::DoNotOptimize(reader.At(point.longitude_deg, point.latitude_deg));
+  }
+}
+BENCHMARK(BM_HeightReader);
 
 }  // namespace

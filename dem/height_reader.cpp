@@ -1,10 +1,8 @@
 #include "dem/height_reader.h"
 
-#include <cmath>
 #include <cstdint>
 #include <limits>
 #include <memory>
-#include <type_traits>
 
 #include "dem/dem_document.h"
 #include "dem/pixel_type.h"
@@ -13,6 +11,7 @@ namespace quellmark::dem {
 
 namespace {
 
+constexpr int kNoInt2 = std::numeric_limits<int>::min();
 constexpr TerrainHeight kNoHeight = {std::numeric_limits<double>::quiet_NaN(),
                                      HeightStatus::kOutside};
 
@@ -21,6 +20,7 @@ constexpr TerrainHeight kNoHeight = {std::numeric_limits<double>::quiet_NaN(),
 HeightReader::HeightReader(const DEM_DOCUMENT& document)
     : grid_(document.GlobalGrid()),
       missing_(document.MissingValue()),
+      missing_int2_(document.Descriptor().special_coding.value_or(kNoInt2)),
       value_type_(document.Descriptor().value_type) {
   for (int file = 0; file < document.Descriptor().FileCount(); ++file) {
     auto memory = std::make_shared<MEM_MGR>();
@@ -33,27 +33,20 @@ HeightReader::HeightReader(const DEM_DOCUMENT& document)
 TerrainHeight HeightReader::At(double longitude_deg, double latitude_deg) const noexcept {
   const double x = grid_.X(longitude_deg >= 180.0 ? longitude_deg - 360.0 : longitude_deg);
   const double y = grid_.Y(latitude_deg);
-  if (value_type_ == kPixelInt2) return Find<std::int16_t, int>(x, y);
-  if (value_type_ == kPixelInt4) return Find<std::int32_t, double>(x, y);
-  return Find<float, double>(x, y);
+  if (value_type_ == kPixelInt2) return Find<std::int16_t>(x, y, missing_int2_);
+  if (value_type_ == kPixelInt4) return Find<std::int32_t>(x, y, missing_);
+  return Find<float>(x, y, missing_);
 }
 
 template <class Value, class Wide>
-TerrainHeight HeightReader::Find(double x, double y) const noexcept {
-  Wide missing;
-  if constexpr (std::is_floating_point_v<Wide>) {
-    missing = missing_;
-  } else {  // a number that no value equals, without special coding
-    missing = missing_ == missing_ ? static_cast<Wide>(missing_) : std::numeric_limits<Wide>::min();
-  }
+TerrainHeight HeightReader::Find(double x, double y, Wide missing) const noexcept {
   for (const MappedTile& tile : tiles_) {
-    if (!tile.MayTouch(x, y)) continue;
     double height_m;
     if (tile.Interpolate<Value>(x, y, missing, height_m) && height_m == height_m) {
       return {height_m, HeightStatus::kFound};
     }
     // The first tile that holds a corner gives it: those behind must not be asked for the whole.
-    break;
+    if (tile.MayTouch(x, y)) break;
   }
   return FindAnywhere<Value>(x, y);
 }

@@ -38,7 +38,7 @@ class HeightReader {
 
  private:
   template <class Value, class Wide>
-  [[nodiscard]] TerrainHeight Find(double x, double y) const noexcept;
+  [[nodiscard]] TerrainHeight Find(double x, double y, Wide missing) const noexcept;
   template <class Value>
   [[nodiscard]] TerrainHeight FindAnywhere(double x, double y) const noexcept;
   template <class Value>
@@ -46,6 +46,7 @@ class HeightReader {
 
   Grid grid_;
   double missing_;
+  int missing_int2_;
   short value_type_;
   std::vector<MappedTile> tiles_;
 };

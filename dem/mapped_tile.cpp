@@ -61,12 +61,11 @@ MappedTile::MappedTile(std::shared_ptr<MEM_MGR> memory, const TilePlace& place,
 
   const auto needed = static_cast<std::size_t>(last + storage.value_bytes);
   if (needed > memory_->MappedLength()) memory_->Remap(needed);
-  inner_east_ = west_ + InnerCells(extent_.west, extent_.columns, grid.lon);
-  inner_north_ = south_ + InnerCells(extent_.south, extent_.rows, grid.lat);
-  file_ = memory_->FileBase();
+  inner_columns_ = InnerCells(extent_.west, extent_.columns, grid.lon);
+  inner_rows_ = InnerCells(extent_.south, extent_.rows, grid.lat);
+  first_value_ = memory_->FileBase() + offset_({0, 0});
   per_column_ = offset_.per_column;
   per_row_ = offset_.per_row;
-  origin_ = offset_.origin - extent_.west * per_column_ - extent_.south * per_row_;
 }
 
 const unsigned char* MappedTile::Find(int lon_index, int lat_index) const {

@@ -1,6 +1,7 @@
 // The grid values of a tile file in memory.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <cstring>
 #include <limits>
@@ -52,24 +53,31 @@ class MappedTile {
   /// `Wide` holds all values and `missing`, which may be a number that is no value.
   template <class Value, class Wide>
   [[nodiscard]] bool Interpolate(double x, double y, Wide missing, double& height_m) const {
-    if (!(x >= west_ && x < inner_east_ && y >= south_ && y < inner_north_)) return false;
-    // The integers at or below x and y, and the very fractions that other cells work with.
-    auto i = static_cast<std::int64_t>(x);
-    auto j = static_cast<std::int64_t>(y);
-    i -= x < static_cast<double>(i) ? 1 : 0;
-    j -= y < static_cast<double>(j) ? 1 : 0;
-    const unsigned char* const at = file_ + (origin_ + i * per_column_ + j * per_row_);
+    const double from_west = x - west_;
+    const double from_south = y - south_;
+    if (!(from_west >= 0.0 && from_west < inner_columns_ && from_south >= 0.0 &&
+          from_south < inner_rows_)) {
+      return false;
+    }
+    const auto column = static_cast<int>(from_west);
+    const auto row = static_cast<int>(from_south);
+    // The very fractions that all other cells work with. The differences above may have been
+    // rounded up to the next whole number.
+    const double east_fraction = x - (west_ + column);
+    const double north_fraction = y - (south_ + row);
+    if (std::min(east_fraction, north_fraction) < 0.0) return false;
+    const unsigned char* const at = first_value_ + column * per_column_ + row * per_row_;
     const Wide south_west = LoadAs<Value>(at);
     const Wide south_east = LoadAs<Value>(at + per_column_);
     const Wide north_west = LoadAs<Value>(at + per_row_);
     const Wide north_east = LoadAs<Value>(at + per_row_ + per_column_);
-    if ((south_west == missing) | (south_east == missing) | (north_west == missing) |
-        (north_east == missing)) {
+    if (south_west == missing || south_east == missing || north_west == missing ||
+        north_east == missing) {
       return false;
     }
     height_m = Bilinear(static_cast<double>(south_west), static_cast<double>(south_east),
                         static_cast<double>(north_west), static_cast<double>(north_east),
-                        x - static_cast<double>(i), y - static_cast<double>(j));
+                        east_fraction, north_fraction);
     return true;
   }
 
@@ -79,11 +87,10 @@ class MappedTile {
  private:
   double west_ = 0.0;  // of the tile, as global indices
   double south_ = 0.0;
-  double inner_east_ = 0.0;  // where the inner cells end
-  double inner_north_ = 0.0;
-  const unsigned char* file_ = nullptr;
-  std::int64_t origin_ = 0;      // offset at which grid point (0, 0) would stand
-  std::int64_t per_column_ = 0;  // from one value to the next [bytes]
+  double inner_columns_ = 0.0;
+  double inner_rows_ = 0.0;
+  const unsigned char* first_value_ = nullptr;  // at the south-west corner of the tile
+  std::int64_t per_column_ = 0;                 // from one value to the next [bytes]
   std::int64_t per_row_ = 0;
   double touched_west_ = 0.0;
   double touched_east_ = 0.0;
