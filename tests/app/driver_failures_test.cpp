@@ -121,6 +121,30 @@ TEST(DriverFailures, Parameters) {
   EXPECT_EQ(scene.Pool(), pool);
 }
 
+TEST(DriverFailures, LogPoolThatCanNotBeWritten) {
+  SceneRun scene(Scene());
+  // A regular file beside which no copy can be made.
+  ExpectFailure(scene, {"-log_pp", "/proc/self/comm"},
+                {"no permission to change pool file: /proc/self/comm\n",
+                 "pool error - parameter pool update(): insufficient file permission\n"});
+}
+
+TEST(DriverFailures, LastLinesCarryTheProcessName) {
+  SceneRun scene("");
+  EXPECT_EQ(scene.Run({"-pid", "step 7"}).exit_status, 1);
+  EXPECT_THAT(scene.Log(),
+              EndsWith("ALARM : step 7 : KVT_MSG|ERROR|step 7 terminated with error!\n"));
+  EXPECT_EQ(ReadFile(scene.directory / "ERROR.step 7"), "1");
+  // A signal while the program asks for "USE_DEM": its message line goes to the controller too.
+  const std::string command =
+      "mkfifo keys; exec 3<>keys; touch log; " QM_PROGRAM
+      " -log_pp log.pool -SCENE_POOL scene.pool -lfn log <&3 & "
+      "for i in $(seq 200); do grep -q waiting log && break; sleep 0.05; done; "
+      "kill -TERM $!; wait $!";
+  EXPECT_EQ(RunProgram("/bin/bash", {"-c", command}, scene.directory.Path()).exit_status, 1);
+  EXPECT_THAT(scene.Log(), HasSubstr("KVT_MSG|ERROR|quellmark got fatal signal 15"));
+}
+
 // Runs the program's own code in a child in which only `allocations` calls of operator new succeed;
 // gives its wait status. What it prints goes to "screen".
 int RunWithMemory(const SceneRun& scene, std::size_t allocations) {

@@ -83,6 +83,29 @@ TEST_F(ExampleScene, ReleasesItsDemOnlyWithTheFlagSet) {
   }
 }
 
+TEST_F(ExampleScene, ReadsInTheDocumentedOrder) {
+  const char* const keys[] = {"radar_frequency",
+                              "antenna_look_direction",
+                              "orbit_representation",
+                              "n_lines",
+                              "n_samples",
+                              "range_sampling_frequency",
+                              "prf",
+                              "first_rg_time",
+                              "first_az_time"};
+  std::string text = ScenePool("s1a_iw1_slc_quebec");
+  for (const std::string key : keys) {  // the last of them goes first
+    text = Without(text, key);
+    WriteFile(directory_ / "scene.pool", text);
+    PARAMETER_POOL pool;
+    static_cast<void>(pool.Open(directory_ / "scene.pool"));
+    SAR_SCENE scene;
+    const ScopedLog log;
+    EXPECT_THROW(scene.ReadFromParameterPool(pool), ERROR_PARAMETER_POOL);
+    EXPECT_THAT(log.Text(), HasSubstr("parameter key >> " + key + " << not found\n"));
+  }
+}
+
 TEST_F(ExampleScene, RefusesWithoutChange) {
   SAR_SCENE scene;
   EXPECT_FAILS(scene.Locate(0.0, 0.0), ERROR_ALGORITHM, "GENERAL_ORBIT: no orbit was read\n");

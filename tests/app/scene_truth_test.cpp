@@ -5,6 +5,7 @@
 #include <limits>
 #include <numbers>
 #include <string>
+#include <utility>
 
 #include "app/sar_scene.h"
 #include "tests/app/example_scene.h"
@@ -103,8 +104,11 @@ TEST(SceneTruth, WholeScenesAgreeWithHighPrecisionSolver) {
     SceneRun scene(ScenePool(name));
     ASSERT_EQ(scene.Run().exit_status, 0) << scene.Log();
     const std::string pool = scene.Pool();
+    std::size_t place = 0;
     for (const auto& [key, expected] : SceneResultsTable(name)) {
       SCOPED_TRACE(key);
+      const std::size_t before = std::exchange(place, pool.find("\n" + key + " "));
+      EXPECT_LT(before, place) << "not in the documented order";
       const std::string text = ValueOf(pool, key);
       ASSERT_NE(text, "");
       const double value = std::stod(text);
