@@ -213,7 +213,7 @@ GridCell DEM_DOCUMENT::CellOf(double longitude_deg, double latitude_deg) const {
 // Nearly all look-ups in fast mode end here. Whatever is special about a point, NaN included, goes
 // the general way.
 double DEM_DOCUMENT::GetElevationInterpolated(double longitude_deg, double latitude_deg) {
-  double height_m;
+  double height_m = 0.0;
   if (mapped_.Interpolate<std::int16_t>(grid_.X(longitude_deg), grid_.Y(latitude_deg),
                                         missing_int2_, height_m)) {
     return height_m;

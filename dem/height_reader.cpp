@@ -41,7 +41,7 @@ TerrainHeight HeightReader::At(double longitude_deg, double latitude_deg) const 
 template <class Value, class Wide>
 TerrainHeight HeightReader::Find(double x, double y, Wide missing) const noexcept {
   for (const MappedTile& tile : tiles_) {
-    double height_m;
+    double height_m = 0.0;
     if (tile.Interpolate<Value>(x, y, missing, height_m) && height_m == height_m) {
       return {height_m, HeightStatus::kFound};
     }
