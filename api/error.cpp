@@ -18,12 +18,16 @@ struct ClassRow {
 
 using namespace BASIC::TYPES;
 
-// In the order of ErrorClass; the last three are no classes of the tree.
-const ClassRow kRows[] = {{typeid(ERROR_EXCEPTION), typeid(ERROR_EXCEPTION), "error occurred"},
-#include "basic/enum_error_table.inc"
+// In the order of ErrorClass, which is why no tool may sort the tables; its last three are no
+// classes of the tree.
+// clang-format off
+const ClassRow kRows[] = {
+    {typeid(ERROR_EXCEPTION), typeid(ERROR_EXCEPTION), "error occurred"},
 #include "basic/error_table.inc"
-                          QM_ERROR(ERROR_ENUM_BASE_INVALID_VALUE, ERROR_ENUM_BASE,
-                                   "enumeration data type - invalid value")};
+#include "basic/enum_error_table.inc"
+    QM_ERROR(ERROR_ENUM_BASE_INVALID_VALUE, ERROR_ENUM_BASE,
+             "enumeration data type - invalid value")};
+// clang-format on
 
 #undef QM_ERROR
 

@@ -16,6 +16,7 @@ using quellmark::runtime::Fail;
 constexpr double kSpeedOfLight_ms = 299792458.0;
 // Azimuth time between the two ground points of the zero-Doppler velocity.
 constexpr double kTimeStep_s = 0.01;
+constexpr double kZeroDoppler_ms = 0.0;
 
 }  // namespace
 
@@ -26,19 +27,22 @@ SAR_SCENE::OrbitState SAR_SCENE::OrbitStateAt(double azimuth_time_s) const {
   return state;
 }
 
-PointLocation SAR_SCENE::Geolocate(const OrbitState& sensor, double range_time_s) {
-  constexpr double kZeroDoppler_ms = 0.0;
+PointLocation SAR_SCENE::GeolocateOnEllipsoid(GEOLOCATION_WORKSPACE& workspace,
+                                              const OrbitState& sensor, double range_time_s) const {
   PointLocation point;
   double heading_deg = 0.0;
-  if (!use_dem_) {
-    point.height_m = parameters_.local_height_m;
-    geolocation_fast(workspace_, sensor.position, sensor.velocity, point.position, heading_deg,
-                     point.latitude_deg, point.longitude_deg, point.incidence_deg, look_sign_,
-                     point.height_m, ellipsoid_.semi_minor_m, ellipsoid_.semi_major_m, range_time_s,
-                     kZeroDoppler_ms);
-    return point;
-  }
+  point.height_m = parameters_.local_height_m;
+  geolocation_fast(workspace, sensor.position, sensor.velocity, point.position, heading_deg,
+                   point.latitude_deg, point.longitude_deg, point.incidence_deg, look_sign_,
+                   point.height_m, ellipsoid_.semi_minor_m, ellipsoid_.semi_major_m, range_time_s,
+                   kZeroDoppler_ms);
+  return point;
+}
+
+PointLocation SAR_SCENE::GeolocateOnDem(const OrbitState& sensor, double range_time_s) {
   if (dem_ == nullptr) Fail<ERROR_PARAMETER>("SAR_SCENE: no DEM is attached to locate points on\n");
+  PointLocation point;
+  double heading_deg = 0.0;
   geolocation_fast(dem_workspace_, *dem_, sensor.position, sensor.velocity, point.position,
                    heading_deg, point.latitude_deg, point.longitude_deg, point.incidence_deg,
                    point.height_m, kDemDegree, look_sign_, ellipsoid_.semi_minor_m,
@@ -47,13 +51,29 @@ PointLocation SAR_SCENE::Geolocate(const OrbitState& sensor, double range_time_s
 }
 
 PointLocation SAR_SCENE::Locate(double sample, double line) {
+  const auto geolocate = [this](const OrbitState& sensor, double tau) {
+    return use_dem_ ? GeolocateOnDem(sensor, tau) : GeolocateOnEllipsoid(workspace_, sensor, tau);
+  };
+  return LocateWith(geolocate, sample, line);
+}
+
+PointLocation SAR_SCENE::LocateOnEllipsoid(double sample, double line) const {
+  GEOLOCATION_WORKSPACE workspace;
+  const auto geolocate = [&](const OrbitState& sensor, double tau) {
+    return GeolocateOnEllipsoid(workspace, sensor, tau);
+  };
+  return LocateWith(geolocate, sample, line);
+}
+
+template <class Geolocate>
+PointLocation SAR_SCENE::LocateWith(const Geolocate& geolocate, double sample, double line) const {
   const double tau =
       parameters_.first_range_time_s + sample / parameters_.range_sampling_frequency_hz;
   const double t = parameters_.first_azimuth_time_s + line / parameters_.prf_hz;
 
-  const VECTOR_3D<double> P1 = Geolocate(OrbitStateAt(t + kTimeStep_s), tau).position;
+  const VECTOR_3D<double> P1 = geolocate(OrbitStateAt(t + kTimeStep_s), tau).position;
   const OrbitState sensor = OrbitStateAt(t);
-  PointLocation point = Geolocate(sensor, tau);
+  PointLocation point = geolocate(sensor, tau);
   const VECTOR_3D<double>& P0 = point.position;
 
   const double B =

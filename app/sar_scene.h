@@ -91,6 +91,8 @@ class SAR_SCENE {
   /// must cover the line's time and 0.01 s after it. Failures of orbit, geolocation and DEM pass
   /// through; a set use-DEM flag without a DEM throws ERROR_PARAMETER.
   [[nodiscard]] quellmark::app::PointLocation Locate(double sample, double line);
+  /// As Locate() without the use-DEM flag. Any number of threads may call it at once.
+  [[nodiscard]] quellmark::app::PointLocation LocateOnEllipsoid(double sample, double line) const;
 
   /// As Locate(), with angles [deg] in single precision. A failure leaves the places untouched.
   void LocatePoint(std::int32_t sample, std::int32_t line, float& longitude, float& latitude,
@@ -107,9 +109,16 @@ class SAR_SCENE {
   static constexpr std::uint8_t kDemDegree = 3;  // of the curve on which the terrain is searched
 
   [[nodiscard]] OrbitState OrbitStateAt(double azimuth_time_s) const;
-  // Gives position, angles and height.
-  [[nodiscard]] quellmark::app::PointLocation Geolocate(const OrbitState& sensor,
-                                                        double range_time_s);
+  // Both give position, angles and height.
+  [[nodiscard]] quellmark::app::PointLocation GeolocateOnEllipsoid(GEOLOCATION_WORKSPACE& workspace,
+                                                                   const OrbitState& sensor,
+                                                                   double range_time_s) const;
+  [[nodiscard]] quellmark::app::PointLocation GeolocateOnDem(const OrbitState& sensor,
+                                                             double range_time_s);
+  // Locates with one of them.
+  template <class Geolocate>
+  [[nodiscard]] quellmark::app::PointLocation LocateWith(const Geolocate& geolocate, double sample,
+                                                         double line) const;
 
   quellmark::app::SceneParameters parameters_;
   double orbit_time_origin_s_ = 0.0;

@@ -20,7 +20,7 @@ declare -A below=(
   [imaging]="geolocation orbit"
   [product]=""
   [app]="basic log lsq interpolation time controller pool dem orbit geolocation"
-  [api]="app"
+  [api]="app imaging"
 )
 
 # The sources of the target qm_controller; the rest of its folder is the log's.
@@ -67,5 +67,5 @@ while IFS=: read -r file line text; do
   fi
 done < <(grep -rnE --include='*.h' --include='*.tcc' --include='*.inc' --include='*.cpp' \
   '^[[:space:]]*#[[:space:]]*include[[:space:]]*"' \
-  basic runtime time pool dem orbit geolocation app api toolbox || true)
+  basic runtime time pool dem orbit geolocation imaging app api toolbox || true)
 exit "$failed"

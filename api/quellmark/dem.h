@@ -33,27 +33,27 @@ struct DemTile {
   std::int64_t rows = 0;     ///< grid points from south to north
 };
 
-/// What became of one look-up of a height.
+/// What became of one look-up of a height; the height is NaN unless it was found.
 enum class HeightStatus : std::uint8_t {
-  kOk = 0,          ///< there is a height
-  kOutside = 1,     ///< no tile covers the place; the height is NaN
-  kVoid = 2,        ///< all four grid points around the place are void; the height is NaN
-  kUnreadable = 3,  ///< a tile can not be read there; the height is NaN
-  kNotFinite = 4,   ///< the place is none: a coordinate is NaN or infinite; the height is NaN
+  kFound = 0,     ///< there is a height
+  kVoid = 1,      ///< all four grid points around the place are void
+  kOutside = 2,   ///< no tile holds one of the grid points around the place
+  kBadInput = 3,  ///< a coordinate is NaN or infinite
 };
 
 /// A DEM: heights above the WGS84 ellipsoid [m] on a geographic grid, in one tile or several. A DEM
 /// never changes: copies share it and are cheap, and several threads may ask one DEM at once. The
-/// tiles are read when they are needed and must stay as they are meanwhile.
+/// tiles are mapped into memory: a file that is cut short meanwhile ends the process, one that is
+/// replaced by renaming does no harm.
 class QM_API Dem {
  public:
   /// Opens the descriptor at `path` and checks the headers of its tiles.
   /// @throws DemError, PoolError
   [[nodiscard]] static Dem Open(const std::string& path);
 
-  /// The height [m] at a place, bilinear between the four grid points around it; a void one among
-  /// them counts with the value that marks voids, unless all four are void. Longitudes may be given
-  /// in any turn.
+  /// The height [m] at a place, bilinear between the four grid points around it; void ones among
+  /// them leave it to the others, in proportion to their weights. Longitudes may be given in any
+  /// turn.
   /// @throws DemError where there is none, ArgumentError for a coordinate that is not finite
   [[nodiscard]] double HeightAt(double longitude_deg, double latitude_deg) const;
   /// The heights [m] at many places, NaN where there is none; `status` may be empty.

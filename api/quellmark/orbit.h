@@ -67,20 +67,16 @@ class QM_API Orbit {
   /// Opens the orbit that is described in the scene pool at `path`, for reading alone.
   /// @throws PoolError, OrbitError
   [[nodiscard]] static Orbit Open(const std::string& path);
-  /// Makes an orbit of state vectors in ascending order of time. `reference_time` is the instant
-  /// that their times count from, a text as SecondsFromUtc() takes it; empty if it does not matter.
-  /// @throws OrbitError for too few state vectors for the interpolation, for times that do not
-  ///   ascend and for numbers that are not finite
-  /// @throws ArgumentError for an unknown interpolation and a text that is no time
-  [[nodiscard]] static Orbit FromStateVectors(std::span<const StateVector> states,
-                                              std::string_view interpolation = "localpolynom_7_8",
-                                              std::string_view reference_time = {});
+  /// Makes an orbit of state vectors in ascending order of time, whose times count from
+  /// `reference_utc`, a text as SecondsFromUtc() takes it.
+  /// @throws OrbitError for an unknown interpolation, too few state vectors for it, times that do
+  ///   not ascend, numbers that are not finite and a text that is no time
+  [[nodiscard]] static Orbit FromStateVectors(
+      std::span<const StateVector> states, std::string_view interpolation = "localpolynom_7_8",
+      std::string_view reference_utc = "1980-01-06T00:00:00Z");
 
-  /// From the first to the last state vector; for "everett" the part of it that has enough of them
-  /// on both sides.
+  /// From the first to the last state vector.
   [[nodiscard]] TimeInterval Coverage() const noexcept;
-  /// How many state vectors there are.
-  [[nodiscard]] std::size_t StateVectorCount() const noexcept;
   /// The text that names the interpolation.
   [[nodiscard]] const std::string& Interpolation() const noexcept;
   /// What its epochs are.

@@ -236,14 +236,15 @@ class QM_API Scene {
   /// The slant range of a sample [m].
   [[nodiscard]] double SlantRangeOf(double sample) const noexcept;
 
-  /// The results that the batch step computes for this scene, in double precision; those that it
-  /// writes in single precision are these, rounded. Nothing is written.
+  /// The results that the batch step computes for this scene, in double precision. Those that it
+  /// writes in single precision are these, rounded; longitudes before they are brought below 180.
+  /// Nothing is written. Like the step it goes on beyond the orbit's last state vector.
   /// @throws SceneError, OrbitError
   [[nodiscard]] SceneResults Results() const;
-  /// One image position at the scene's local height, bit for bit as in Results(); fractions and
-  /// positions outside the image are allowed as long as the orbit covers the time and 0.01 s after
-  /// it.
-  /// @throws SceneError, OrbitError
+  /// One image position at the scene's local height, as the batch step locates it; fractions and
+  /// positions outside the image are allowed.
+  /// @throws SceneError for a position without a point on the ground, OrbitError for a line whose
+  ///   time the orbit does not cover
   [[nodiscard]] Location Locate(double sample, double line) const;
 
   /// Image positions to the ground; samples[i] and lines[i] are one position. Points that have no
@@ -270,6 +271,7 @@ class QM_API Scene {
  private:
   struct Impl;
   explicit Scene(std::shared_ptr<const Impl> impl) noexcept : impl_(std::move(impl)) {}
+  static const Dem::Impl* DemOf(const GroundOptions& options);
 
   std::shared_ptr<const Impl> impl_;
 };

@@ -1,0 +1,199 @@
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <cstring>
+#include <functional>
+
+#include "api/call.h"
+#include "api/pool_values.h"
+#include "basic/errors.h"
+#include "pool/entry_scanner.h"
+#include "pool/pool_file.h"
+#include <quellmark/pool.h>
+
+namespace quellmark {
+namespace {
+
+using api::Call;
+using api::Concern;
+using runtime::Fail;
+
+// The types of the entries of a file are few and come in rows: the last one is tried first.
+class TypeFinder {
+ public:
+  ValueType Find(std::string_view name) {
+    if (name != name_) {
+      name_ = name;
+      type_ = TypeFromName(name);
+    }
+    return type_;
+  }
+
+ private:
+  std::string_view name_;
+  ValueType type_ = ValueType::kUnknown;
+};
+
+std::string ReadWhole(const std::string& path) {
+  const pool::PoolFile file = pool::OpenPoolFileForReading(path);
+  struct stat status {};
+  if (!file.fd.IsOpen() || ::fstat(file.fd.Get(), &status) != 0) {
+    Fail<CAN_NOT_OPEN_POOL>("can not open parameter file ", path, "\n");
+  }
+  std::string text;
+  text.resize(static_cast<std::size_t>(status.st_size));
+  std::size_t held = 0;
+  while (true) {
+    if (held == text.size()) text.resize(held + 4096);  // it may grow meanwhile
+    const ssize_t got = ::read(file.fd.Get(), text.data() + held, text.size() - held);
+    if (got < 0 && errno == EINTR) continue;
+    if (got < 0) {
+      Fail<ERROR_CAN_NOT_READ_FILE>("can not read parameter file ", path, ": ",
+                                    std::strerror(errno), "\n");
+    }
+    if (got == 0) break;
+    held += static_cast<std::size_t>(got);
+  }
+  text.resize(held);
+  return text;
+}
+
+}  // namespace
+
+std::string_view NameOf(ValueType type) noexcept {
+  const auto i = static_cast<std::size_t>(type);
+  return pool::TypeName(i < pool::kValueTypeCount ? static_cast<pool::ValueType>(i)
+                                                  : pool::ValueType::kUnknown);
+}
+
+ValueType TypeFromName(std::string_view name) noexcept {
+  return static_cast<ValueType>(pool::TypeFromName(name));
+}
+
+struct Pool::Content {
+  Content(std::string name, std::string content);
+
+  [[nodiscard]] const Entry* Find(std::string_view key) const noexcept {
+    return entries.empty() ? nullptr : At(SlotOf(key));
+  }
+  [[nodiscard]] Value Parse(const Entry& entry) const;
+  [[nodiscard]] api::Subject SubjectOf(const Entry& entry) const {
+    return {.concern = Concern::kPool, .file = path, .key = entry.key, .line = entry.line};
+  }
+
+  std::string path;
+  std::string text;
+  std::vector<Entry> entries;
+
+ private:
+  // Open addressing; a slot holds the number of an entry, from 1, or 0.
+  using Slot = std::uint32_t;
+
+  void MakeIndex();
+  [[nodiscard]] std::size_t SlotOf(std::string_view key) const noexcept;
+  [[nodiscard]] const Entry* At(std::size_t slot) const noexcept {
+    return slots_[slot] != 0 ? &entries[slots_[slot] - 1] : nullptr;
+  }
+
+  std::vector<Slot> slots_;
+};
+
+Pool::Content::Content(std::string name, std::string content)
+    : path(std::move(name)), text(std::move(content)) {
+  pool::EntryScanner scanner(text);
+  TypeFinder types;
+  for (pool::PoolEntry found; scanner.Next(found);) {
+    const char* const end = found.body.data() + found.body.size();
+    entries.push_back({.key = found.key,
+                       .type_name = found.type,
+                       .text = {found.rest.data(), end},
+                       .comment_text = found.comments,
+                       .line = found.line,
+                       .type = types.Find(found.type),
+                       .is_repeated = false});
+  }
+  MakeIndex();
+}
+
+void Pool::Content::MakeIndex() {
+  std::size_t size = 2;
+  while (size < 2 * entries.size()) size *= 2;
+  slots_.assign(size, 0);
+  for (std::size_t i = 0; i < entries.size(); ++i) {
+    Slot& slot = slots_[SlotOf(entries[i].key)];
+    entries[i].is_repeated = slot != 0;
+    if (slot == 0) slot = static_cast<Slot>(i + 1);
+  }
+}
+
+std::size_t Pool::Content::SlotOf(std::string_view key) const noexcept {
+  const std::size_t mask = slots_.size() - 1;
+  std::size_t slot = std::hash<std::string_view>()(key) & mask;
+  while (slots_[slot] != 0 && At(slot)->key != key) slot = (slot + 1) & mask;
+  return slot;
+}
+
+Value Pool::Content::Parse(const Entry& entry) const {
+  return Call(SubjectOf(entry), [&] {
+    pool::PoolEntry core;
+    core.key = entry.key;
+    core.type = entry.type_name;
+    core.rest = {entry.key.data(), text.data() + text.size()};
+    return api::FromCore(pool::ParseEntry(core));
+  });
+}
+
+Pool::Pool() : Pool(FromText({})) {}
+
+Pool Pool::Open(const std::string& path) {
+  return Call({.concern = Concern::kPool, .file = path},
+              [&] { return Pool(std::make_shared<const Content>(path, ReadWhole(path))); });
+}
+
+Pool Pool::FromText(std::string text, std::string name) {
+  return Call({.concern = Concern::kPool, .file = name},
+              [&] { return Pool(std::make_shared<const Content>(name, std::move(text))); });
+}
+
+const std::string& Pool::Path() const noexcept { return content_->path; }
+std::string_view Pool::Text() const noexcept { return content_->text; }
+std::span<const Entry> Pool::Entries() const noexcept { return content_->entries; }
+const Entry* Pool::Find(std::string_view key) const noexcept { return content_->Find(key); }
+
+Value Pool::Get(std::string_view key) const {
+  if (const Entry* entry = Find(key)) return content_->Parse(*entry);
+  return Call({.concern = Concern::kPool, .file = Path(), .key = key}, [key]() -> Value {
+    Fail<PARAMETER_KEY_NOT_FOUND>("parameter pool: parameter key >> ", key, " << not found\n");
+  });
+}
+
+Value Pool::Get(std::string_view key, ValueType type) const {
+  const Entry* entry = Find(key);
+  if (entry == nullptr) return Get(key);  // refused there
+  if (entry->type != type || type == ValueType::kUnknown) {
+    return Call(content_->SubjectOf(*entry), [&]() -> Value {
+      Fail<WRONG_PARAMETER_TYPE>("parameter pool: parameter key >> ", key, " << type ",
+                                 NameOf(type), " expected\n");
+    });
+  }
+  return content_->Parse(*entry);
+}
+
+Value Pool::Parse(const Entry& entry) const { return content_->Parse(entry); }
+
+std::vector<std::string> Pool::CommentsOf(const Entry& entry) const {
+  std::vector<std::string> lines;
+  for (std::string_view rest = entry.comment_text; !rest.empty();) {
+    const std::size_t end = rest.find_first_of("\r\n");
+    const std::string_view line = rest.substr(0, end);
+    if (!line.empty()) lines.emplace_back(line.substr(1));  // an empty one is within CR LF
+    rest.remove_prefix(end == std::string_view::npos ? rest.size() : end + 1);
+  }
+  return lines;
+}
+
+}  // namespace quellmark

@@ -1,0 +1,180 @@
+#include <fcntl.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <type_traits>
+#include <unordered_map>
+
+#include "api/call.h"
+#include "api/pool_values.h"
+#include "basic/errors.h"
+#include "basic/unique_fd.h"
+#include "pool/item_writer.h"
+#include "pool/parameter_pool_read_write_change.h"
+#include <quellmark/pool.h>
+
+namespace quellmark {
+namespace {
+
+using api::Call;
+using api::Concern;
+using basic::UniqueFd;
+using runtime::Fail;
+
+// Gives the kind of what stands at `path`: 0 for nothing.
+mode_t KindOf(const std::string& path, mode_t& permissions) {
+  struct stat status {};
+  if (::stat(path.c_str(), &status) != 0) return 0;
+  permissions = status.st_mode & 07777;
+  return status.st_mode & S_IFMT;
+}
+
+[[noreturn]] void FailWriting(const std::string& path, int error) {
+  Fail<ERROR_CAN_NOT_WRITE_FILE>("can not write parameter file ", path, ": ", std::strerror(error),
+                                 "\n");
+}
+
+// A file beside `path` that takes its name once it is whole, or else goes.
+class NewFile {
+ public:
+  explicit NewFile(const std::string& path) : path_(path) {
+    static std::atomic<unsigned> count = 0;
+    temporary_ = path + ".new." + std::to_string(::getpid()) + "." + std::to_string(count++);
+    mode_t permissions = 0666;
+    const mode_t kind = KindOf(path, permissions);
+    if (kind != 0 && kind != S_IFREG) FailWriting(path, EEXIST);
+    fd_ =
+        UniqueFd(::open(temporary_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, permissions));
+    if (!fd_.IsOpen()) FailWriting(path, errno);
+    // A file that is replaced keeps its permissions, whatever the mask of this process is.
+    if (kind != 0) static_cast<void>(::fchmod(fd_.Get(), permissions));
+  }
+  NewFile(const NewFile&) = delete;
+  NewFile& operator=(const NewFile&) = delete;
+  ~NewFile() {
+    if (!done_) static_cast<void>(::unlink(temporary_.c_str()));
+  }
+
+  [[nodiscard]] int Descriptor() const { return fd_.Get(); }
+
+  void Finish() {
+    if (::fsync(fd_.Get()) != 0 || ::rename(temporary_.c_str(), path_.c_str()) != 0) {
+      FailWriting(path_, errno);
+    }
+    done_ = true;
+  }
+
+ private:
+  const std::string& path_;
+  std::string temporary_;
+  UniqueFd fd_;
+  bool done_ = false;
+};
+
+}  // namespace
+
+struct PoolEditor::Entries {
+  void Set(PARAMETER_POOL_ITEM item) {
+    const auto [place, is_new] = places.try_emplace(item.key, items.size());
+    if (is_new) {
+      items.push_back(std::move(item));
+    } else {
+      items[place->second] = std::move(item);
+    }
+  }
+
+  void WriteTo(int fd, const std::string& path) const {
+    pool::FileWriter out(fd);
+    for (const PARAMETER_POOL_ITEM& item : items) pool::WriteItem(item, out);
+    if (!out.Flush()) FailWriting(path, out.Error());
+  }
+
+  std::vector<PARAMETER_POOL_ITEM> items;
+  std::unordered_map<std::string, std::size_t> places;  // of the keys in `items`
+};
+
+PoolEditor::PoolEditor() : entries_(std::make_unique<Entries>()) {}
+PoolEditor::PoolEditor(const PoolEditor& other)
+    : entries_(std::make_unique<Entries>(*other.entries_)) {}
+PoolEditor::PoolEditor(PoolEditor&& other) noexcept = default;
+PoolEditor& PoolEditor::operator=(const PoolEditor& other) {
+  if (this != &other) entries_ = std::make_unique<Entries>(*other.entries_);
+  return *this;
+}
+PoolEditor& PoolEditor::operator=(PoolEditor&& other) noexcept = default;
+PoolEditor::~PoolEditor() = default;
+
+PoolEditor& PoolEditor::Set(std::string_view key, Value value, std::vector<std::string> comments) {
+  Call({.concern = Concern::kPool, .key = key}, [&] {
+    PARAMETER_POOL_ITEM item{std::string(key), api::ToCore(key, value), std::move(comments)};
+    pool::CheckItem(item);
+    entries_->Set(std::move(item));
+  });
+  return *this;
+}
+
+bool PoolEditor::Discard(std::string_view key) {
+  const auto place = entries_->places.find(std::string(key));
+  if (place == entries_->places.end()) return false;
+  const std::size_t gone = place->second;
+  entries_->places.erase(place);
+  entries_->items.erase(entries_->items.begin() + static_cast<std::ptrdiff_t>(gone));
+  for (auto& [other, i] : entries_->places) {
+    if (i > gone) --i;
+  }
+  return true;
+}
+
+std::size_t PoolEditor::Size() const noexcept { return entries_->items.size(); }
+
+void PoolEditor::Update(const std::string& path) const {
+  Call({.concern = Concern::kPool, .file = path}, [&] {
+    mode_t permissions = 0;
+    if (KindOf(path, permissions) == 0) {  // the core would make it
+      Fail<CAN_NOT_OPEN_POOL>("can not open parameter file ", path, ": ", std::strerror(ENOENT),
+                              "\n");
+    }
+    PARAMETER_POOL_READ_WRITE_CHANGE pool(path);
+    for (const PARAMETER_POOL_ITEM& item : entries_->items) {
+      std::visit(
+          [&]<class T>(const T& value) {
+            pool.Set<pool::kTypeOf<T>>(item.key, value, item.comments);
+          },
+          item.value);
+    }
+    pool.Close();
+  });
+}
+
+std::string PoolEditor::Text() const {
+  return Call({.concern = Concern::kPool}, [&] {
+    constexpr const char* kName = "pool text";
+    const UniqueFd memory(::memfd_create(kName, MFD_CLOEXEC));
+    if (!memory.IsOpen()) FailWriting(kName, errno);
+    entries_->WriteTo(memory.Get(), kName);
+    std::string text(static_cast<std::size_t>(::lseek(memory.Get(), 0, SEEK_CUR)), '\0');
+    for (std::size_t held = 0; held < text.size();) {
+      const ssize_t got =
+          ::pread(memory.Get(), text.data() + held, text.size() - held, static_cast<off_t>(held));
+      if (got <= 0) FailWriting(kName, errno);
+      held += static_cast<std::size_t>(got);
+    }
+    return text;
+  });
+}
+
+void PoolEditor::Write(const std::string& path) const {
+  Call({.concern = Concern::kPool, .file = path}, [&] {
+    NewFile file(path);
+    entries_->WriteTo(file.Descriptor(), path);
+    file.Finish();
+  });
+}
+
+}  // namespace quellmark

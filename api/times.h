@@ -1,0 +1,19 @@
+// Between the clocks of computers and the core's times.
+#pragma once
+
+#include <cstdint>
+
+#include "time/universal_time.h"
+
+namespace quellmark::api {
+
+/// Whole microseconds since 1970 as clocks count them, and the rest of 0..999 nanoseconds.
+struct UnixTime {
+  std::int64_t microseconds = 0;
+  std::int64_t nanoseconds = 0;
+};
+
+[[nodiscard]] UnixTime SplitUnixNanoseconds(std::int64_t nanoseconds);
+[[nodiscard]] UNIVERSAL_TIME UtcOfUnixMicroseconds(std::int64_t microseconds);
+
+}  // namespace quellmark::api
