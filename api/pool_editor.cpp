@@ -1,5 +1,4 @@
 #include <fcntl.h>
-#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -15,8 +14,9 @@
 #include "api/pool_values.h"
 #include "basic/errors.h"
 #include "basic/unique_fd.h"
-#include "pool/item_writer.h"
+#include "pool/entry_text.h"
 #include "pool/parameter_pool_read_write_change.h"
+#include "runtime/streams.h"
 #include <quellmark/pool.h>
 
 namespace quellmark {
@@ -77,10 +77,18 @@ class NewFile {
   bool done_ = false;
 };
 
+// A collected entry.
+struct Item {
+  std::string key;
+  pool::AnyValue value;
+  std::vector<std::string> comments;
+  std::string text;  // its lines in a file
+};
+
 }  // namespace
 
 struct PoolEditor::Entries {
-  void Set(PARAMETER_POOL_ITEM item) {
+  void Set(Item item) {
     const auto [place, is_new] = places.try_emplace(item.key, items.size());
     if (is_new) {
       items.push_back(std::move(item));
@@ -89,13 +97,13 @@ struct PoolEditor::Entries {
     }
   }
 
-  void WriteTo(int fd, const std::string& path) const {
-    pool::FileWriter out(fd);
-    for (const PARAMETER_POOL_ITEM& item : items) pool::WriteItem(item, out);
-    if (!out.Flush()) FailWriting(path, out.Error());
+  [[nodiscard]] std::string Text() const {
+    std::string text;
+    for (const Item& item : items) text += item.text;
+    return text;
   }
 
-  std::vector<PARAMETER_POOL_ITEM> items;
+  std::vector<Item> items;
   std::unordered_map<std::string, std::size_t> places;  // of the keys in `items`
 };
 
@@ -112,9 +120,9 @@ PoolEditor::~PoolEditor() = default;
 
 PoolEditor& PoolEditor::Set(std::string_view key, Value value, std::vector<std::string> comments) {
   Call({.concern = Concern::kPool, .key = key}, [&] {
-    PARAMETER_POOL_ITEM item{std::string(key), api::ToCore(key, value), std::move(comments)};
-    pool::CheckItem(item);
-    entries_->Set(std::move(item));
+    pool::AnyValue core_value = api::ToCore(key, value);
+    std::string text = pool::EntryText(key, core_value, comments);
+    entries_->Set({std::string(key), std::move(core_value), std::move(comments), std::move(text)});
   });
   return *this;
 }
@@ -141,7 +149,7 @@ void PoolEditor::Update(const std::string& path) const {
                               "\n");
     }
     PARAMETER_POOL_READ_WRITE_CHANGE pool(path);
-    for (const PARAMETER_POOL_ITEM& item : entries_->items) {
+    for (const Item& item : entries_->items) {
       std::visit(
           [&]<class T>(const T& value) {
             pool.Set<pool::kTypeOf<T>>(item.key, value, item.comments);
@@ -153,26 +161,13 @@ void PoolEditor::Update(const std::string& path) const {
 }
 
 std::string PoolEditor::Text() const {
-  return Call({.concern = Concern::kPool}, [&] {
-    constexpr const char* kName = "pool text";
-    const UniqueFd memory(::memfd_create(kName, MFD_CLOEXEC));
-    if (!memory.IsOpen()) FailWriting(kName, errno);
-    entries_->WriteTo(memory.Get(), kName);
-    std::string text(static_cast<std::size_t>(::lseek(memory.Get(), 0, SEEK_CUR)), '\0');
-    for (std::size_t held = 0; held < text.size();) {
-      const ssize_t got =
-          ::pread(memory.Get(), text.data() + held, text.size() - held, static_cast<off_t>(held));
-      if (got <= 0) FailWriting(kName, errno);
-      held += static_cast<std::size_t>(got);
-    }
-    return text;
-  });
+  return Call({.concern = Concern::kPool}, [&] { return entries_->Text(); });
 }
 
 void PoolEditor::Write(const std::string& path) const {
   Call({.concern = Concern::kPool, .file = path}, [&] {
     NewFile file(path);
-    entries_->WriteTo(file.Descriptor(), path);
+    if (!runtime::WriteAll(file.Descriptor(), entries_->Text())) FailWriting(path, errno);
     file.Finish();
   });
 }
