@@ -120,8 +120,8 @@ struct EverettFactor {
   Jet<T> e;
 
   explicit EverettFactor(T u) : e{u, T{1}, T{0}}, u_(u) {}
-  void Advance(int k) {
-    const T factor = T{1} / static_cast<T>(2 * k * (2 * k + 1));
+  /// `factor` is 1 / (2 k (2 k + 1)).
+  void Advance(int k, T factor) {
     const T square = u_ * u_ - static_cast<T>(k * k);
     e.d2y = (e.d2y * square + T{4} * u_ * e.dy + T{2} * e.y) * factor;
     e.dy = (e.dy * square + T{2} * u_ * e.y) * factor;
@@ -151,8 +151,10 @@ void EverettModel<T>::At(T x, std::size_t column, Jet<T>* jets) const {
   EverettFactor<T> left_factor(xi.q);
   EverettFactor<T> right_factor(xi.p);
   for (std::size_t k = 1; k < rows_; ++k) {
-    left_factor.Advance(static_cast<int>(k));
-    right_factor.Advance(static_cast<int>(k));
+    const auto n = static_cast<int>(k);
+    const T factor = T{1} / static_cast<T>(2 * n * (2 * n + 1));
+    left_factor.Advance(n, factor);
+    right_factor.Advance(n, factor);
     left += coordinates;
     right += coordinates;
     for (std::size_t i = 0; i < kCount; ++i) {

@@ -1,6 +1,9 @@
 // Bodies of piecewise.h; included by the sources that list the instances.
 #pragma once
 
+#include <array>
+#include <charconv>
+#include <string_view>
 #include <utility>
 
 #include "orbit/interpolation/piecewise.h"
@@ -40,6 +43,21 @@ Piecewise<T, Kind> Piecewise<T, Kind>::Whole(SharedSamples samples, const Reques
   std::vector<T> bounds = {samples->x.front(), samples->x.back()};
   return Piecewise(std::move(samples), std::move(bounds), count, request);
 }
+
+/// A bound as the log writes numbers ("%g"), for lines by the million.
+class BoundText {
+ public:
+  explicit BoundText(double bound)
+      : size_(static_cast<std::size_t>(std::to_chars(text_.data(), text_.data() + text_.size(),
+                                                     bound, std::chars_format::general, 6)
+                                           .ptr -
+                                       text_.data())) {}
+  [[nodiscard]] std::string_view View() const { return {text_.data(), size_}; }
+
+ private:
+  std::array<char, 16> text_{};
+  std::size_t size_;
+};
 
 /// The bounds of the spans of m points: the first point, between span j and j + 1 the middle of the
 /// points that both share, and for the last span what would follow by the same rule.
@@ -87,9 +105,12 @@ Piecewise<T, Kind> Piecewise<T, Kind>::Local(SharedSamples samples, const Reques
     if (!request.logs_spans || !runtime::Log().Passes(Level::kParameter)) continue;
     // "polynom count;": kept exactly, do not correct.
     LogLine(Level::kParameter, "LOCAL_INTERPOLATION: polynom count; ", spans, "\n");
+    BoundText start(bounds[0]);
     for (std::size_t j = 0; j < spans; ++j) {
-      LogLine(Level::kParameter, "idx_start=", j, " idx_stop=", j + m - 1, " t_start=", bounds[j],
-              " t_stop=", bounds[j + 1], "\n");
+      const BoundText stop(bounds[j + 1]);
+      LogLine(Level::kParameter, "idx_start=", j, " idx_stop=", j + m - 1,
+              " t_start=", start.View(), " t_stop=", stop.View(), "\n");
+      start = stop;
     }
   }
   return Piecewise(std::move(samples), std::move(bounds), m, request);
