@@ -59,8 +59,13 @@ PlanePoint FindOnRaised(const PlaneFrame& f, double range, double raise, double 
   return PointAt(range, high, raise);
 }
 
-// As the kernels' RaiseAt(): the ellipsoid that touches the surface of geodetic height h below G.
-double RaiseBelow(const PlaneFrame& f, const PlanePoint& at, double height, double a, double b) {
+struct Touching {
+  double raise;  // of the ellipsoid that has a tangent plane with the surface of geodetic height h
+  double slant;  // of the surface's normal at G
+};
+
+// As the kernels do it.
+Touching TouchAt(const PlaneFrame& f, const PlanePoint& at, double height, double a, double b) {
   const double x = f.sx + at.p * f.dx + at.w * f.nx;
   const double y = f.sy + at.p * f.dy + at.w * f.ny;
   const double ratio = (a + at.raise) / (b + at.raise);
@@ -71,7 +76,8 @@ double RaiseBelow(const PlaneFrame& f, const PlanePoint& at, double height, doub
   const double support = std::sqrt(a * a * cos2 + b * b * sin2);
   const double mean = a * cos2 + b * sin2;
   const double excess = (a - b) * (a - b) * cos2 * sin2 / (support + mean);
-  return height + height * excess / (mean + height);
+  return {height + height * excess / (mean + height),
+          (a - b) * (a + b) / (b * b + height * support)};
 }
 
 }  // namespace
@@ -82,7 +88,7 @@ PlanePoint FindByBisection(const PlaneFrame& frame, double range, double height,
   PlanePoint point = FindOnRaised(frame, range, height, a, b);
   if (!geodetic) return point;
   for (int i = 0; i < kRaiseRounds && point.found; ++i) {
-    point = FindOnRaised(frame, range, RaiseBelow(frame, point, height, a, b), a, b);
+    point = FindOnRaised(frame, range, TouchAt(frame, point, height, a, b).raise, a, b);
   }
   return point;
 }
@@ -98,6 +104,10 @@ bool SettleLane(const LaneFrames& frames, bool shared, int lane, double a, doubl
   points.p[lane] = found.p;
   points.w[lane] = found.w;
   points.raise[lane] = found.raise;
+  const double ratio = (a + found.raise) / (b + found.raise);
+  points.k[lane] = (ratio - 1.0) * (ratio + 1.0);
+  points.slant[lane] =
+      geodetic ? TouchAt(frame, found, points.height[lane], a, b).slant : points.k[lane];
   return true;
 }
 

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstring>
@@ -19,6 +20,7 @@ namespace quellmark::imaging {
 namespace {
 
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
 constexpr double kSpeedOfLight_ms = 299792458.0;
 // Azimuth time between the two ground points of a zero-Doppler velocity.
 constexpr double kVelocityStep_s = 0.01;
@@ -52,11 +54,11 @@ struct Positions {
 
   [[nodiscard]] double LineOf(std::uint64_t i) const {
     if (line != nullptr) return line[i];
-    return grid.first_line + static_cast<double>(i / grid.n_samples) * grid.line_step;
+    const std::uint64_t whole_lines = i / grid.n_samples;
+    return grid.first_line + static_cast<double>(whole_lines) * grid.line_step;
   }
-  [[nodiscard]] double SampleOf(std::uint64_t i) const {
-    if (sample != nullptr) return sample[i];
-    return grid.first_sample + static_cast<double>(i % grid.n_samples) * grid.sample_step;
+  [[nodiscard]] double SampleAt(double in_line) const {
+    return grid.first_sample + in_line * grid.sample_step;
   }
 };
 
@@ -201,21 +203,65 @@ class GroundWorker {
 
   // Range times and heights; lanes behind the last point repeat it.
   void LoadPoints() {
-    const std::span<const double> heights = task_.heights.per_point_m;
+    LoadSamples();
+    LoadHeights();
+    const double first = task_.image.first_range_time_s;
+    const double rate = task_.image.range_sampling_frequency_hz;
+    for (int lane = 0; lane < kLanes; ++lane) points_.tau[lane] = first + sample_[lane] / rate;
+    const double lowest = -task_.image.ellipsoid.semi_minor_m;
+    int unusable = 0;
     for (int lane = 0; lane < kLanes; ++lane) {
-      const std::uint64_t i = first_ + static_cast<std::uint64_t>(std::min(lane, n_ - 1));
-      points_.tau[lane] = task_.image.first_range_time_s +
-                          task_.positions.SampleOf(i) / task_.image.range_sampling_frequency_hz;
-      points_.height[lane] = heights.empty() ? task_.heights.constant_m : heights[i];
+      unusable |= static_cast<int>(!IsUsable(points_.tau[lane], points_.height[lane], lowest));
+    }
+    for (int lane = n_; lane < kLanes; ++lane) {
+      status_[static_cast<std::size_t>(lane)] = PointStatus::kNotComputed;
+    }
+    if (unusable == 0) return;
+    for (int lane = 0; lane < n_; ++lane) {
       PointStatus& status = status_[static_cast<std::size_t>(lane)];
-      if (lane >= n_) status = PointStatus::kNotComputed;
-      if (status == PointStatus::kFound && !IsUsable(lane)) status = PointStatus::kBadInput;
+      if (status == PointStatus::kFound &&
+          !IsUsable(points_.tau[lane], points_.height[lane], lowest)) {
+        status = PointStatus::kBadInput;
+      }
     }
   }
 
-  [[nodiscard]] bool IsUsable(int lane) const {
-    return std::isfinite(points_.tau[lane]) && std::isfinite(points_.height[lane]) &&
-           points_.height[lane] > -task_.image.ellipsoid.semi_minor_m;
+  void LoadHeights() {
+    const std::span<const double> heights = task_.heights.per_point_m;
+    if (heights.empty()) {
+      std::fill_n(points_.height, kLanes, task_.heights.constant_m);
+      return;
+    }
+    for (int lane = 0; lane < kLanes; ++lane) {
+      points_.height[lane] = heights[first_ + LastLane(lane)];
+    }
+  }
+
+  void LoadSamples() {
+    const Positions& positions = task_.positions;
+    if (positions.sample != nullptr) {
+      for (int lane = 0; lane < kLanes; ++lane) {
+        sample_[lane] = positions.sample[first_ + LastLane(lane)];
+      }
+    } else if (sensors_.shared) {
+      // Beyond the last point of a short batch: samples of the same line, which nobody reads.
+      const auto in_line = static_cast<double>(first_ % positions.n_samples);
+      for (int lane = 0; lane < kLanes; ++lane) sample_[lane] = positions.SampleAt(in_line + lane);
+    } else {
+      for (int lane = 0; lane < kLanes; ++lane) {
+        sample_[lane] = positions.SampleAt(
+            static_cast<double>((first_ + LastLane(lane)) % positions.grid.n_samples));
+      }
+    }
+  }
+
+  [[nodiscard]] std::uint64_t LastLane(int lane) const {
+    return static_cast<std::uint64_t>(std::min(lane, n_ - 1));
+  }
+
+  // Both finite, and the height not below the earth's centre.
+  [[nodiscard]] static bool IsUsable(double tau, double height, double lowest) {
+    return (std::abs(tau) < kInfinity) & (height < kInfinity) & (height > lowest);
   }
 
   void Locate() {
@@ -226,38 +272,57 @@ class GroundWorker {
                     points_, status_);
     }
     task_.kernel.solve(sensors_.frames, sensors_.shared, a, b, geodetic, points_);
+    Settle(geodetic);
+    task_.kernel.finish(sensors_.frames, sensors_.shared, sensors_.states, task_.wants.angles,
+                        points_);
+    CheckFacing();
+    if (task_.wants.velocity) FindVelocities();
+    if (task_.wants.doppler_rate) FindDopplerRates();
+  }
+
+  // Points for which the iteration did not settle, one by one.
+  void Settle(bool geodetic) {
+    if (!AnyLane(points_.unsettled, [](double unsettled) { return unsettled != 0.0; })) return;
+    const auto& [a, b] = task_.image.ellipsoid;
     for (int lane = 0; lane < n_; ++lane) {
       PointStatus& status = status_[static_cast<std::size_t>(lane)];
-      if (!HasNumbers(status) || points_.step[lane] < kStepLimit_m) continue;
+      if (!HasNumbers(status) || points_.unsettled[lane] == 0.0) continue;
       if (!SettleLane(sensors_.frames, sensors_.shared, lane, a, b, geodetic, points_)) {
         status = PointStatus::kNoIntersection;
       }
     }
-    task_.kernel.finish(sensors_.frames, sensors_.shared, sensors_.states, a, b, task_.wants.angles,
-                        points_);
+  }
+
+  void CheckFacing() {
+    if (!AnyLane(points_.facing, [](double facing) { return !(facing > 0.0); })) return;
     for (int lane = 0; lane < n_; ++lane) {
       PointStatus& status = status_[static_cast<std::size_t>(lane)];
       if (HasNumbers(status) && !(points_.facing[lane] > 0.0)) {
         status = PointStatus::kNoIntersection;
       }
     }
-    if (task_.wants.velocity) FindVelocities();
-    if (task_.wants.doppler_rate) FindDopplerRates();
+  }
+
+  template <class Test>
+  static bool AnyLane(const double (&values)[kLanes], Test test) {
+    int any = 0;
+    for (const double value : values) any |= static_cast<int>(test(value));
+    return any != 0;
   }
 
   void FindVelocities() {
     const auto& [a, b] = task_.image.ellipsoid;
-    task_.kernel.solve_near(later_sensors_.frames, later_sensors_.shared, a, b, points_, later_);
+    task_.kernel.solve_near(later_sensors_.frames, later_sensors_.shared, a, points_, later_);
     for (int lane = 0; lane < n_; ++lane) {
       const bool has_numbers = HasNumbers(status_[static_cast<std::size_t>(lane)]);
-      if (!has_numbers || later_.step[lane] < kStepLimit_m) continue;
+      if (!has_numbers || later_.unsettled[lane] == 0.0) continue;
       later_.height[lane] = points_.raise[lane];
       if (!SettleLane(later_sensors_.frames, later_sensors_.shared, lane, a, b, false, later_)) {
         later_.p[lane] = kNaN;
       }
     }
-    task_.kernel.finish(later_sensors_.frames, later_sensors_.shared, later_sensors_.states, a, b,
-                        0U, later_);
+    task_.kernel.finish(later_sensors_.frames, later_sensors_.shared, later_sensors_.states, 0U,
+                        later_);
     for (int lane = 0; lane < kLanes; ++lane) {
       const double dx = later_.x[lane] - points_.x[lane];
       const double dy = later_.y[lane] - points_.y[lane];
@@ -282,11 +347,17 @@ class GroundWorker {
   }
 
   void Store(GroundWorker::Count& count) {
-    bool all_found = true;
-    for (int lane = 0; lane < n_; ++lane) {
-      const PointStatus status = status_[static_cast<std::size_t>(lane)];
-      ++count[static_cast<std::size_t>(status)];
-      all_found = all_found && HasNumbers(status);
+    unsigned any_other = 0;
+    for (std::size_t lane = 0; lane < static_cast<std::size_t>(n_); ++lane) {
+      any_other |= static_cast<unsigned>(status_[lane]);
+    }
+    const bool all_found = any_other == 0;
+    if (all_found) {
+      count[0] += static_cast<std::uint64_t>(n_);
+    } else {
+      for (std::size_t lane = 0; lane < static_cast<std::size_t>(n_); ++lane) {
+        ++count[static_cast<std::size_t>(status_[lane])];
+      }
     }
     const GroundOutputs& o = task_.outputs;
     const auto put = [&](std::span<double> to, const double(&from)[kLanes]) {
@@ -329,6 +400,7 @@ class GroundWorker {
   Sensors later_sensors_;
   LanePoints points_{};
   LanePoints later_{};
+  alignas(64) double sample_[kLanes]{};
   alignas(64) double velocity_[kLanes]{};
   alignas(64) double b_parameter_[kLanes]{};
   alignas(64) double fm_rate_[kLanes]{};

@@ -24,7 +24,8 @@ struct LaneFrames {
   alignas(64) double sx[kLanes], sy[kLanes], sz[kLanes];
   alignas(64) double dx[kLanes], dy[kLanes], dz[kLanes];
   alignas(64) double nx[kLanes], ny[kLanes], nz[kLanes];
-  alignas(64) double radius[kLanes];    ///< |S|
+  alignas(64) double radius[kLanes];    ///< |S|, rounded
+  alignas(64) double rest[kLanes];      ///< S . S - radius^2
   alignas(64) double sigma[kLanes];     ///< S . d
   alignas(64) double fall_dot[kLanes];  ///< -S . d / |S|
 };
@@ -35,11 +36,11 @@ struct LanePoints {
   alignas(64) double height[kLanes];  ///< in: of the points [m]
   alignas(64) double range[kLanes];   ///< slant range [m]
   alignas(64) double raise[kLanes];   ///< of the raised ellipsoid that touches the point's surface
+  alignas(64) double k[kLanes];       ///< (A / B)^2 - 1 of its semi-axes
+  alignas(64) double slant[kLanes];   ///< the normal at G is along (x, y, z (1 + slant))
   alignas(64) double p[kLanes];
   alignas(64) double w[kLanes];
-  /// Size of the last steps of the iteration [m]; below kStepLimit the point is found. NaN where
-  /// anything was not finite, and where the step went the wrong way.
-  alignas(64) double step[kLanes];
+  alignas(64) double unsettled[kLanes];  ///< 0 where the iteration ended at the point, else 1
   alignas(64) double x[kLanes], y[kLanes], z[kLanes];  ///< G
   alignas(64) double longitude[kLanes];                ///< (-180, 180] [deg]
   alignas(64) double latitude[kLanes];
@@ -67,8 +68,7 @@ struct MiddleState {
   double time_s;
 };
 
-inline constexpr double kStepLimit_m = 1e-5;      ///< converges quadratically: 1e-10 m are left
-inline constexpr double kTimeStepLimit_s = 1e-7;  ///< likewise, 1e-15 s
+inline constexpr double kTimeStepLimit_s = 1e-7;  ///< converges quadratically: 1e-15 s are left
 
 enum KernelWant : unsigned {
   kWantLongitude = 1U << 0U,
@@ -87,11 +87,11 @@ struct Kernel {
   void (*solve)(const LaneFrames& frames, bool shared, double a, double b, bool geodetic,
                 LanePoints& points);
   /// The same for the range and raise of `from`, nearby: the start is its solution.
-  void (*solve_near)(const LaneFrames& frames, bool shared, double a, double b,
-                     const LanePoints& from, LanePoints& points);
+  void (*solve_near)(const LaneFrames& frames, bool shared, double a, const LanePoints& from,
+                     LanePoints& points);
   /// x, y, z and `facing`, and what is wanted of the angles.
-  void (*finish)(const LaneFrames& frames, bool shared, const LaneStates& states, double a,
-                 double b, unsigned want, LanePoints& points);
+  void (*finish)(const LaneFrames& frames, bool shared, const LaneStates& states, unsigned want,
+                 LanePoints& points);
   /// x, y, z, the normal and the first guess of the time.
   void (*place_targets)(const MiddleState& middle, double a, double b, LaneTargets& targets);
   /// One step towards zero Doppler from the states at `time`.

@@ -249,15 +249,16 @@ void TerrainSearch::SolveTrials(const LaneFrames& frames, bool shared, const Lan
   kernel_.solve(frames, shared, a, b, true, trial_);
   for (int lane = 0; lane < kLanes; ++lane) {
     solved_[static_cast<std::size_t>(lane)] =
-        trial_.step[lane] < kStepLimit_m || SettleLane(frames, shared, lane, a, b, true, trial_);
+        trial_.unsettled[lane] == 0.0 || SettleLane(frames, shared, lane, a, b, true, trial_);
   }
-  kernel_.finish(frames, shared, states, a, b, kWantLongitude | kWantLatitude, trial_);
+  kernel_.finish(frames, shared, states, kWantLongitude | kWantLatitude, trial_);
 }
 
 void TerrainSearch::LoadNode(std::size_t node) {
   for (std::size_t lane = 0; lane < kLanes; ++lane) {
     const bool sees = solved_[lane] && trial_.facing[lane] > 0.0;
-    column_[node][lane] = sees ? trial_.longitude[lane] : kInfinity;
+    column_[node][lane] = trial_.longitude[lane];
+    if (!sees) column_[node][lane] = kInfinity;
     row_[node][lane] = grid_.RowOf(trial_.latitude[lane]);
   }
 }

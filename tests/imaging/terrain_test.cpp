@@ -3,14 +3,20 @@
 
 #include <algorithm>
 #include <cmath>
+#include <filesystem>
 #include <functional>
 #include <limits>
 #include <random>
 #include <vector>
 
+#include "basic/errors.h"
+#include "dem/srf_document.h"
 #include "imaging/terrain_grid.h"
+#include "tests/dem/test_dem.h"
 #include "tests/geolocation/geometry.h"
 #include "tests/imaging/many_points.h"
+#include "tests/support/files.h"
+#include "tests/support/scoped_log.h"
 
 namespace quellmark::test {
 namespace {
@@ -21,46 +27,6 @@ using imaging::TerrainGrid;
 
 constexpr double kStep_deg = 1.0 / 3600.0;
 constexpr float kVoid = std::numeric_limits<float>::quiet_NaN();
-
-// A circular orbit over a longitude and latitude, with the image's line 0 at time 0.
-class CircularStates final : public imaging::StateSource {
- public:
-  explicit CircularStates(const Geometry& g)
-      : position_(g.sat_pos), velocity_(g.sat_vel), omega_(Length(g.sat_vel) / Length(g.sat_pos)) {}
-  void StatesAt(std::span<const double> times_s,
-                std::span<imaging::SensorState> out) const override {
-    for (std::size_t i = 0; i < times_s.size(); ++i) {
-      const double c = std::cos(omega_ * times_s[i]), s = std::sin(omega_ * times_s[i]);
-      out[i] = {c * position_ + (s / omega_) * velocity_, c * velocity_ - (s * omega_) * position_,
-                (-omega_ * omega_ * c) * position_ - (s * omega_) * velocity_};
-    }
-  }
-  [[nodiscard]] imaging::TimeInterval Covered() const override { return {-300.0, 300.0}; }
-
- private:
-  VECTOR_3D<double> position_, velocity_;
-  double omega_;
-};
-
-struct View {
-  View(double longitude, double latitude, double bearing, double incidence,
-       imaging::LookSide side = imaging::LookSide::kRight)
-      : geometry(MakeGeometry(longitude * kDegree, latitude * kDegree, bearing * kDegree,
-                              incidence * kDegree)),
-        states(geometry) {
-    image = {.first_range_time_s = geometry.fast_time - 1.5e-5,
-             .range_sampling_frequency_hz = 1e7,
-             .prf_hz = 500.0,
-             .n_samples = 300,
-             .n_lines = 1000,
-             .look_side = side,
-             .radar_frequency_hz = 5.4e9,
-             .states = &states};
-  }
-  Geometry geometry;
-  CircularStates states;
-  imaging::ImageGeometry image;
-};
 
 TerrainGrid MakeGrid(double west, double south, std::size_t size,
                      const std::function<double(double, double)>& height) {
@@ -82,6 +48,19 @@ TerrainGrid MakeGrid(double west, double south, std::size_t size,
 double Hills(double i, double j, double relief, double length) {
   return 800.0 + relief * (std::sin(i * 6.2832 / length) * std::cos(j * 6.2832 / length * 0.9) +
                            0.3 * std::sin(i * 0.7 + 1.0) * std::sin(j * 0.9));
+}
+
+struct Place {
+  double longitude, latitude;
+};
+
+// What the middle of the image sees at about the terrain's height.
+Place MiddleOf(const View& view) {
+  Ground middle(1);
+  const std::vector<double> sample = {150.0}, line = {0.0};
+  LocateOnGround(view.image, {sample, line}, {.constant_m = 700.0, .per_point_m = {}},
+                 middle.Outputs());
+  return {middle.longitude[0], middle.latitude[0]};
 }
 
 struct Meeting {
@@ -133,14 +112,10 @@ TEST(Terrain, TheHighestMeetingPointIsFound) {
   for (const Case& c : kCases) {
     for (const auto side : {imaging::LookSide::kRight, imaging::LookSide::kLeft}) {
       SCOPED_TRACE(c.name);
-      // The left sensor looks at a point of its own to the other side of the track.
-      View view(10.0, 46.0, 77.0, c.incidence, side);
-      Ground middle(1);
-      const std::vector<double> one_sample = {150.0}, one_line = {0.0};
-      LocateOnGround(view.image, {one_sample, one_line}, {.constant_m = 800.0, .per_point_m = {}},
-                     middle.Outputs());
-      const double west = middle.longitude[0] - 300 * kStep_deg;
-      const double south = middle.latitude[0] - 300 * kStep_deg;
+      const View view(10.0, 46.0, 77.0, c.incidence, side);
+      const Place middle = MiddleOf(view);
+      const double west = middle.longitude - 300 * kStep_deg;
+      const double south = middle.latitude - 300 * kStep_deg;
       const TerrainGrid grid = MakeGrid(
           west, south, 601, [&c](double i, double j) { return Hills(i, j, c.relief, c.length); });
       std::mt19937_64 random(3);
@@ -165,6 +140,108 @@ TEST(Terrain, TheHighestMeetingPointIsFound) {
       EXPECT_GE(layovers, c.least_layover);
     }
   }
+}
+
+// Places on the terrain are put into the image and come back, or a higher place in layover.
+TEST(Terrain, PlacesOnTheTerrainComeBack) {
+  const View view(10.0, 46.0, 77.0, 38.0);
+  const Place middle = MiddleOf(view);
+  const TerrainGrid grid = MakeGrid(middle.longitude - 0.1, middle.latitude - 0.1, 721,
+                                    [](double i, double j) { return Hills(i, j, 120.0, 120.0); });
+  std::mt19937_64 random(8);
+  std::vector<double> longitude(3000), latitude(3000), height(3000);
+  for (std::size_t i = 0; i < longitude.size(); ++i) {
+    longitude[i] = middle.longitude + std::uniform_real_distribution(-0.03, 0.03)(random);
+    latitude[i] = middle.latitude + std::uniform_real_distribution(-0.03, 0.03)(random);
+    height[i] = grid.HeightAt(longitude[i], latitude[i]);
+  }
+  InImage in(longitude.size());
+  LocateInImage(view.image, {longitude, latitude, height}, in.Outputs());
+  Ground expected(longitude.size());
+  int came_back = 0;
+  for (const auto set : {imaging::InstructionSet::kBaseline, imaging::InstructionSet::kBest}) {
+    Ground ground(longitude.size());
+    LocateOnGround(view.image, {in.sample, in.line}, {.per_point_m = {}, .terrain = &grid},
+                   ground.Outputs(), {.threads = 2, .instruction_set = set, .progress = {}});
+    for (std::size_t i = 0; i < longitude.size(); ++i) {
+      SCOPED_TRACE(i);
+      ASSERT_TRUE(IsAnswer(ground.status[i]));
+      ASSERT_GE(ground.height[i], height[i] - 1e-3);
+      if (ground.status[i] == PointStatus::kLayover) continue;
+      ASSERT_NEAR(ground.height[i], height[i], 1e-3);
+      ++came_back;
+    }
+    if (set == imaging::InstructionSet::kBaseline) {
+      expected = ground;
+    } else {
+      EXPECT_TRUE(expected == ground);
+    }
+  }
+  EXPECT_GE(came_back, 2000);
+}
+
+// Flat ground with a void, a step and an edge: what lies in the void or beyond the edge is told and
+// answered at the local height.
+TEST(Terrain, VoidsAndEdges) {
+  View view(10.0, 46.0, 77.0, 38.0);
+  view.image.local_height_m = 123.0;
+  const Place middle = MiddleOf(view);
+  const TerrainGrid grid = MakeGrid(
+      middle.longitude - 100 * kStep_deg, middle.latitude - 100 * kStep_deg, 201,
+      [](double i, double) { return static_cast<double>(i > 60.0 && i < 90.0 ? kVoid : 500.0F); });
+  std::vector<double> sample, line;
+  for (int i = 0; i < 600; ++i) {
+    sample.push_back(150.0 - 300.0 + 1.0 * i);
+    line.push_back(0.0);
+  }
+  Ground ground(sample.size()), flat(sample.size());
+  LocateOnGround(view.image, {sample, line}, {.per_point_m = {}, .terrain = &grid},
+                 ground.Outputs());
+  LocateOnGround(view.image, {sample, line}, {.constant_m = 500.0, .per_point_m = {}},
+                 flat.Outputs());
+  int found = 0, lost = 0;
+  for (std::size_t i = 0; i < sample.size(); ++i) {
+    SCOPED_TRACE(i);
+    const double terrain = grid.HeightAt(flat.longitude[i], flat.latitude[i]);
+    const bool has_terrain = terrain == terrain;
+    ASSERT_EQ(ground.status[i], has_terrain ? PointStatus::kFound : PointStatus::kNoTerrain);
+    ASSERT_NEAR(ground.height[i], has_terrain ? 500.0 : 123.0, has_terrain ? 1e-5 : 0.0);
+    ++(has_terrain ? found : lost);
+  }
+  EXPECT_GE(found, 50);
+  EXPECT_GE(lost, 50);
+}
+
+// The part of a DEM in several files, with a gap between two of them and a missing value.
+TEST(Terrain, ReadsTilesOfADem) {
+  const ScopedLog quiet(LOG::Level::kSilent);
+  const TempDir directory;
+  TestDem dem;
+  dem.tiles = {{-100, 50, -1, -50}, {0, 50, 100, -50}, {150, 50, 250, -50}};
+  SRF_DOCUMENT document(DEM_DESCRIPTOR::ReadFromFile(STRING(WriteDem(directory, dem, {{5, 5}}))));
+  const imaging::GeoBox box{
+      .west_deg = 359.95, .east_deg = 0.2, .south_deg = -0.03, .north_deg = 0.03};
+  const TerrainGrid grid = TerrainGrid::Read(document, box);
+  for (const double column : {-55.3, -0.5, 0.0, 60.7, 99.9, 160.2}) {
+    for (const double row : {-30.1, 0.0, 17.25}) {
+      const double longitude = column / 1200.0, latitude = row / 1200.0;
+      EXPECT_NEAR(grid.HeightAt(longitude, latitude), TerrainHeight(dem, longitude, latitude),
+                  1e-6);
+    }
+  }
+  EXPECT_TRUE(std::isnan(grid.HeightAt(120.0 / 1200.0, 0.0)));
+  // Around the missing value the others count.
+  EXPECT_NEAR(grid.HeightAt(5.25 / 1200.0, 5.75 / 1200.0),
+              document.GetElevationInterpolated(5.25 / 1200.0, 5.75 / 1200.0), 1e-6);
+  EXPECT_TRUE(std::isnan(grid.HeightAt(5.0, 0.0)));
+  EXPECT_THROW(static_cast<void>(TerrainGrid::Read(document, {.south_deg = 2.0, .north_deg = 1.0})),
+               ERROR_ARGUMENT);
+  EXPECT_THROW(static_cast<void>(TerrainGrid::Read(document, {30.0, 31.0, 0.0, 1.0})),
+               ERROR_ARGUMENT);
+  EXPECT_THROW(TerrainGrid({.columns = 2, .rows = 2}, std::vector<float>(4)), ERROR_ARGUMENT);
+  // A tile that goes away in the middle is a failure, not a void.
+  std::filesystem::remove(directory / "tile2.srf");
+  EXPECT_THROW(static_cast<void>(TerrainGrid::Read(document, box)), ERROR_CANNOT_OPEN_SUBDOC);
 }
 
 }  // namespace
