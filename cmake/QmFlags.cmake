@@ -19,6 +19,10 @@ target_compile_options(qm_flags INTERFACE
 target_compile_options(qm_flags INTERFACE -ffunction-sections -fdata-sections)
 target_link_options(qm_flags INTERFACE -Wl,--gc-sections)
 
+# A project that includes this one decides for itself.
+if(NOT PROJECT_IS_TOP_LEVEL)
+  return()
+endif()
 if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
   set(CMAKE_BUILD_TYPE Release CACHE STRING "Build type" FORCE)
 endif()

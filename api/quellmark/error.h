@@ -94,7 +94,9 @@ class QM_API Error : public std::runtime_error {
  public:
   /// Takes over the details; `what` is the line for what().
   Error(const std::string& what, ErrorDetails details);
+  /// Shares the details.
   Error(const Error&) noexcept = default;
+  /// Shares the details.
   Error& operator=(const Error&) noexcept = default;
   ~Error() override;
 

@@ -219,10 +219,15 @@ class QM_API Pool {
 /// One editor belongs to one thread at a time.
 class QM_API PoolEditor {
  public:
+  /// Nothing is collected.
   PoolEditor();
+  /// Collects the same entries.
   PoolEditor(const PoolEditor& other);
+  /// Takes the entries over; `other` can then be assigned to or destroyed, nothing else.
   PoolEditor(PoolEditor&& other) noexcept;
+  /// Collects the same entries instead of its own.
   PoolEditor& operator=(const PoolEditor& other);
+  /// Takes the entries over, as above.
   PoolEditor& operator=(PoolEditor&& other) noexcept;
   ~PoolEditor();
 

@@ -3,6 +3,7 @@
 
 #include <cmath>
 #include <filesystem>
+#include <limits>
 #include <string>
 #include <vector>
 
@@ -12,6 +13,8 @@
 
 namespace quellmark {
 namespace {
+
+constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
 
 using test::TempDir;
 using test::TestDem;
@@ -92,13 +95,13 @@ TEST(Dem, PlacesWithoutHeightAreTold) {
       EXPECT_EQ(error.File(), dem.Path());
     }
   }
-  EXPECT_THROW(static_cast<void>(dem.HeightAt(NAN, 0.0)), ArgumentError);
+  EXPECT_THROW(static_cast<void>(dem.HeightAt(kNan, 0.0)), ArgumentError);
   double height = 0.0;
   EXPECT_THROW(dem.HeightsAt({}, {}, {&height, 1}), ArgumentError);
-  EXPECT_THROW(Dem::Open(directory / "none.dem"), PoolError);
+  EXPECT_THROW(static_cast<void>(Dem::Open(directory / "none.dem")), PoolError);
   EXPECT_FALSE(std::filesystem::exists(directory / "none.dem"));
   test::WriteFile(directory / "empty.dem", "");
-  EXPECT_THROW(Dem::Open(directory / "empty.dem"), DemError);
+  EXPECT_THROW(static_cast<void>(Dem::Open(directory / "empty.dem")), DemError);
 }
 
 }  // namespace

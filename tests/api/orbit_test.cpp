@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <limits>
 #include <numbers>
 #include <string>
 #include <vector>
@@ -12,6 +13,9 @@
 
 namespace quellmark {
 namespace {
+
+constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 std::string ScenePath(const std::string& name) {
   return std::string(QM_SCENES "/") + name + ".pool";
@@ -117,19 +121,20 @@ TEST(Orbit, SaysWhatIsDoneBeyondItsStateVectors) {
     EXPECT_LT(Distance(orbit.StateAt(t, Outside::kExtrapolate).position_m, OnCircle(t).position_m),
               1e-3);
   }
-  EXPECT_THROW(static_cast<void>(orbit.StateAt(NAN, Outside::kNan)), ArgumentError);
+  EXPECT_THROW(static_cast<void>(orbit.StateAt(kNan, Outside::kNan)), ArgumentError);
   std::vector<OrbitState> one(1);
   EXPECT_THROW(orbit.StatesAt(std::vector{1.0, 2.0}, one), ArgumentError);
 }
 
 TEST(Orbit, RefusesWhatIsNoOrbit) {
   auto states = Circle(16, 10.0);
-  EXPECT_THROW(Orbit::FromStateVectors({}), OrbitError);
-  EXPECT_THROW(Orbit::FromStateVectors(states, "quadratic"), OrbitError);
-  EXPECT_THROW(Orbit::FromStateVectors(states, "polynom", "yesterday"), OrbitError);
+  EXPECT_THROW(static_cast<void>(Orbit::FromStateVectors({})), OrbitError);
+  EXPECT_THROW(static_cast<void>(Orbit::FromStateVectors(states, "quadratic")), OrbitError);
+  EXPECT_THROW(static_cast<void>(Orbit::FromStateVectors(states, "polynom", "yesterday")),
+               OrbitError);
   states[3].time_s = states[2].time_s;
-  EXPECT_THROW(Orbit::FromStateVectors(states, "polynom"), Error);
-  EXPECT_THROW(Orbit::Open(QM_SCENES "/none.pool"), PoolError);
+  EXPECT_THROW(static_cast<void>(Orbit::FromStateVectors(states, "polynom")), Error);
+  EXPECT_THROW(static_cast<void>(Orbit::Open(QM_SCENES "/none.pool")), PoolError);
 }
 
 TEST(Orbit, TimesAreTextsAndNanosecondsToo) {
@@ -142,7 +147,7 @@ TEST(Orbit, TimesAreTextsAndNanosecondsToo) {
   EXPECT_EQ(orbit.TimeOfUnixNanoseconds(base + 1'500'000'001), 1.500000001);
   EXPECT_NEAR(orbit.TimeOfUnixNanoseconds(base - 1), -1e-9, 1e-20);
   EXPECT_THROW(static_cast<void>(orbit.TimeOf("12.5")), ArgumentError);
-  EXPECT_THROW(static_cast<void>(orbit.TextOf(INFINITY)), ArgumentError);
+  EXPECT_THROW(static_cast<void>(orbit.TextOf(kInfinity)), ArgumentError);
 }
 
 TEST(Time, TextsAndNumbersOfUtc) {

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <map>
 #include <sstream>
 #include <string>
@@ -15,6 +16,9 @@
 
 namespace quellmark {
 namespace {
+
+constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 constexpr const char* kNames[] = {"s1b_iw_grd_alps", "s1a_s3_slc_comoros", "s1a_iw1_slc_quebec"};
 
@@ -71,7 +75,7 @@ TEST(Scene, RefusesWhatIsNoScene) {
   for (double SceneParameters::*member :
        {&SceneParameters::prf_hz, &SceneParameters::range_sampling_frequency_hz,
         &SceneParameters::radar_frequency_hz, &SceneParameters::first_range_time_s}) {
-    for (const double value : {0.0, -1.0, double{NAN}, double{INFINITY}}) {
+    for (const double value : {0.0, -1.0, kNan, kInfinity}) {
       SceneParameters p = scene.Parameters();
       p.*member = value;
       EXPECT_THROW(Scene(p, scene.SensorOrbit()), SceneError);
@@ -83,7 +87,7 @@ TEST(Scene, RefusesWhatIsNoScene) {
 
   EXPECT_THROW(static_cast<void>(scene.Locate(0, 1e7)), OrbitError);
   EXPECT_THROW(static_cast<void>(scene.Locate(-1e7, 0)), SceneError);
-  EXPECT_THROW(static_cast<void>(scene.Locate(NAN, 0)), ArgumentError);
+  EXPECT_THROW(static_cast<void>(scene.Locate(kNan, 0)), ArgumentError);
 
   const test::TempDir directory;
   const std::string path = directory / "scene.pool";
