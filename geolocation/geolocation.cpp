@@ -97,10 +97,10 @@ double& geolocation(DEM_DOCUMENT& dem, const VECTOR<double>& sat_pos, const VECT
   const RangeDopplerQuery query =
       MakeQuery(sat_pos, sat_vel, look_direction, rpole_m, requator_m, fast_time_s, doppler_ms);
   TerrainArrays arrays;
-  if (arrays.Create(degree + 1) != kArrayOk) {
+  if (arrays.Create(degree) != kArrayOk) {
     Fail<ERROR_NO_MEMORY>(kRoutine, ": not enough memory for the work arrays\n");
   }
-  const TerrainLocation found = LocateOnTerrain(query, dem, degree, arrays, kVariant);
+  const TerrainLocation found = LocateOnTerrain(query, dem, arrays, kVariant);
   AssignGround(ground, sat_pos.Range(), found.location.ground);
   terrain_height_m = found.height_m;
   return StoreAngles(found.location.angles, heading_deg, latitude_deg, longitude_deg,

@@ -37,11 +37,29 @@ constexpr std::array<NamedArray, 7> kNamedArrays = {{{"ht", &TerrainArrays::ht},
                                                      {"Y_", &TerrainArrays::Y_},
                                                      {"Z_", &TerrainArrays::Z_}}};
 
-void Fit(TerrainArrays& arrays, const ARRAY<double>& coordinate, ARRAY<double>& coefficients) {
+void FitAnew(TerrainArrays& arrays, const ARRAY<double>& coordinate, ARRAY<double>& coefficients) {
   const int count = arrays.ht.Length();
   double chi_square = 0.0;
   lfit_fast(arrays.ht, coordinate, arrays.sig, count, coefficients, arrays.ia, count, arrays.covar,
             chi_square, PowerBasis, arrays.lfit);
+}
+
+// The trial heights stay the same, so do the normal equations: they are eliminated with the first
+// fit, which is done here, and later ones go through that elimination.
+bool EliminateOnce(TerrainArrays& arrays) {
+  try {
+    FitAnew(arrays, arrays.xx, arrays.X_);
+    return true;
+  } catch (const char*) {  // singular: left to the calls, which fail with this text
+    return false;
+  }
+}
+
+void Fit(TerrainArrays& arrays, const ARRAY<double>& coordinate, ARRAY<double>& coefficients) {
+  if (!arrays.is_eliminated) return FitAnew(arrays, coordinate, coefficients);
+  const int count = arrays.ht.Length();
+  lfit_again_fast(arrays.ht, coordinate, arrays.sig, count, coefficients, arrays.ia, count,
+                  PowerBasis, arrays.lfit);
 }
 
 constexpr TerrainVariant kVariant = {
@@ -54,12 +72,13 @@ constexpr TerrainVariant kVariant = {
 }  // namespace
 
 void GEOLOCATION_DEM_WORKSPACE::Prepare(std::uint8_t degree) {
-  const int length = degree + 1;
-  if (arrays_.Create(length) != kArrayOk) {
+  if (arrays_.Create(degree) != kArrayOk) {
     Fail<ERROR_NO_MEMORY>(kRoutine, ": not enough memory for the work area of thread ", thread_,
                           "\n");
   }
-  LogLine(LogLevel::kTrace, "changed Arrays start 1 length ", length, " for thread ", thread_);
+  arrays_.is_eliminated = EliminateOnce(arrays_);
+  LogLine(LogLevel::kTrace, "changed Arrays start 1 length ", arrays_.ht.Length(), " for thread ",
+          thread_);
 }
 
 bool GEOLOCATION_DEM_WORKSPACE::IsPreparedFor(std::uint8_t degree) const {
@@ -95,7 +114,7 @@ TerrainLocation GEOLOCATION_DEM_WORKSPACE::Locate(const RangeDopplerQuery& query
     Fail<ERROR_ARGUMENT>(query.routine, ": work area of thread ", thread_,
                          " is not prepared for degree ", int{degree}, "\n");
   }
-  return LocateOnTerrain(query, dem, degree, arrays_, kVariant);
+  return LocateOnTerrain(query, dem, arrays_, kVariant);
 }
 
 double& geolocation_fast(GEOLOCATION_WORKSPACE& workspace, const VECTOR_3D<double>& sat_pos,

@@ -42,6 +42,56 @@ struct HeightSample {
   double error_m = 0.0;
 };
 
+// Angles of directions (y, x) near a first one: the difference is small, so that four terms of the
+// arc tangent hold it, at a fraction of the cost of std::atan2().
+class AngleNear {
+ public:
+  AngleNear(double y, double x) : y_(y), x_(x), angle_(std::atan2(y, x)) {}
+
+  // As std::atan2(y, x), to 1e-15.
+  [[nodiscard]] double Of(double y, double x) const {
+    const double t = (y * x_ - x * y_) / (x * x_ + y * y_);
+    const double t2 = t * t;
+    const double angle = angle_ + t * (1.0 - t2 * (1.0 / 3.0 - t2 * (1.0 / 5.0 - t2 / 7.0)));
+    // The first term left out is t^9 / 9. Beyond pi the angle would have to be brought back.
+    const bool holds = t2 < 1e-4 && std::abs(angle) < basic::kPi;
+    return holds ? angle : std::atan2(y, x);
+  }
+
+ private:
+  double y_;
+  double x_;
+  double angle_;
+};
+
+// Where the normal of the ellipsoid through a point meets the meridian's plane: latitude is the
+// angle of (opposite, adjacent).
+struct MeridianPoint {
+  double opposite = 0.0;
+  double adjacent = 0.0;
+  double height_m = 0.0;
+};
+
+MeridianPoint ToMeridian(const EllipsoidRecord& ellipsoid, const Vector& point) {
+  const auto& [a, b, a2, b2] = ellipsoid;
+  const double p = std::sqrt(point.x * point.x + point.y * point.y);
+  // On the axis the height below would be 0 / 0.
+  if (p == 0.0) return {point.z, 0.0, std::abs(point.z) - b};
+  const double e2 = (a2 - b2) / a2;
+  const double f2 = (a2 - b2) / b2;
+  // Sines and cosines by the sides of the triangles whose angles are theta and phi.
+  const double theta_scale = 1.0 / std::sqrt(point.z * a * point.z * a + p * b * p * b);
+  const double sin_theta = point.z * a * theta_scale;
+  const double cos_theta = p * b * theta_scale;
+  const double opposite = point.z + f2 * b * sin_theta * sin_theta * sin_theta;
+  const double adjacent = p - e2 * a * cos_theta * cos_theta * cos_theta;
+  const double side2 = opposite * opposite + adjacent * adjacent;
+  // p / cos phi - a / sqrt(1 - e2 sin^2 phi)
+  const double height =
+      std::sqrt(side2) * (p / adjacent - a / std::sqrt(side2 - e2 * opposite * opposite));
+  return {opposite, adjacent, height};
+}
+
 // What the steps of one search share.
 struct Search {
   const RangeDopplerQuery& query;
@@ -51,8 +101,7 @@ struct Search {
   const TerrainArrays& arrays;
 };
 
-HeightSample HeightErrorAt(const Search& search, const Vector& point) {
-  const GeodeticPoint at = ToGeodetic(search.ellipsoid, point);
+HeightSample HeightErrorAt(const Search& search, const GeodeticPoint& at) {
   const double latitude_deg = at.latitude_rad * kDegreesPerRadian;
   const double longitude_deg = at.longitude_rad * kDegreesPerRadian;
   LogLine(LogLevel::kTrace,
@@ -67,33 +116,29 @@ HeightSample HeightErrorAt(const Search& search, const Vector& point) {
   return {at.height_m, at.height_m - terrain};
 }
 
-double Evaluate(const ARRAY<double>& coefficients, double h) {
-  double value = 0.0;
-  const auto elements = coefficients.Elements();
-  for (auto c = elements.rbegin(); c != elements.rend(); ++c) value = value * h + *c;
-  return value;
-}
-
-HeightSample HeightErrorOnCurve(const Search& search, double h) {
-  const TerrainArrays& c = search.arrays;
-  return HeightErrorAt(search, {Evaluate(c.X_, h), Evaluate(c.Y_, h), Evaluate(c.Z_, h)});
+// The point of the curve through the trial points at the parameter h.
+Vector PointOnCurve(const TerrainArrays& arrays, double h) {
+  const int last = arrays.ht.Length();
+  Vector point{arrays.X_[last], arrays.Y_[last], arrays.Z_[last]};
+  for (int i = last - 1; i >= 1; --i) {
+    point = {point.x * h + arrays.X_[i], point.y * h + arrays.Y_[i], point.z * h + arrays.Z_[i]};
+  }
+  return point;
 }
 
 Vector TrialPoint(const TerrainArrays& arrays, int i) {
   return {arrays.xx[i], arrays.yy[i], arrays.zz[i]};
 }
 
-void SolveAtTrialHeights(const Search& search, const LocalFrame& frame, int degree,
-                         TerrainArrays& arrays) {
+void SolveAtTrialHeights(const Search& search, const LocalFrame& frame, TerrainArrays& arrays) {
   const bool logs = search.variant.logs_samples && Log().Passes(LogLevel::kTrace);
   RangeDopplerQuery trial = search.query;
-  for (int k = 0; k <= degree; ++k) {
-    trial.height_m = k * kHeightSpan_m / degree + kLowestHeight_m;
+  for (int i = 1; i <= arrays.ht.Length(); ++i) {
+    trial.height_m = arrays.ht[i];
     const Vector ground = LocateOnEllipsoid(trial, frame, RaiseEllipsoid(trial)).position;
-    arrays.ht[k + 1] = trial.height_m;
-    arrays.xx[k + 1] = ground.x;
-    arrays.yy[k + 1] = ground.y;
-    arrays.zz[k + 1] = ground.z;
+    arrays.xx[i] = ground.x;
+    arrays.yy[i] = ground.y;
+    arrays.zz[i] = ground.z;
     if (!logs) continue;
     const GeodeticPoint at = ToGeodetic(search.ellipsoid, ground);
     LogLine(LogLevel::kTrace, "location of height ", trial.height_m, " is (", ground.x, ",",
@@ -134,15 +179,24 @@ void ProbeDem(const Search& search, const Vector& point) {
 // The height above the ellipsoid at which the curve meets the terrain.
 double BisectAlongCurve(const Search& search) {
   const TerrainArrays& arrays = search.arrays;
-  HeightSample low = HeightErrorAt(search, TrialPoint(arrays, arrays.ht.First()));
-  HeightSample high = HeightErrorAt(search, TrialPoint(arrays, arrays.ht.Last()));
+  const Vector lowest = TrialPoint(arrays, arrays.ht.First());
+  const MeridianPoint meridian = ToMeridian(search.ellipsoid, lowest);
+  const AngleNear latitude(meridian.opposite, meridian.adjacent);
+  const AngleNear longitude(lowest.y, lowest.x);
+  const auto error_at = [&](const Vector& point) {
+    const MeridianPoint at = ToMeridian(search.ellipsoid, point);
+    return HeightErrorAt(search, {latitude.Of(at.opposite, at.adjacent),
+                                  longitude.Of(point.y, point.x), at.height_m});
+  };
+  HeightSample low = error_at(lowest);
+  HeightSample high = error_at(TrialPoint(arrays, arrays.ht.Last()));
   // Not a number brackets nothing either.
   if (!(low.error_m * high.error_m < 0.0)) FailToBracket(search, low, high);
 
   HeightSample middle;
   int iterations = 0;
   do {
-    middle = HeightErrorOnCurve(search, (low.height_m + high.height_m) * 0.5);
+    middle = error_at(PointOnCurve(arrays, (low.height_m + high.height_m) * 0.5));
     ++iterations;
     // The end takes the height that was computed for the point, not the curve's parameter:
     // deliberate, the two differ by the error of the fit.
@@ -156,27 +210,13 @@ double BisectAlongCurve(const Search& search) {
 }  // namespace
 
 GeodeticPoint ToGeodetic(const EllipsoidRecord& ellipsoid, const Vector& point) {
-  const auto& [a, b, a2, b2] = ellipsoid;
-  const double p = std::sqrt(point.x * point.x + point.y * point.y);
-  const double longitude = std::atan2(point.y, point.x);
-  // On the axis the height below would be 0 / 0.
-  if (p == 0.0) return {std::copysign(0.5 * basic::kPi, point.z), longitude, std::abs(point.z) - b};
-  const double e2 = (a2 - b2) / a2;
-  const double f2 = (a2 - b2) / b2;
-  // Sines and cosines by the sides of the triangles whose angles are theta and phi.
-  const double theta_scale = 1.0 / std::sqrt(point.z * a * point.z * a + p * b * p * b);
-  const double sin_theta = point.z * a * theta_scale;
-  const double cos_theta = p * b * theta_scale;
-  const double opposite = point.z + f2 * b * sin_theta * sin_theta * sin_theta;
-  const double adjacent = p - e2 * a * cos_theta * cos_theta * cos_theta;
-  const double side2 = opposite * opposite + adjacent * adjacent;
-  // p / cos phi - a / sqrt(1 - e2 sin^2 phi)
-  const double height =
-      std::sqrt(side2) * (p / adjacent - a / std::sqrt(side2 - e2 * opposite * opposite));
-  return {std::atan2(opposite, adjacent), longitude, height};
+  const MeridianPoint meridian = ToMeridian(ellipsoid, point);
+  return {std::atan2(meridian.opposite, meridian.adjacent), std::atan2(point.y, point.x),
+          meridian.height_m};
 }
 
-int TerrainArrays::Create(int length) {
+int TerrainArrays::Create(std::uint8_t degree) {
+  const int length = degree + 1;
   const RANGE<int> range(1, length);
   TerrainArrays made;
   for (ARRAY<double>* const array :
@@ -187,6 +227,7 @@ int TerrainArrays::Create(int length) {
        {made.ia.Create(range), made.covar.Create(range, range), made.lfit.Create(length)}) {
     if (status != kArrayOk) return status;
   }
+  for (int k = 0; k <= degree; ++k) made.ht[k + 1] = k * kHeightSpan_m / degree + kLowestHeight_m;
   std::ranges::fill(made.sig.Elements(), 1.0);
   std::ranges::fill(made.ia.Elements(), 1);
   *this = std::move(made);
@@ -199,13 +240,12 @@ void PowerBasis(double h, double powers[], int count) {
 }
 
 TerrainLocation LocateOnTerrain(const RangeDopplerQuery& query, DEM_DOCUMENT& dem,
-                                std::uint8_t degree, TerrainArrays& arrays,
-                                const TerrainVariant& variant) {
+                                TerrainArrays& arrays, const TerrainVariant& variant) {
   const double a = query.requator_m;
   const double b = query.rpole_m;
   const Search search{query, variant, {a, b, a * a, b * b}, dem, arrays};
   const LocalFrame frame = MakeLocalFrame(query);
-  SolveAtTrialHeights(search, frame, degree, arrays);
+  SolveAtTrialHeights(search, frame, arrays);
   variant.fit(arrays, arrays.xx, arrays.X_);
   variant.fit(arrays, arrays.yy, arrays.Y_);
   variant.fit(arrays, arrays.zz, arrays.Z_);

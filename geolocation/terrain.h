@@ -36,13 +36,14 @@ struct GeodeticPoint {
 /// What a search works in: for a curve of degree d all arrays have start index 1 and length d + 1.
 /// Without arrays (as made by default, and when moved from) the length is 0.
 struct TerrainArrays {
-  ARRAY<double> ht;          ///< trial heights [m]
+  ARRAY<double> ht;          ///< trial heights [m], d equal steps from -500 to 9000
   ARRAY<double> xx, yy, zz;  ///< ground points at the trial heights [m]
   ARRAY<double> X_, Y_, Z_;  ///< the curve x(h) = X_[1] + X_[2] h + X_[3] h^2 ..., likewise y and z
   MATRIX<double> covar;      ///< covariance of the fit done last
   ARRAY<double> sig;         ///< of the samples: all 1
   ARRAY<int> ia;             ///< all 1: no coefficient is held
   lsq::LfitWorkspace<double> lfit;
+  bool is_eliminated = false;  ///< `lfit` holds the elimination of the fit's normal equations
 
   TerrainArrays() = default;
   TerrainArrays(const TerrainArrays&) = delete;  // half a copy would be a trap
@@ -51,9 +52,9 @@ struct TerrainArrays {
   TerrainArrays& operator=(TerrainArrays&&) noexcept = default;
   ~TerrainArrays() = default;
 
-  /// Makes room for d + 1 = `length` samples; returns an ArrayStatus. The arrays are replaced all
-  /// together or not at all.
-  [[nodiscard]] int Create(int length);
+  /// Makes the arrays for curves of that degree; returns an ArrayStatus. They are replaced all
+  /// together or not at all. For degree 0, which has no step, the one height is not a number.
+  [[nodiscard]] int Create(std::uint8_t degree);
 };
 
 /// What tells the two DEM-aware routines apart.
@@ -73,16 +74,18 @@ struct TerrainLocation {
 void PowerBasis(double h, double powers[], int count);
 
 /// Finds the ground point of `query` whose height above the ellipsoid is the terrain's height below
-/// it; the query's own height is not used. Solves the equations at degree + 1 heights from -500 m
-/// to 9000 m, fits a curve through the points, halves that interval along the curve until height
-/// and terrain agree to 1 m (at most 21 times; the last height counts, whatever its error is) and
-/// solves once more at the height found. `arrays` have been made for the degree.
+/// it; the query's own height is not used. Solves the equations at the trial heights of `arrays`,
+/// fits a curve through the points, halves the interval from -500 m to 9000 m along the curve until
+/// height and terrain agree to 1 m there (at most 21 times; the last height counts, whatever its
+/// error is) and solves once more at the height found.
+///
+/// The result is off the curve by the error of the fit, which the 1 m do not include: what that
+/// comes to for a degree stands in docs/geometry.md.
 ///
 /// Throws the variant's character string if the height error has one sign at both ends; what the
-/// equations, the fit and the DEM throw passes through. A degree of 0 has no trial heights and
-/// throws ERROR_ALGORITHM. Allocates nothing unless it fails or the log is at level kTrace.
+/// equations, the fit and the DEM throw passes through. A degree of 0 throws ERROR_ALGORITHM.
+/// Allocates nothing unless it fails or the log is at level kTrace.
 [[nodiscard]] TerrainLocation LocateOnTerrain(const RangeDopplerQuery& query, DEM_DOCUMENT& dem,
-                                              std::uint8_t degree, TerrainArrays& arrays,
-                                              const TerrainVariant& variant);
+                                              TerrainArrays& arrays, const TerrainVariant& variant);
 
 }  // namespace quellmark::geolocation

@@ -54,8 +54,10 @@ void SubtractMultiple(T* from, const T* row, int length, T factor) {
   for (int l = 1; l <= length; ++l) from[l] -= row[l] * factor;
 }
 
-template <class T, class Rows>
-Outcome Eliminate(Rows a, int n, Rows b, int m, int* indxc, int* indxr, int* ipiv) {
+// `keep(step, j, factor)` is told what row j is multiplied with in a step: the pivot row by its
+// factor, every other row loses the pivot row times its factor.
+template <class T, class Rows, class Keep>
+Outcome Eliminate(Rows a, int n, Rows b, int m, int* indxc, int* indxr, int* ipiv, Keep keep) {
   for (int j = 1; j <= n; ++j) ipiv[j] = 0;
   for (int step = 1; step <= n; ++step) {
     const Pivot pivot = FindPivot<T>(a, n, ipiv);
@@ -71,11 +73,13 @@ Outcome Eliminate(Rows a, int n, Rows b, int m, int* indxc, int* indxr, int* ipi
     }
     if (pivot_row[pivot.column] == T(0)) return Outcome::kZeroPivot;
     const T inverse = T(1) / std::exchange(pivot_row[pivot.column], T(1));
+    keep(step, pivot.column, inverse);
     Scale(pivot_row, n, inverse);
     Scale(pivot_sides, m, inverse);
     for (int j = 1; j <= n; ++j) {
       if (j == pivot.column) continue;
       const T factor = std::exchange(a[j][pivot.column], T(0));
+      keep(step, j, factor);
       SubtractMultiple(a[j], pivot_row, n, factor);
       SubtractMultiple(b[j], pivot_sides, m, factor);
     }
@@ -88,6 +92,13 @@ Outcome Eliminate(Rows a, int n, Rows b, int m, int* indxc, int* indxr, int* ipi
   return Outcome::kSolved;
 }
 
+constexpr auto kForget = [](int, int, auto) {};
+
+void ThrowUnlessSolved(Outcome outcome) {
+  if (outcome == Outcome::kNoPivot) throw "gaussj_fast: Singular Matrix-1";
+  if (outcome == Outcome::kZeroPivot) throw "gaussj_fast: Singular Matrix-2";
+}
+
 }  // namespace
 
 template <class T>
@@ -95,7 +106,7 @@ void gaussj(T** a, int n, T** b, int m) {
   const WorkVector<int> indxc(n);
   const WorkVector<int> indxr(n);
   const WorkVector<int> ipiv(n);
-  switch (Eliminate<T>(a, n, b, m, indxc.Data(), indxr.Data(), ipiv.Data())) {
+  switch (Eliminate<T>(a, n, b, m, indxc.Data(), indxr.Data(), ipiv.Data(), kForget)) {
     case Outcome::kSolved:
       return;
     case Outcome::kNoPivot:
@@ -108,20 +119,41 @@ void gaussj(T** a, int n, T** b, int m) {
 template <class T>
 void gaussj_fast(MATRIX<T>& a, int n, MATRIX<T>& b, int m, ARRAY<int>& indxc, ARRAY<int>& indxr,
                  ARRAY<int>& ipiv) {
-  switch (Eliminate<T>(MatrixRows<T>{a}, n, MatrixRows<T>{b}, m, indxc.Data(1), indxr.Data(1),
-                       ipiv.Data(1))) {
-    case Outcome::kSolved:
-      return;
-    case Outcome::kNoPivot:
-      throw "gaussj_fast: Singular Matrix-1";
-    case Outcome::kZeroPivot:
-      throw "gaussj_fast: Singular Matrix-2";
+  ThrowUnlessSolved(Eliminate<T>(MatrixRows<T>{a}, n, MatrixRows<T>{b}, m, indxc.Data(1),
+                                 indxr.Data(1), ipiv.Data(1), kForget));
+}
+
+template <class T>
+void gaussj_fast(MATRIX<T>& a, int n, MATRIX<T>& b, int m, ARRAY<int>& indxc, ARRAY<int>& indxr,
+                 ARRAY<int>& ipiv, MATRIX<T>& factors) {
+  ThrowUnlessSolved(Eliminate<T>(MatrixRows<T>{a}, n, MatrixRows<T>{b}, m, indxc.Data(1),
+                                 indxr.Data(1), ipiv.Data(1),
+                                 [&](int step, int j, T factor) { factors(step, j) = factor; }));
+}
+
+template <class T>
+void gaussj_again_fast(int n, MATRIX<T>& b, int m, const ARRAY<int>& indxc, const ARRAY<int>& indxr,
+                       const MATRIX<T>& factors) {
+  for (int step = 1; step <= n; ++step) {
+    const T* const factor = factors.Row(step);
+    const int column = indxc[step];
+    T* const pivot_sides = b.Row(column);
+    if (indxr[step] != column) SwapRows(b.Row(indxr[step]), pivot_sides, m);
+    Scale(pivot_sides, m, factor[column]);
+    for (int j = 1; j <= n; ++j) {
+      if (j != column) SubtractMultiple(b.Row(j), pivot_sides, m, factor[j]);
+    }
   }
 }
 
-template void gaussj(float** a, int n, float** b, int m);
-template void gaussj(double** a, int n, double** b, int m);
-template void gaussj_fast(MATRIX<float>& a, int n, MATRIX<float>& b, int m, ARRAY<int>& indxc,
-                          ARRAY<int>& indxr, ARRAY<int>& ipiv);
-template void gaussj_fast(MATRIX<double>& a, int n, MATRIX<double>& b, int m, ARRAY<int>& indxc,
-                          ARRAY<int>& indxr, ARRAY<int>& ipiv);
+#define QM_INSTANTIATE(T)                                                                \
+  template void gaussj(T** a, int n, T** b, int m);                                      \
+  template void gaussj_fast(MATRIX<T>& a, int n, MATRIX<T>& b, int m, ARRAY<int>& indxc, \
+                            ARRAY<int>& indxr, ARRAY<int>& ipiv);                        \
+  template void gaussj_fast(MATRIX<T>& a, int n, MATRIX<T>& b, int m, ARRAY<int>& indxc, \
+                            ARRAY<int>& indxr, ARRAY<int>& ipiv, MATRIX<T>& factors);    \
+  template void gaussj_again_fast(int n, MATRIX<T>& b, int m, const ARRAY<int>& indxc,   \
+                                  const ARRAY<int>& indxr, const MATRIX<T>& factors);
+
+QM_INSTANTIATE(float)
+QM_INSTANTIATE(double)

@@ -21,9 +21,14 @@ template <class T>
 void gaussj_fast(MATRIX<T>& a, int n, MATRIX<T>& b, int m, ARRAY<int>& indxc, ARRAY<int>& indxr,
                  ARRAY<int>& ipiv);
 
-extern template void gaussj(float** a, int n, float** b, int m);
-extern template void gaussj(double** a, int n, double** b, int m);
-extern template void gaussj_fast(MATRIX<float>& a, int n, MATRIX<float>& b, int m,
-                                 ARRAY<int>& indxc, ARRAY<int>& indxr, ARRAY<int>& ipiv);
-extern template void gaussj_fast(MATRIX<double>& a, int n, MATRIX<double>& b, int m,
-                                 ARRAY<int>& indxc, ARRAY<int>& indxr, ARRAY<int>& ipiv);
+/// As gaussj_fast() above, and keeps the elimination in indxc, indxr and `factors` (n x n) for
+/// gaussj_again_fast().
+template <class T>
+void gaussj_fast(MATRIX<T>& a, int n, MATRIX<T>& b, int m, ARRAY<int>& indxc, ARRAY<int>& indxr,
+                 ARRAY<int>& ipiv, MATRIX<T>& factors);
+
+/// Takes m further right-hand sides b through an elimination that was kept. They become, bit for
+/// bit, what gaussj_fast() would have made of them.
+template <class T>
+void gaussj_again_fast(int n, MATRIX<T>& b, int m, const ARRAY<int>& indxc, const ARRAY<int>& indxr,
+                       const MATRIX<T>& factors);

@@ -37,14 +37,13 @@ int CountFitted(const int* ia, int ma) {
   return fitted;
 }
 
-// Fills the lower triangle of the normal matrix and the right-hand side.
-template <class T, class Rows>
-void Accumulate(const Samples<T>& samples, const Parameters<T>& p, int mfit, Rows covar, Rows beta,
-                T* afunc) {
-  for (int j = 1; j <= mfit; ++j) {
-    for (int k = 1; k <= mfit; ++k) covar[j][k] = 0;
-    beta[j][1] = 0;
-  }
+// Sums up the right-hand side. `add_normal(row, j, weighted)` is called for each sample and fitted
+// parameter j, the row-th one, with the weighted value of its basis function; afunc holds the
+// others.
+template <class T, class Rows, class AddNormal>
+void Accumulate(const Samples<T>& samples, const Parameters<T>& p, int mfit, Rows beta, T* afunc,
+                AddNormal add_normal) {
+  for (int j = 1; j <= mfit; ++j) beta[j][1] = 0;
   for (int i = 1; i <= samples.count; ++i) {
     p.funcs(samples.x[i], afunc, p.count);
     T y = samples.y[i];
@@ -56,14 +55,26 @@ void Accumulate(const Samples<T>& samples, const Parameters<T>& p, int mfit, Row
     for (int j = 1; j <= p.count; ++j) {
       if (p.ia[j] == 0) continue;
       const T weighted = afunc[j] * weight;
-      T* const normal = covar[++row];
-      int column = 0;
-      for (int k = 1; k <= j; ++k) {
-        if (p.ia[k] != 0) normal[++column] += weighted * afunc[k];
-      }
+      add_normal(++row, j, weighted);
       beta[row][1] += y * weighted;
     }
   }
+}
+
+// The right-hand side, and the lower triangle of the normal matrix.
+template <class T, class Rows>
+void AccumulateBoth(const Samples<T>& samples, const Parameters<T>& p, int mfit, Rows covar,
+                    Rows beta, T* afunc) {
+  for (int j = 1; j <= mfit; ++j) {
+    for (int k = 1; k <= mfit; ++k) covar[j][k] = 0;
+  }
+  Accumulate(samples, p, mfit, beta, afunc, [&](int row, int j, T weighted) {
+    T* const normal = covar[row];
+    int column = 0;
+    for (int k = 1; k <= j; ++k) {
+      if (p.ia[k] != 0) normal[++column] += weighted * afunc[k];
+    }
+  });
 }
 
 template <class T, class Rows>
@@ -102,17 +113,22 @@ void SpreadCovariance(Rows covar, const Parameters<T>& p, int mfit) {
   }
 }
 
-// Gives chi-square; `solve` is the Gauss-Jordan elimination of the flavour.
-template <class T, class Rows, class Solve>
-T Fit(const Samples<T>& samples, const Parameters<T>& p, int mfit, Rows covar, Rows beta, T* afunc,
-      Solve solve) {
-  Accumulate(samples, p, mfit, covar, beta, afunc);
-  Mirror<T>(covar, mfit);
-  solve();
+template <class T, class Rows>
+void TakeSolution(const Parameters<T>& p, Rows beta) {
   int row = 0;
   for (int j = 1; j <= p.count; ++j) {
     if (p.ia[j] != 0) p.a[j] = beta[++row][1];
   }
+}
+
+// Returns chi-square; `solve` is the Gauss-Jordan elimination of the flavour.
+template <class T, class Rows, class Solve>
+T Fit(const Samples<T>& samples, const Parameters<T>& p, int mfit, Rows covar, Rows beta, T* afunc,
+      Solve solve) {
+  AccumulateBoth(samples, p, mfit, covar, beta, afunc);
+  Mirror<T>(covar, mfit);
+  solve();
+  TakeSolution(p, beta);
   const T chisq = ChiSquare(samples, p, afunc);
   SpreadCovariance(covar, p, mfit);
   return chisq;
@@ -128,8 +144,11 @@ int LfitWorkspace<T>::Create(int ma) {
   for (ARRAY<int>* const array : {&indxc, &indxr, &ipiv}) {
     if (const int status = array->Create(range); status != kArrayOk) return status;
   }
-  if (const int status = betaM.Create(range, RANGE<int>(1, 1)); status != kArrayOk) return status;
-  return afuncV.Create(range);
+  for (const int status : {betaM.Create(range, RANGE<int>(1, 1)), afuncV.Create(range),
+                           factors.Create(range, range)}) {
+    if (status != kArrayOk) return status;
+  }
+  return kArrayOk;
 }
 
 }  // namespace quellmark::lsq
@@ -153,25 +172,34 @@ void lfit_fast(const ARRAY<T>& x, const ARRAY<T>& y, const ARRAY<T>& sig, int nd
   if (mfit == 0) throw "lfit_fast: no parameters to be fitted";
   chisq = Fit<T>({x.Data(1), y.Data(1), sig.Data(1), ndat}, {a.Data(1), ia.Data(1), ma, funcs},
                  mfit, MatrixRows<T>{covar}, MatrixRows<T>{work.betaM}, work.afuncV.Data(1), [&] {
-                   gaussj_fast(covar, mfit, work.betaM, 1, work.indxc, work.indxr, work.ipiv);
+                   gaussj_fast(covar, mfit, work.betaM, 1, work.indxc, work.indxr, work.ipiv,
+                               work.factors);
                  });
 }
 
-template struct quellmark::lsq::LfitWorkspace<float>;
-template void lfit(const float x[], const float y[], const float sig[], int ndat, float a[],
-                   const int ia[], int ma, float** covar, float* chisq,
-                   quellmark::lsq::BasisFunctions<float> funcs);
-template void lfit_fast(const ARRAY<float>& x, const ARRAY<float>& y, const ARRAY<float>& sig,
-                        int ndat, ARRAY<float>& a, const ARRAY<int>& ia, int ma,
-                        MATRIX<float>& covar, float& chisq,
-                        quellmark::lsq::BasisFunctions<float> funcs,
-                        quellmark::lsq::LfitWorkspace<float>& work);
-template struct quellmark::lsq::LfitWorkspace<double>;
-template void lfit(const double x[], const double y[], const double sig[], int ndat, double a[],
-                   const int ia[], int ma, double** covar, double* chisq,
-                   quellmark::lsq::BasisFunctions<double> funcs);
-template void lfit_fast(const ARRAY<double>& x, const ARRAY<double>& y, const ARRAY<double>& sig,
-                        int ndat, ARRAY<double>& a, const ARRAY<int>& ia, int ma,
-                        MATRIX<double>& covar, double& chisq,
-                        quellmark::lsq::BasisFunctions<double> funcs,
-                        quellmark::lsq::LfitWorkspace<double>& work);
+template <class T>
+void lfit_again_fast(const ARRAY<T>& x, const ARRAY<T>& y, const ARRAY<T>& sig, int ndat,
+                     ARRAY<T>& a, const ARRAY<int>& ia, int ma,
+                     std::type_identity_t<BasisFunctions<T>> funcs, LfitWorkspace<T>& work) {
+  const Parameters<T> parameters{a.Data(1), ia.Data(1), ma, funcs};
+  const int mfit = CountFitted(parameters.ia, ma);
+  const MatrixRows<T> beta{work.betaM};
+  Accumulate<T>({x.Data(1), y.Data(1), sig.Data(1), ndat}, parameters, mfit, beta,
+                work.afuncV.Data(1), [](int, int, T) {});
+  gaussj_again_fast(mfit, work.betaM, 1, work.indxc, work.indxr, work.factors);
+  TakeSolution(parameters, beta);
+}
+
+#define QM_INSTANTIATE(T)                                                                        \
+  template struct quellmark::lsq::LfitWorkspace<T>;                                              \
+  template void lfit(const T x[], const T y[], const T sig[], int ndat, T a[], const int ia[],   \
+                     int ma, T** covar, T* chisq, BasisFunctions<T> funcs);                      \
+  template void lfit_fast(const ARRAY<T>& x, const ARRAY<T>& y, const ARRAY<T>& sig, int ndat,   \
+                          ARRAY<T>& a, const ARRAY<int>& ia, int ma, MATRIX<T>& covar, T& chisq, \
+                          BasisFunctions<T> funcs, LfitWorkspace<T>& work);                      \
+  template void lfit_again_fast(const ARRAY<T>& x, const ARRAY<T>& y, const ARRAY<T>& sig,       \
+                                int ndat, ARRAY<T>& a, const ARRAY<int>& ia, int ma,             \
+                                BasisFunctions<T> funcs, LfitWorkspace<T>& work);
+
+QM_INSTANTIATE(float)
+QM_INSTANTIATE(double)

@@ -18,10 +18,11 @@ struct LfitWorkspace {
   ARRAY<int> indxc;
   ARRAY<int> indxr;
   ARRAY<int> ipiv;
-  MATRIX<T> betaM;  ///< ma x 1, the right-hand side
-  ARRAY<T> afuncV;  ///< the values of the basis
+  MATRIX<T> betaM;    ///< ma x 1, the right-hand side
+  ARRAY<T> afuncV;    ///< the values of the basis
+  MATRIX<T> factors;  ///< ma x ma, with indxc and indxr the elimination done last
 
-  /// Makes room for fits of ma parameters; gives an ArrayStatus.
+  /// Makes room for fits of ma parameters; returns an ArrayStatus.
   [[nodiscard]] int Create(int ma);
 };
 
@@ -47,21 +48,11 @@ void lfit_fast(const ARRAY<T>& x, const ARRAY<T>& y, const ARRAY<T>& sig, int nd
                std::type_identity_t<quellmark::lsq::BasisFunctions<T>> funcs,
                quellmark::lsq::LfitWorkspace<T>& work);
 
-extern template struct quellmark::lsq::LfitWorkspace<float>;
-extern template void lfit(const float x[], const float y[], const float sig[], int ndat, float a[],
-                          const int ia[], int ma, float** covar, float* chisq,
-                          quellmark::lsq::BasisFunctions<float> funcs);
-extern template void lfit_fast(const ARRAY<float>& x, const ARRAY<float>& y,
-                               const ARRAY<float>& sig, int ndat, ARRAY<float>& a,
-                               const ARRAY<int>& ia, int ma, MATRIX<float>& covar, float& chisq,
-                               quellmark::lsq::BasisFunctions<float> funcs,
-                               quellmark::lsq::LfitWorkspace<float>& work);
-extern template struct quellmark::lsq::LfitWorkspace<double>;
-extern template void lfit(const double x[], const double y[], const double sig[], int ndat,
-                          double a[], const int ia[], int ma, double** covar, double* chisq,
-                          quellmark::lsq::BasisFunctions<double> funcs);
-extern template void lfit_fast(const ARRAY<double>& x, const ARRAY<double>& y,
-                               const ARRAY<double>& sig, int ndat, ARRAY<double>& a,
-                               const ARRAY<int>& ia, int ma, MATRIX<double>& covar, double& chisq,
-                               quellmark::lsq::BasisFunctions<double> funcs,
-                               quellmark::lsq::LfitWorkspace<double>& work);
+/// Fits another series of samples at the x, sig and ia of the lfit_fast() done last in `work`: `a`
+/// becomes, bit for bit, what lfit_fast() would make of it, without its work on the normal
+/// equations.
+template <class T>
+void lfit_again_fast(const ARRAY<T>& x, const ARRAY<T>& y, const ARRAY<T>& sig, int ndat,
+                     ARRAY<T>& a, const ARRAY<int>& ia, int ma,
+                     std::type_identity_t<quellmark::lsq::BasisFunctions<T>> funcs,
+                     quellmark::lsq::LfitWorkspace<T>& work);
