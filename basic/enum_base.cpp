@@ -4,6 +4,7 @@
 #include <mutex>
 #include <typeinfo>
 
+#include "basic/alarm.h"
 #include "basic/error_lock.h"
 
 namespace BASIC::TYPES {
@@ -42,11 +43,16 @@ const EnumValue* FindByAnyName(const EnumTable& table, std::string_view text, bo
   return nullptr;
 }
 
+void FailureLine(const EnumTable& table, std::string_view what) {
+  quellmark::basic::Alarm(std::string(table.class_name).append(": ").append(what).append("\n"));
+}
+
 [[noreturn]] void Refuse(const EnumTable& table, std::string_view text) {
   RefusedText refused{std::string(text), std::string(table.class_name), "Valid values are: "};
   for (const EnumValue& value : table.Values()) {
     refused.valid_values.append("'").append(value.text).append("' ");
   }
+  FailureLine(table, "invalid value '" + std::string(text) + "'. " + refused.valid_values);
   {
     const std::lock_guard lock(ErrorLock());
     Refused() = std::move(refused);
@@ -63,25 +69,32 @@ void ENUM_BASE::Take(const EnumValue& value) {
 
 void ENUM_BASE::Set(std::string_view text, bool strict) {
   const EnumTable& table = Table();
-  const EnumValue* const value = FindByAnyName(table, text, strict || table.case_sensitive);
+  const EnumValue* const value = FindByAnyName(table, text, strict);
   if (value == nullptr) Refuse(table, text);
   Take(*value);
 }
 
 void ENUM_BASE::SetId(int id) {
   const EnumValue* const value = Table().Find(id);
-  if (value == nullptr) throw ERROR_ENUM_BASE_INVALID_ID();
+  if (value == nullptr) {
+    FailureLine(Table(), "invalid id " + std::to_string(id));
+    throw ERROR_ENUM_BASE_INVALID_ID();
+  }
   Take(*value);
 }
 
 ENUM_BASE& ENUM_BASE::operator++() {
   const EnumValue* const next = Table().Find(id_ + 1);
-  if (next == nullptr) throw ERROR_ENUM_BASE_LIMIT_OF_ENUMERATION_EXPIRED();
+  if (next == nullptr) {
+    FailureLine(Table(), "no value after '" + std::string(text_) + "'");
+    throw ERROR_ENUM_BASE_LIMIT_OF_ENUMERATION_EXPIRED();
+  }
   Take(*next);
   return *this;
 }
 
 std::string_view ENUM_BASE::AliasText(int n) const {
+  if (n < 1) return text_;
   for (const EnumAlias& alias : Table().Aliases()) {
     if (alias.text == text_ && --n == 0) return alias.name;
   }
@@ -89,7 +102,10 @@ std::string_view ENUM_BASE::AliasText(int n) const {
 }
 
 bool ENUM_BASE::Equals(const ENUM_BASE& other) const {
-  if (typeid(*this) != typeid(other)) throw ERROR_ENUM_BASE_TYPE_MISMATCH();
+  if (typeid(*this) != typeid(other)) {
+    FailureLine(Table(), "compared with a value of " + std::string(other.ClassName()));
+    throw ERROR_ENUM_BASE_TYPE_MISMATCH();
+  }
   return id_ == other.id_;
 }
 

@@ -33,7 +33,6 @@ struct EnumTable {
   std::string_view parameter_name;  ///< its name in pools and messages
   EnumValue values[kMaxValues];
   EnumAlias aliases[kMaxAliases] = {};
-  bool case_sensitive = false;
 
   /// What is listed; the rest of the room has no texts.
   [[nodiscard]] constexpr std::span<const EnumValue> Values() const {
@@ -87,8 +86,9 @@ class ENUM_BASE {
   [[nodiscard]] virtual const EnumTable& Table() const = 0;
 
   /// Takes the value that bears `text`: its own text, in the order of the ids, or else any of its
-  /// further names. Small and capital letters are the same unless `strict` or the table says
-  /// otherwise. Throws ERROR_ENUM_BASE_INVALID_VALUE, then keeps its value.
+  /// further names. Small and capital letters are the same unless `strict`. Throws
+  /// ERROR_ENUM_BASE_INVALID_VALUE and then keeps its value; the alarm before it lists the valid
+  /// texts.
   void Set(std::string_view text, bool strict = false);
   /// Throws ERROR_ENUM_BASE_INVALID_ID for an id that has no value.
   void SetId(int id);
@@ -99,7 +99,7 @@ class ENUM_BASE {
   [[nodiscard]] bool IsSet() const { return id_ != 0; }
   /// The views stay valid to the end of the program and end in NUL.
   [[nodiscard]] std::string_view Text() const { return text_; }
-  /// The n-th alias of the value, counted from 1; the text itself if there are fewer.
+  /// The n-th alias of the value, counted from 1; the text itself if there is none.
   [[nodiscard]] std::string_view AliasText(int n) const;
   [[nodiscard]] std::string_view ClassName() const { return Table().class_name; }
   [[nodiscard]] std::string_view ParameterName() const { return Table().parameter_name; }

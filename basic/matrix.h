@@ -14,8 +14,8 @@
 template <class T>
 class MATRIX {
  public:
-  /// Leads to one row: `row[column]` with the matrix's own column indices. A matrix without
-  /// elements has no links.
+  /// Leads to one row: `row[column]` with the matrix's own column indices. Without columns one
+  /// link, which is null, serves all rows: a pool may name two thousand million of them.
   struct POINTER_VECTOR_LINK_T {
     T* row = nullptr;
   };
@@ -42,8 +42,9 @@ class MATRIX {
   [[nodiscard]] T& operator()(int row, int column) { return Row(row)[column]; }
   [[nodiscard]] const T& operator()(int row, int column) const { return Row(row)[column]; }
   /// A row, shifted so that the matrix's own column indices address its elements; unchecked.
-  [[nodiscard]] T* Row(int row) { return (*links_)[row].row; }
-  [[nodiscard]] const T* Row(int row) const { return (*links_)[row].row; }
+  /// Null in a matrix without columns.
+  [[nodiscard]] T* Row(int row) { return (*links_)[row & link_mask_].row; }
+  [[nodiscard]] const T* Row(int row) const { return (*links_)[row & link_mask_].row; }
   /// All elements, row by row.
   [[nodiscard]] std::span<T> Elements() { return {elements_.get(), Size()}; }
   [[nodiscard]] std::span<const T> Elements() const { return {elements_.get(), Size()}; }
@@ -59,6 +60,7 @@ class MATRIX {
   RANGE<int> columns_{0, 0};
   std::unique_ptr<ARRAY<POINTER_VECTOR_LINK_T>> links_;
   bool created_ = false;
+  int link_mask_ = -1;  // 0 where one link serves all rows
   std::unique_ptr<T[]> elements_;
 };
 

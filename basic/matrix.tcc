@@ -58,13 +58,13 @@ int MATRIX<T>::Create(const RANGE<int>& rows, const RANGE<int>& columns) {
   created.created_ = true;
   // The elements first: a request beyond all bounds then fails before the links take memory.
   created.elements_ = quellmark::basic::TryAllocate<T>(created.Size());
-  if (created.elements_ == nullptr) {
-    if (created.Size() != 0) return kArrayNoMemory;
-    Swap(created);
-    return kArrayOk;
-  }
+  if (created.elements_ == nullptr && created.Size() != 0) return kArrayNoMemory;
+  const bool has_columns = columns.Length() != 0;
+  created.link_mask_ = has_columns ? -1 : 0;
   created.links_.reset(new (std::nothrow) ARRAY<POINTER_VECTOR_LINK_T>);
-  if (created.links_ == nullptr || created.links_->Create(rows) != kArrayOk) return kArrayNoMemory;
+  if (created.links_ == nullptr ||
+      created.links_->Create(has_columns ? rows : RANGE<int>(0, 1)) != kArrayOk)
+    return kArrayNoMemory;
   T* row = created.elements_.get();
   for (POINTER_VECTOR_LINK_T& link : created.links_->Elements()) {
     link.row = quellmark::basic::ShiftedTo(columns.Start(), row);
@@ -80,5 +80,6 @@ void MATRIX<T>::Swap(MATRIX& other) noexcept {
   std::swap(columns_, other.columns_);
   std::swap(links_, other.links_);
   std::swap(created_, other.created_);
+  std::swap(link_mask_, other.link_mask_);
   std::swap(elements_, other.elements_);
 }

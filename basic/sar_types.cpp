@@ -6,9 +6,10 @@ namespace SAR {
 
 namespace {
 
+template <class Error = BASIC::TYPES::ERROR_ENUM_BASE>
 [[noreturn]] void FailWith(std::string_view line) {
   quellmark::basic::Alarm(line);
-  throw BASIC::TYPES::ERROR_ENUM_BASE();
+  throw Error();
 }
 
 // The pairs (transmit, receive) are numbered row by row.
@@ -68,7 +69,9 @@ Edge ImageDirection::EdgeOf(const Azimuth& azimuth) const {
 }
 
 void Azimuths::Insert(const Azimuth& azimuth) {
-  if (!azimuth.IsSet()) throw BASIC::TYPES::ERROR_ENUM_BASE_INVALID_ID();
+  if (!azimuth.IsSet()) {
+    FailWith<BASIC::TYPES::ERROR_ENUM_BASE_INVALID_ID>("SAR::Azimuths: a value that is not set\n");
+  }
   ids_.set(static_cast<std::size_t>(azimuth.Id()));
 }
 

@@ -3,6 +3,7 @@
 #include <new>
 #include <stdexcept>
 
+#include "basic/alarm.h"
 #include "basic/errors.h"
 
 namespace {
@@ -15,12 +16,16 @@ namespace {
 // it.
 template <class Action>
 void OrNoMemory(Action action) {
+  const auto fail = [] {
+    quellmark::basic::Alarm("STRING: not enough memory for a text\n");
+    throw ERROR_NO_MEMORY();
+  };
   try {
     action();
   } catch (const std::bad_alloc&) {
-    throw ERROR_NO_MEMORY();
+    fail();
   } catch (const std::length_error&) {
-    throw ERROR_NO_MEMORY();
+    fail();
   }
 }
 

@@ -8,13 +8,14 @@
 #include <utility>
 
 /// The text type of all interfaces: any bytes but NUL-terminated when handed out. Where memory for
-/// a text can not be had, ERROR_NO_MEMORY is thrown and nothing has changed.
+/// a text can not be had, an alarm is reported, ERROR_NO_MEMORY thrown and nothing has changed.
 class STRING {
  public:
   STRING() = default;
   STRING(const char* text) : STRING(std::string_view(text)) {}
   STRING(std::string_view text);
-  STRING(std::string text) : text_(std::move(text)) {}
+  STRING(std::string&& text) noexcept : text_(std::move(text)) {}
+  STRING(const std::string& text) : STRING(std::string_view(text)) {}
   STRING(const STRING& other) : STRING(other.View()) {}
   STRING(STRING&&) noexcept = default;
   STRING& operator=(const STRING& other);

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <string>
 
 #include "basic/alarm.h"
 #include "basic/errors.h"
@@ -24,7 +25,12 @@ template <class T>
 void SUB_ARRAY<T>::Show(ARRAY<T>& of, int first, int last) {
   const auto length = static_cast<long long>(last) - first + 1;
   const auto skipped = static_cast<long long>(first) - of.First();
-  if (length < 0 || skipped < 0 || skipped + length > of.Length()) throw ERROR_ARGUMENT();
+  if (length < 0 || skipped < 0 || skipped + length > of.Length()) {
+    quellmark::basic::Alarm("SUB_ARRAY: " + std::to_string(first) + ".." + std::to_string(last) +
+                            " is not within " + std::to_string(of.First()) + ".." +
+                            std::to_string(of.Last()) + "\n");
+    throw ERROR_ARGUMENT();
+  }
   range_ = RANGE<int>(first, static_cast<int>(length));
   elements_ = of.Elements().data() + skipped;
 }

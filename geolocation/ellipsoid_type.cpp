@@ -3,6 +3,8 @@
 #include <array>
 #include <cstddef>
 
+#include "basic/alarm.h"
+
 namespace {
 
 // In the order of the ids. The numbers are the system's own: kept exactly, do not correct, also
@@ -38,7 +40,10 @@ const EllipsoidType<T>& EllipsoidType<T>::Default() {
 
 template <class T>
 const ELLIPSOID<T>& EllipsoidType<T>::Axes() const {
-  if (!IsSet()) throw BASIC::TYPES::ERROR_ENUM_BASE_INVALID_ID();
+  if (!IsSet()) {
+    quellmark::basic::Alarm("EllipsoidType: no ellipsoid is set\n");
+    throw BASIC::TYPES::ERROR_ENUM_BASE_INVALID_ID();
+  }
   return kAxes<T>[static_cast<std::size_t>(Id() - 1)];
 }
 

@@ -5,6 +5,7 @@
 #include <climits>
 #include <memory>
 #include <new>
+#include <string>
 
 #include "basic/array.h"
 #include "basic/errors.h"
@@ -12,6 +13,7 @@
 #include "basic/string.h"
 #include "basic/sub_array.h"
 #include "basic/vector.h"
+#include "tests/support/allocation_counter.h"
 #include "tests/support/expect_fails.h"
 
 namespace {
@@ -204,6 +206,11 @@ TEST_F(Containers, VectorRefusesInItsOwnWords) {
   Vector c;
   EXPECT_THROWS_TEXT(c.CrossProduct(four, four), "CrossProduct: vector a has not dimension of 3");
   EXPECT_THROWS_TEXT(c.CrossProduct(three, four), "CrossProduct: vector b has not dimension of 3");
+  const auto without_memory = [&] {
+    const quellmark::test::AllocationLimit none(0);
+    c.CrossProduct(three, three);
+  };
+  EXPECT_THROWS_TEXT(without_memory(), "CrossProduct: can not allocate vector memory");
   EXPECT_EQ(c.Length(), 0);
   EXPECT_EQ(three[3], 3.0);
 }
@@ -238,8 +245,9 @@ TEST_F(Containers, MatrixFailsAndStaysAsItWas) {
   EXPECT_THROWS_TEXT(matrix = larger, "MATRIX : can not copy matrix");
   EXPECT_EQ(matrix.Rows(), RangeInt(1, 2));
   EXPECT_EQ(matrix(2, 2).value, 5);
-  // Without elements nothing is allocated, however many the rows.
-  EXPECT_EQ(matrix.Create(RangeInt(1, INT_MAX), RangeInt(1, 0)), 0);
+  // Without columns every row is null, and however many they are, they take no memory.
+  EXPECT_EQ(matrix.Create(RangeInt(1, INT_MAX), RangeInt(5, 0)), 0);
+  EXPECT_EQ(matrix.Row(INT_MAX), nullptr);
 }
 
 using Points = ARRAY<POINT<double>>;
@@ -254,8 +262,10 @@ TEST_F(Containers, SubArrayShowsElementsUnderTheirOwnIndices) {
   EXPECT_EQ(&same[view.Last()], &points[-1]);
   view.Show(points, 1, 0);
   EXPECT_EQ(view.Length(), 0);
-  for (const auto& [first, last] : {std::array{-4, 0}, {0, 1}, {0, -2}, {INT_MIN, INT_MAX}}) {
-    EXPECT_THROW(view.Show(points, first, last), ERROR_ARGUMENT) << first << ".." << last;
+  for (const auto& part : {std::array{-4, 0}, {0, 1}, {0, -2}, {INT_MIN, INT_MAX}}) {
+    EXPECT_FAILS(view.Show(points, part[0], part[1]), ERROR_ARGUMENT,
+                 "SUB_ARRAY: " + std::to_string(part[0]) + ".." + std::to_string(part[1]) +
+                     " is not within -3..0\n");
   }
 }
 
@@ -267,6 +277,14 @@ TEST_F(Containers, SubArrayRefusesAssignment) {
                "never call: SUB_ARRAY<T>::operator=( const SUB_ARRAY< T >& )\n");
   EXPECT_EQ(right[1].Y(), 0.0);  // the elements have been copied by then, also where views overlap
   EXPECT_EQ(right[3].Y(), 20.0);
+  // Of two lengths the shorter one counts.
+  View shorter(points, 2, 2);
+  EXPECT_THROW(shorter = left, ERROR_NOT_IMPLEMENTED);
+  EXPECT_EQ(shorter[2].Y(), 0.0);
+  EXPECT_EQ(points[3].Y(), 20.0);
+  EXPECT_THROW(right = View(points, 3, 3), ERROR_NOT_IMPLEMENTED);
+  EXPECT_EQ(points[1].Y(), 20.0);
+  EXPECT_EQ(points[2].Y(), 0.0);
 }
 
 }  // namespace

@@ -5,8 +5,11 @@
 
 #include <limits>
 #include <stdexcept>
+#include <string>
 
 #include "basic/errors.h"
+#include "tests/support/allocation_counter.h"
+#include "tests/support/expect_fails.h"
 
 namespace {
 
@@ -23,9 +26,16 @@ TEST(String, HasNothingToShowBeyondItsLength) {
 TEST(String, TellsThatMemoryIsShort) {
   // Longer than any text may be, so that not a byte of it is read.
   const std::string_view endless("x", std::numeric_limits<std::size_t>::max() / 2);
-  EXPECT_THROW(STRING{endless}, ERROR_NO_MEMORY);
+  constexpr const char* kLine = "STRING: not enough memory for a text\n";
+  EXPECT_FAILS(STRING{endless}, ERROR_NO_MEMORY, kLine);
   STRING text("kept");
-  EXPECT_THROW(text += endless, ERROR_NO_MEMORY);
+  EXPECT_FAILS(text += endless, ERROR_NO_MEMORY, kLine);
+  const std::string source(1000, 'x');
+  const STRING longer(source);
+  const quellmark::test::AllocationLimit none(0);
+  EXPECT_THROW(STRING{source}, ERROR_NO_MEMORY);
+  EXPECT_THROW(STRING{longer}, ERROR_NO_MEMORY);
+  EXPECT_THROW(text = longer, ERROR_NO_MEMORY);
   EXPECT_EQ(text, "kept");
 }
 

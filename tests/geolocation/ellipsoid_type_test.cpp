@@ -4,6 +4,8 @@
 
 #include <string>
 
+#include "tests/support/expect_fails.h"
+
 namespace {
 
 template <class T>
@@ -30,7 +32,8 @@ TYPED_TEST(EllipsoidTypeTest, AxesAndNames) {
     EXPECT_EQ(type.Axes().semi_minor_m, static_cast<TypeParam>(row.b));
   }
   EXPECT_EQ(Type::Default().Text(), "WGS84");
-  EXPECT_THROW(static_cast<void>(Type().Axes()), BASIC::TYPES::ERROR_ENUM_BASE_INVALID_ID);
+  EXPECT_FAILS(Type().Axes(), BASIC::TYPES::ERROR_ENUM_BASE_INVALID_ID,
+               "EllipsoidType: no ellipsoid is set\n");
   EXPECT_THROW(Type().SetId(5), BASIC::TYPES::ERROR_ENUM_BASE_INVALID_ID);
 }
 
