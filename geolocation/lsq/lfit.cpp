@@ -12,7 +12,7 @@ namespace {
 using quellmark::lsq::BasisFunctions;
 using quellmark::lsq::LfitWorkspace;
 using quellmark::lsq::MatrixRows;
-using quellmark::lsq::WorkMatrix;
+using quellmark::lsq::WorkColumn;
 using quellmark::lsq::WorkVector;
 
 template <class T>
@@ -158,7 +158,7 @@ void lfit(const T x[], const T y[], const T sig[], int ndat, T a[], const int ia
           T** covar, T* chisq, std::type_identity_t<BasisFunctions<T>> funcs) {
   const int mfit = CountFitted(ia, ma);
   if (mfit == 0) fail_run_time("lfit: no parameters to be fitted");
-  const WorkMatrix<T> beta(ma, 1);
+  const WorkColumn<T> beta(ma);
   const WorkVector<T> afunc(ma);
   *chisq = Fit<T>({x, y, sig, ndat}, {a, ia, ma, funcs}, mfit, covar, beta.Rows(), afunc.Data(),
                   [&] { gaussj(covar, mfit, beta.Rows(), 1); });

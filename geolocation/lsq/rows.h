@@ -2,8 +2,6 @@
 // one on the caller's MATRIX.
 #pragma once
 
-#include <type_traits>
-
 #include "basic/matrix.h"
 #include "geolocation/lsq/unit_offset.h"
 
@@ -16,30 +14,37 @@ struct MatrixRows {
   T* operator[](int row) const { return matrix.Row(row); }
 };
 
+/// The allocation routines of an element type.
+template <class T>
+struct Routines;
+template <>
+struct Routines<int> {
+  static constexpr auto kVector = ivector;
+  static constexpr auto kFreeVector = free_ivector;
+};
+template <>
+struct Routines<float> {
+  static constexpr auto kVector = vector;
+  static constexpr auto kFreeVector = free_vector;
+  static constexpr auto kMatrix = matrix;
+  static constexpr auto kFreeMatrix = free_matrix;
+};
+template <>
+struct Routines<double> {
+  static constexpr auto kVector = dvector;
+  static constexpr auto kFreeVector = free_dvector;
+  static constexpr auto kMatrix = dmatrix;
+  static constexpr auto kFreeMatrix = free_dmatrix;
+};
+
 /// A vector with the indices 1..length for the time of one call; T is int, float or double.
 template <class T>
 class WorkVector {
  public:
-  explicit WorkVector(int length) : length_(length) {
-    if constexpr (std::is_same_v<T, int>) {
-      data_ = ivector(1, length);
-    } else if constexpr (std::is_same_v<T, float>) {
-      data_ = vector(1, length);
-    } else {
-      data_ = dvector(1, length);
-    }
-  }
+  explicit WorkVector(int length) : length_(length), data_(Routines<T>::kVector(1, length)) {}
   WorkVector(const WorkVector&) = delete;
   WorkVector& operator=(const WorkVector&) = delete;
-  ~WorkVector() {
-    if constexpr (std::is_same_v<T, int>) {
-      free_ivector(data_, 1, length_);
-    } else if constexpr (std::is_same_v<T, float>) {
-      free_vector(data_, 1, length_);
-    } else {
-      free_dvector(data_, 1, length_);
-    }
-  }
+  ~WorkVector() { Routines<T>::kFreeVector(data_, 1, length_); }
 
   [[nodiscard]] T* Data() const { return data_; }
 
@@ -48,32 +53,19 @@ class WorkVector {
   T* data_;
 };
 
-/// A matrix with the indices 1..rows, 1..columns for the time of one call; T is float or double.
+/// A matrix with the indices 1..rows, 1..1 for the time of one call; T is float or double.
 template <class T>
-class WorkMatrix {
+class WorkColumn {
  public:
-  WorkMatrix(int rows, int columns) : rows_(rows), columns_(columns) {
-    if constexpr (std::is_same_v<T, float>) {
-      data_ = matrix(1, rows, 1, columns);
-    } else {
-      data_ = dmatrix(1, rows, 1, columns);
-    }
-  }
-  WorkMatrix(const WorkMatrix&) = delete;
-  WorkMatrix& operator=(const WorkMatrix&) = delete;
-  ~WorkMatrix() {
-    if constexpr (std::is_same_v<T, float>) {
-      free_matrix(data_, 1, rows_, 1, columns_);
-    } else {
-      free_dmatrix(data_, 1, rows_, 1, columns_);
-    }
-  }
+  explicit WorkColumn(int rows) : rows_(rows), data_(Routines<T>::kMatrix(1, rows, 1, 1)) {}
+  WorkColumn(const WorkColumn&) = delete;
+  WorkColumn& operator=(const WorkColumn&) = delete;
+  ~WorkColumn() { Routines<T>::kFreeMatrix(data_, 1, rows_, 1, 1); }
 
   [[nodiscard]] T** Rows() const { return data_; }
 
  private:
   int rows_;
-  int columns_;
   T** data_;
 };
 

@@ -374,29 +374,14 @@ void svdcmp(T** a, int m, int n, T w[], T** v) {
 }
 
 template <class T>
-void svdcmp_fast(MATRIX<T>& a, int m, int n, ARRAY<T>& w, MATRIX<T>& v, ARRAY<T>& rv1) {
-  if (!Decompose(MatrixRows<T>{a}, m, n, w.Data(1), MatrixRows<T>{v}, rv1.Data(1))) {
-    throw kNoConvergence;
-  }
-}
-
-template <class T>
-void svdfit(const T x[], const T y[], const T sig[], int ndata, T a[], int ma, T** u, T** v, T w[],
-            T* chisq, std::type_identity_t<BasisFunctions<T>> funcs) {
-  const WorkVector<T> b(ndata);
-  const WorkVector<T> afunc(ma);
-  SetUpDesign(x, sig, ndata, ma, u, afunc.Data(), funcs);
-  svdcmp(u, ndata, ma, w, v);
-  DiscardSmall(w, ma);
-  *chisq = Solve(x, y, sig, ndata, a, ma, u, v, w, b.Data(), afunc.Data(), funcs);
-}
-
-template <class T>
 void svdfit_decompose_fast(const ARRAY<T>& x, const ARRAY<T>& sig, int ndata, int ma,
                            std::type_identity_t<BasisFunctions<T>> funcs,
                            SvdfitWorkspace<T>& work) {
   SetUpDesign(x.Data(1), sig.Data(1), ndata, ma, MatrixRows<T>{work.u}, work.afunc.Data(1), funcs);
-  svdcmp_fast(work.u, ndata, ma, work.w, work.v, work.rv1);
+  if (!Decompose(MatrixRows<T>{work.u}, ndata, ma, work.w.Data(1), MatrixRows<T>{work.v},
+                 work.rv1.Data(1))) {
+    throw kNoConvergence;
+  }
   DiscardSmall(work.w.Data(1), ma);
 }
 
@@ -409,28 +394,14 @@ void svdfit_solve_fast(const ARRAY<T>& x, const ARRAY<T>& y, const ARRAY<T>& sig
                MatrixRows<T>{work.v}, work.w.Data(1), work.b.Data(1), work.afunc.Data(1), funcs);
 }
 
-template <class T>
-void svdfit_fast(const ARRAY<T>& x, const ARRAY<T>& y, const ARRAY<T>& sig, int ndata, ARRAY<T>& a,
-                 int ma, T& chisq, std::type_identity_t<BasisFunctions<T>> funcs,
-                 SvdfitWorkspace<T>& work) {
-  svdfit_decompose_fast(x, sig, ndata, ma, funcs, work);
-  svdfit_solve_fast(x, y, sig, ndata, a, ma, chisq, funcs, work);
-}
-
-#define QM_INSTANTIATE(T)                                                                          \
-  template struct quellmark::lsq::SvdfitWorkspace<T>;                                              \
-  template void svdcmp(T** a, int m, int n, T w[], T** v);                                         \
-  template void svdcmp_fast(MATRIX<T>& a, int m, int n, ARRAY<T>& w, MATRIX<T>& v, ARRAY<T>& rv1); \
-  template void svdfit(const T x[], const T y[], const T sig[], int ndata, T a[], int ma, T** u,   \
-                       T** v, T w[], T* chisq, BasisFunctions<T> funcs);                           \
-  template void svdfit_decompose_fast(const ARRAY<T>& x, const ARRAY<T>& sig, int ndata, int ma,   \
-                                      BasisFunctions<T> funcs, SvdfitWorkspace<T>& work);          \
-  template void svdfit_solve_fast(const ARRAY<T>& x, const ARRAY<T>& y, const ARRAY<T>& sig,       \
-                                  int ndata, ARRAY<T>& a, int ma, T& chisq,                        \
-                                  BasisFunctions<T> funcs, SvdfitWorkspace<T>& work);              \
-  template void svdfit_fast(const ARRAY<T>& x, const ARRAY<T>& y, const ARRAY<T>& sig, int ndata,  \
-                            ARRAY<T>& a, int ma, T& chisq, BasisFunctions<T> funcs,                \
-                            SvdfitWorkspace<T>& work);
+#define QM_INSTANTIATE(T)                                                                        \
+  template struct quellmark::lsq::SvdfitWorkspace<T>;                                            \
+  template void svdcmp(T** a, int m, int n, T w[], T** v);                                       \
+  template void svdfit_decompose_fast(const ARRAY<T>& x, const ARRAY<T>& sig, int ndata, int ma, \
+                                      BasisFunctions<T> funcs, SvdfitWorkspace<T>& work);        \
+  template void svdfit_solve_fast(const ARRAY<T>& x, const ARRAY<T>& y, const ARRAY<T>& sig,     \
+                                  int ndata, ARRAY<T>& a, int ma, T& chisq,                      \
+                                  BasisFunctions<T> funcs, SvdfitWorkspace<T>& work);
 
 QM_INSTANTIATE(float)
 QM_INSTANTIATE(double)

@@ -9,7 +9,7 @@
 
 namespace quellmark::lsq {
 
-/// What svdfit_fast() works in; sized once and reused.
+/// What the fits work in; sized once and reused.
 template <class T>
 struct SvdfitWorkspace {
   MATRIX<T> u;     ///< ndata x ma, the design matrix, then its left singular vectors
@@ -35,32 +35,19 @@ struct SvdfitWorkspace {
 template <class T>
 void svdcmp(T** a, int m, int n, T w[], T** v);
 
-/// As svdcmp() in the caller's arrays, each with start index 1, rv1 of n elements; allocates
-/// nothing. Throws the character string "no convergence in 30 svdcmp iterations".
-template <class T>
-void svdcmp_fast(MATRIX<T>& a, int m, int n, ARRAY<T>& w, MATRIX<T>& v, ARRAY<T>& rv1);
-
-/// Fits as lfit() does, all parameters and by singular value decomposition: combinations of the
-/// basis that the samples do not tell apart get no share of the solution, which is then the
-/// shortest one. Singular values below ma times the epsilon of T times the largest are discarded
-/// (set to 0). u (ndata x ma), v (ma x ma) and w[1..ma] are left as svdcmp() leaves them.
-template <class T>
-void svdfit(const T x[], const T y[], const T sig[], int ndata, T a[], int ma, T** u, T** v, T w[],
-            T* chisq, std::type_identity_t<quellmark::lsq::BasisFunctions<T>> funcs);
-
-/// As svdfit() in the caller's arrays, each with start index 1; allocates nothing. Throws as
-/// svdcmp_fast() does; a is then as it was.
-template <class T>
-void svdfit_fast(const ARRAY<T>& x, const ARRAY<T>& y, const ARRAY<T>& sig, int ndata, ARRAY<T>& a,
-                 int ma, T& chisq, std::type_identity_t<quellmark::lsq::BasisFunctions<T>> funcs,
-                 quellmark::lsq::SvdfitWorkspace<T>& work);
-
-/// The two halves of svdfit_fast(): the decomposition into u, v and w of `work`, which samples at
-/// the same x and of the same sig share, and the fit of one series of samples by it.
+/// Decomposes the weighted design of the basis `funcs` at the samples x, sig into u, v and w of
+/// `work`, for any number of fits by svdfit_solve_fast(). Singular values below ma times the
+/// epsilon of T times the largest are discarded (set to 0). All indices run from 1; allocates
+/// nothing. Throws the character string "no convergence in 30 svdcmp iterations", also when a value
+/// of the basis or of sig is not finite.
 template <class T>
 void svdfit_decompose_fast(const ARRAY<T>& x, const ARRAY<T>& sig, int ndata, int ma,
                            std::type_identity_t<quellmark::lsq::BasisFunctions<T>> funcs,
                            quellmark::lsq::SvdfitWorkspace<T>& work);
+
+/// Fits as lfit() does, all parameters, by the decomposition that `work` holds for x, sig and
+/// funcs: combinations of the basis that the samples do not tell apart get no share of the
+/// solution, which is then the shortest one.
 template <class T>
 void svdfit_solve_fast(const ARRAY<T>& x, const ARRAY<T>& y, const ARRAY<T>& sig, int ndata,
                        ARRAY<T>& a, int ma, T& chisq,

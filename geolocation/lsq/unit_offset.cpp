@@ -43,9 +43,20 @@ T* AllocateVector(long low, long high, const char* message) {
   return ShiftedTo(low, Allocate<T>(Count(low, high), message));
 }
 
+// a - b where that fits; what does not wraps, as addresses do.
+long Difference(long a, long b) {
+  return static_cast<long>(static_cast<unsigned long>(a) - static_cast<unsigned long>(b));
+}
+
+// The element with the index `low`.
+template <class T>
+T* First(T* shifted, long low) {
+  return ShiftedTo(Difference(0, low), shifted);
+}
+
 template <class T>
 void Free(T* shifted, long low) {
-  std::free(ShiftedTo(-low, shifted));
+  std::free(First(shifted, low));
 }
 
 // Row pointers, shifted, that lead to consecutive rows of `elements`. The first is set even if
@@ -72,7 +83,7 @@ T** AllocateMatrix(long row_low, long row_high, long column_low, long column_hig
 
 template <class T>
 void FreeMatrix(T** m, long row_low, long column_low) {
-  Free(m[row_low], column_low);
+  Free(*First(m, row_low), column_low);
   Free(m, row_low);
 }
 
@@ -142,7 +153,7 @@ float** submatrix(float** a, long old_row_low, long old_row_high, long old_colum
   const std::size_t rows = Count(old_row_low, old_row_high);
   float** const links = Allocate<float*>(rows, "allocation failure in submatrix()");
   for (std::size_t i = 0; i < rows; ++i) {
-    links[i] = ShiftedTo(new_column_low - old_column_low, a[old_row_low + static_cast<long>(i)]);
+    links[i] = ShiftedTo(Difference(new_column_low, old_column_low), First(a, old_row_low)[i]);
   }
   return ShiftedTo(new_row_low, links);
 }
@@ -179,7 +190,8 @@ float*** f3tensor(long row_low, long row_high, long column_low, long column_high
 
 void free_f3tensor(float*** t, long row_low, long /*row_high*/, long column_low,
                    long /*column_high*/, long depth_low, long /*depth_high*/) {
-  Free(t[row_low][column_low], depth_low);
-  Free(t[row_low], column_low);
+  float** const links = *First(t, row_low);
+  Free(*First(links, column_low), depth_low);
+  Free(links, column_low);
   Free(t, row_low);
 }

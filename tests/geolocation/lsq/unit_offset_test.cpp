@@ -24,6 +24,7 @@ void Exercise(T* (*allocate)(long, long), void (*release)(T*, long, long)) {
     for (long i = low; i <= high; ++i) EXPECT_EQ(v[i], static_cast<T>(i));
     release(v, low, high);
   }
+  release(allocate(LONG_MIN, LONG_MIN + 1), LONG_MIN, LONG_MIN + 1);
 }
 
 template <class T>
@@ -39,6 +40,9 @@ void Exercise(T** (*allocate)(long, long, long, long),
     }
     release(m, 1, rows, -2, columns - 3);
   }
+  // Bounds at the end of the numbers are handed back as well.
+  release(allocate(LONG_MIN, LONG_MIN + 1, LONG_MIN, LONG_MIN), LONG_MIN, LONG_MIN + 1, LONG_MIN,
+          LONG_MIN);
 }
 
 TEST(UnitOffset, EveryElementBetweenTheBoundsIsThere) {
@@ -60,6 +64,7 @@ TEST(UnitOffset, ViewsShareTheirElements) {
   EXPECT_EQ(&part[1][8], &flat[5]);
   EXPECT_EQ(&part[0][7], &flat[1]);
   free_submatrix(part, 0, 1, 7, 8);
+  free_submatrix(submatrix(rows, 1, 2, 2, 3, LONG_MIN, LONG_MIN), LONG_MIN, LONG_MIN + 1, 0, 0);
   free_convert_matrix(rows, 1, 2, 1, 3);
 }
 
