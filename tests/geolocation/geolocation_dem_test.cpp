@@ -3,6 +3,7 @@
 
 #include <cmath>
 #include <functional>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -193,10 +194,17 @@ TEST(GeolocationDem, NoSignChange) {
     EXPECT_EQ(untouched, Located());
     // The heights are converted back from the points: not quite -500 and 9000.
     ExpectLogged("no bracket", log);
-    EXPECT_EQ(log.find(" with height errors -") != std::string::npos, height == 9100.0);
-    EXPECT_EQ(log.find("\nWARN  : Invalid DEM height/value -32767m occurred at latitude 0.79") !=
-                  std::string::npos,
-              height == -32767.0);
+    const std::string mark = " with height errors ";
+    std::istringstream errors(log.substr(log.find(mark) + mark.size()));
+    double low = 0.0, high = 0.0;
+    errors >> low;
+    errors.ignore() >> high;
+    EXPECT_NEAR(low, -500.0 - height, 0.1);  // six digits are in the log
+    EXPECT_NEAR(high, 9000.0 - height, 0.1);
+    const auto warning = testing::ContainsRegex(
+        "\nWARN  : Invalid DEM height/value -32767m occurred at latitude 0\\.79[0-9]+ "
+        "longitude 0\\.16[0-9]+\n");
+    EXPECT_EQ(testing::Matches(warning)(log), height == -32767.0);
     EXPECT_THROWS_TEXT(LocatePlain(dem, g), "geolocation" + kNoBracket);
   }
 }
@@ -222,6 +230,23 @@ TEST(GeolocationDem, BracketTakesTheHeightsOfThePoints) {
     const double height = ToGeodetic(point).height_m;
     EXPECT_NEAR(heights[k], height, 0.05);  // six digits are in the log
     (height <= 700.0 ? low : high) = height;
+  }
+}
+
+// The halvings of [-500, 9000] until the middle is within 1 m of the terrain.
+TEST(GeolocationDem, StopsAtTheToleranceOfOneMetre) {
+  for (double terrain = 100.0; terrain < 1100.0; terrain += 37.3) {
+    SCOPED_TRACE(terrain);
+    double low = -500.0, high = 9000.0, middle = 4250.0;
+    int steps = 1;
+    for (; std::abs(middle - terrain) > 1.0; ++steps) {
+      (middle < terrain ? low : high) = middle;
+      middle = 0.5 * (low + high);
+    }
+    FunctionDem dem = Flat(terrain);
+    ScopedLog log;
+    static_cast<void>(LocateFast(dem, OverTheHills()));
+    EXPECT_THAT(log.Text(), HasSubstr(" (DEM): " + std::to_string(steps) + " Iterations."));
   }
 }
 
