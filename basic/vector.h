@@ -32,6 +32,10 @@ template <class T>
 requires std::is_arithmetic_v<T>
 [[nodiscard]] double DotProduct(const VECTOR<T>& a, const VECTOR<T>& b);
 
+/// Throws the character strings of CrossProduct() unless both vectors have three components.
+template <class T>
+void RequireThreeComponents(const VECTOR<T>& a, const VECTOR<T>& b);
+
 #include "basic/vector.tcc"  // IWYU pragma: keep
 
 extern template class VECTOR<int>;

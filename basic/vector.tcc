@@ -57,9 +57,14 @@ VECTOR<T> VECTOR<T>::operator-(const VECTOR& other) const requires std::is_arith
 }
 
 template <class T>
-void VECTOR<T>::CrossProduct(const VECTOR& a, const VECTOR& b) requires std::is_arithmetic_v<T> {
+void RequireThreeComponents(const VECTOR<T>& a, const VECTOR<T>& b) {
   if (a.Length() != 3) throw "CrossProduct: vector a has not dimension of 3";
   if (b.Length() != 3) throw "CrossProduct: vector b has not dimension of 3";
+}
+
+template <class T>
+void VECTOR<T>::CrossProduct(const VECTOR& a, const VECTOR& b) requires std::is_arithmetic_v<T> {
+  RequireThreeComponents(a, b);
   if (this->Resize(a.Range()) != kArrayOk) throw "CrossProduct: can not allocate vector memory";
   // Read only now: an operand that is this vector has got new storage, in the same order.
   const std::span<const T> p = a.Elements();

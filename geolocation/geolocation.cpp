@@ -34,8 +34,7 @@ VECTOR_3D<double> ToVector3d(const VECTOR<double>& v) {
 RangeDopplerQuery MakeQuery(const VECTOR<double>& sat_pos, const VECTOR<double>& sat_vel,
                             double look_direction, double rpole_m, double requator_m,
                             double fast_time_s, double doppler_ms) {
-  VECTOR<double> normal;
-  normal.CrossProduct(sat_pos, sat_vel);  // refuses vectors that have not three components
+  RequireThreeComponents(sat_pos, sat_vel);
   return {.routine = kRoutine,
           .sat_pos = ToVector3d(sat_pos),
           .sat_vel = ToVector3d(sat_vel),

@@ -52,31 +52,6 @@ struct Direction {
   double sin = 0.0;
 };
 
-// A step of the iteration: the candidate X that belongs to the rise it started from, the rise at
-// the candidate's latitude, and the residuals.
-struct Step {
-  double p = 0.0;
-  double q = 0.0;
-  double w = 0.0;
-  double w2 = 0.0;
-  double rise = 0.0;
-  double radius_residual = 0.0;
-  double range_residual = 0.0;
-  double doppler_residual = 0.0;
-};
-
-// What stays the same in all steps of one call.
-struct StepConstants {
-  double sensor_above_pole;    // |S| - b'
-  double sensor_and_pole;      // |S| + b'
-  double range;                // R
-  double range2;               // R^2
-  double half_inverse_radius;  // 1 / (2 |S|)
-  double doppler_slope;        // -vu / vt
-  double doppler_offset;       // R d / vt
-  double side_z;               // z of n times the look direction
-};
-
 bool LongitudeIsUndefined(const Vector& v) { return std::isnan(v.x) || std::isnan(v.y); }
 
 // Longitude of a vector whose longitude is defined. On the axis it is 90 degrees by convention.
@@ -134,11 +109,9 @@ std::array<char, 512> InputDump(const RangeDopplerQuery& query) {
   Fail<ERROR_DATA>(query.routine, InputDump(query).data());
 }
 
-[[noreturn]] void FailToConverge(const RangeDopplerQuery& query, const Step& step) {
+[[noreturn]] void FailToConverge(const RangeDopplerQuery& query, double residual) {
   LogLine(LogLevel::kAlarm, query.routine, ": convergence problem\n");
   LogLine(LogLevel::kAlarm, query.routine, InputDump(query).data());
-  const double residual =
-      std::max({step.radius_residual, step.range_residual, step.doppler_residual});
   LogLine(LogLevel::kInfo, "accuracy after ", kIterationLimit, " steps: ", residual, " tolerance ",
           kResidualTolerance, "\n");
   throw ERROR_DATA();
@@ -150,59 +123,75 @@ std::array<char, 512> InputDump(const RangeDopplerQuery& query) {
   Fail<ERROR_ALGORITHM>("earth_vect.y: ", ground.y);
 }
 
-StepConstants PrepareSteps(const RangeDopplerQuery& query, const LocalFrame& frame,
-                           const RaisedEllipsoid& ellipsoid) {
-  const double range = query.fast_time_s * kSpeedOfLight_ms * 0.5;
-  return {.sensor_above_pole = frame.radius_m - ellipsoid.rpole_m,
-          .sensor_and_pole = frame.radius_m + ellipsoid.rpole_m,
-          .range = range,
-          .range2 = range * range,
-          .half_inverse_radius = 0.5 / frame.radius_m,
-          .doppler_slope = -frame.speed_down_ms / frame.speed_along_ms,
-          .doppler_offset = range * query.doppler_ms / frame.speed_along_ms,
-          .side_z = frame.across.z * query.look_direction};
-}
+// The iteration on r. Each step finds the candidate X that belongs to the rise before it, then the
+// rise at the candidate's latitude and the residuals.
+class Solver {
+ public:
+  Solver(const RangeDopplerQuery& query, const LocalFrame& frame, const RaisedEllipsoid& ellipsoid)
+      : query_(query),
+        frame_(frame),
+        ellipsoid_(ellipsoid),
+        sensor_above_pole_(frame.radius_m - ellipsoid.rpole_m),
+        sensor_and_pole_(frame.radius_m + ellipsoid.rpole_m),
+        range_(query.fast_time_s * kSpeedOfLight_ms * 0.5),
+        range2_(range_ * range_),
+        half_inverse_radius_(0.5 / frame.radius_m),
+        doppler_slope_(-frame.speed_down_ms / frame.speed_along_ms),
+        doppler_offset_(range_ * query.doppler_ms / frame.speed_along_ms),
+        side_z_(frame.across.z * query.look_direction),
+        rise_(RiseAt(ellipsoid, 1.0 - frame.down.z * frame.down.z)) {}
 
-// Both spheres, around the sensor and around the earth's centre, meet in a circle across u at the
-// distance p; the Doppler plane and the look side leave one point of it.
-Step TakeStep(const RangeDopplerQuery& query, const LocalFrame& frame,
-              const RaisedEllipsoid& ellipsoid, const StepConstants& c, double rise) {
-  Step step;
-  // Differences before squares: |S|^2 + R^2 - r^2 would lose 1e-9 m of p.
-  step.p = ((c.sensor_above_pole - rise) * (c.sensor_and_pole + rise) + c.range2) *
-           c.half_inverse_radius;
-  step.q = c.doppler_slope * step.p + c.doppler_offset;
-  step.w2 = (c.range - step.p) * (c.range + step.p) - step.q * step.q;
-  const double w = std::sqrt(step.w2);
-  step.w = w * query.look_direction;
+  // Both spheres, around the sensor and around the earth's centre, meet in a circle across u at the
+  // distance p; the Doppler plane and the look side leave one point of it. Returns false if there
+  // is no such point.
+  bool Step() {
+    // Differences before squares: |S|^2 + R^2 - r^2 would lose 1e-9 m of p.
+    p_ = ((sensor_above_pole_ - rise_) * (sensor_and_pole_ + rise_) + range2_) *
+         half_inverse_radius_;
+    q_ = doppler_slope_ * p_ + doppler_offset_;
+    const double w2 = (range_ - p_) * (range_ + p_) - q_ * q_;
+    if (w2 < 0.0) return false;
+    const double w = std::sqrt(w2);
+    w_ = w * query_.look_direction;
 
-  // sin^2 phi = Z^2 / r^2, with the radius of this step, not of the candidate.
-  const double radius = ellipsoid.rpole_m + rise;
-  const double z = query.sat_pos.z + step.p * frame.down.z + step.q * frame.along.z + w * c.side_z;
-  step.rise = RiseAt(ellipsoid, 1.0 - z * z * (1.0 / (radius * radius)));
+    // sin^2 phi = Z^2 / r^2, with the radius of this step, not of the candidate.
+    const double radius = ellipsoid_.rpole_m + rise_;
+    const double z = query_.sat_pos.z + p_ * frame_.down.z + q_ * frame_.along.z + w * side_z_;
+    const double rise = RiseAt(ellipsoid_, 1.0 - z * z * (1.0 / (radius * radius)));
 
-  const double length = std::sqrt(step.p * step.p + step.q * step.q + step.w * step.w);
-  const double x_dot_v = step.p * frame.speed_down_ms + step.q * frame.speed_along_ms;
-  step.radius_residual = std::abs(step.rise - rise);
-  step.range_residual = std::abs(length - c.range);
-  step.doppler_residual = std::abs(x_dot_v / length - query.doppler_ms);
-  return step;
-}
+    const double length = std::sqrt(p_ * p_ + q_ * q_ + w_ * w_);
+    const double x_dot_v = p_ * frame_.speed_down_ms + q_ * frame_.speed_along_ms;
+    residuals_ = {std::abs(rise - rise_), std::abs(length - range_),
+                  std::abs(x_dot_v / length - query_.doppler_ms)};
+    rise_ = rise;
+    return true;
+  }
 
-// False for a NaN, as IsSolution() is: a NaN never becomes better.
-bool NeedsAnotherStep(const Step& step) {
-  return step.radius_residual >= kResidualTolerance || step.range_residual >= kResidualTolerance ||
-         step.doppler_residual >= kResidualTolerance;
-}
+  // Radius [m], range [m] and Doppler [m/s] of the last step.
+  [[nodiscard]] const std::array<double, 3>& Residuals() const { return residuals_; }
+  // X, earth-fixed.
+  [[nodiscard]] Vector Look() const {
+    return p_ * frame_.down + q_ * frame_.along + w_ * frame_.across;
+  }
 
-bool IsSolution(const Step& step) {
-  return step.radius_residual < kResidualTolerance && step.range_residual < kResidualTolerance &&
-         step.doppler_residual < kResidualTolerance;
-}
-
-Vector ToEarthFrame(const LocalFrame& frame, const Step& step) {
-  return step.p * frame.down + step.q * frame.along + step.w * frame.across;
-}
+ private:
+  const RangeDopplerQuery& query_;
+  const LocalFrame& frame_;
+  const RaisedEllipsoid& ellipsoid_;
+  double sensor_above_pole_;    // |S| - b'
+  double sensor_and_pole_;      // |S| + b'
+  double range_;                // R
+  double range2_;               // R^2
+  double half_inverse_radius_;  // 1 / (2 |S|)
+  double doppler_slope_;        // -vu / vt
+  double doppler_offset_;       // R d / vt
+  double side_z_;               // z of n times the look direction
+  double rise_;
+  double p_ = 0.0;
+  double q_ = 0.0;
+  double w_ = 0.0;
+  std::array<double, 3> residuals_{};
+};
 
 }  // namespace
 
@@ -234,23 +223,22 @@ RaisedEllipsoid RaiseEllipsoid(const RangeDopplerQuery& query) {
 
 GroundPoint LocateOnEllipsoid(const RangeDopplerQuery& query, const LocalFrame& frame,
                               const RaisedEllipsoid& ellipsoid) {
-  const StepConstants constants = PrepareSteps(query, frame, ellipsoid);
-  Step step;
-  step.rise = RiseAt(ellipsoid, 1.0 - frame.down.z * frame.down.z);
+  Solver solver(query, frame, ellipsoid);
+  const auto& [radius, range, doppler] = solver.Residuals();
   int iteration = 0;
   do {
-    ++iteration;
-    step = TakeStep(query, frame, ellipsoid, constants, step.rise);
-    if (step.w2 < 0.0) FailWithoutIntersection(query, iteration);
+    if (!solver.Step()) FailWithoutIntersection(query, iteration + 1);
     // Before the test of convergence: deliberate, the last step never counts.
-    if (iteration == kIterationLimit) FailToConverge(query, step);
-  } while (NeedsAnotherStep(step));
+    if (++iteration == kIterationLimit) FailToConverge(query, std::max({radius, range, doppler}));
+  } while (radius >= kResidualTolerance || range >= kResidualTolerance ||
+           doppler >= kResidualTolerance);
 
   GroundPoint ground;
-  ground.look = ToEarthFrame(frame, step);
+  ground.look = solver.Look();
   ground.position = query.sat_pos + ground.look;
   ground.iterations = iteration;
-  if (LongitudeIsUndefined(ground.position) || !IsSolution(step)) {
+  // A residual that is not a number ends the iteration as well, but solves nothing.
+  if (LongitudeIsUndefined(ground.position) || std::isnan(radius + range + doppler)) {
     FailWithoutLongitude(query, ground.position);
   }
   LogLine(LogLevel::kTrace, query.routine, ": ", iteration, " iterations.\n");
