@@ -65,7 +65,8 @@ class GEOLOCATION_DEM_WORKSPACE {
 /// As geolocation_fast() above, with the height of the terrain that `dem` has at the ground point;
 /// writes that height too. The point is found by way of a curve of `degree` (3 is meant) through
 /// ground points between -500 m and 9000 m; `workspace` has been prepared for that degree.
-/// Allocates nothing.
+/// With degree 3 and incidences from 20 to 60 degrees the point's height is the terrain's to 1.01
+/// m, and 1.8 m more per unit of slope; docs/geometry.md has other degrees. Allocates nothing.
 ///
 /// Throws, besides what the above and the DEM throw, ERROR_ARGUMENT if the work area has not been
 /// prepared for the degree, the character string "geolocation_fast: Initializing error. DEM

@@ -79,8 +79,8 @@ void PowerBasis(double h, double powers[], int count);
 /// height and terrain agree to 1 m there (at most 21 times; the last height counts, whatever its
 /// error is) and solves once more at the height found.
 ///
-/// The result is off the curve by the error of the fit, which the 1 m do not include: what that
-/// comes to for a degree stands in docs/geometry.md.
+/// The 1 m do not include that the result lies beside the curve by the error of the fit; the table
+/// in docs/geometry.md has both for each degree.
 ///
 /// Throws the variant's character string if the height error has one sign at both ends; what the
 /// equations, the fit and the DEM throw passes through. A degree of 0 throws ERROR_ALGORITHM.

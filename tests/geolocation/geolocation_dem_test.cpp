@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cmath>
 #include <functional>
 #include <sstream>
@@ -247,6 +248,34 @@ TEST(GeolocationDem, StopsAtTheToleranceOfOneMetre) {
     ScopedLog log;
     static_cast<void>(LocateFast(dem, OverTheHills()));
     EXPECT_THAT(log.Text(), HasSubstr(" (DEM): " + std::to_string(steps) + " Iterations."));
+  }
+}
+
+// What docs/geometry.md promises: how far the solved point's height is from flat terrain.
+TEST(GeolocationDem, HeightsAreAsGoodAsTheDegree) {
+  const ScopedLog quiet(Level::kSilent);
+  const struct {
+    std::uint8_t degree;
+    double least_incidence, most_incidence, bound_m;
+  } rows[] = {{1, 20, 60, 22},   {1, 5, 85, 210}, {2, 20, 60, 1.02}, {2, 10, 70, 5.5},
+              {3, 10, 70, 1.02}, {3, 5, 85, 7.0}, {4, 5, 85, 2.7},   {6, 5, 85, 1.02}};
+  for (const auto& row : rows) {
+    SCOPED_TRACE(testing::Message() << int{row.degree} << " " << row.most_incidence);
+    RandomGeometries random(3);
+    double worst = 0.0;
+    for (int i = 0; i < 5000; ++i) {
+      const Geometry g =
+          MakeGeometry(random.Uniform(-180, 180) * kDegree, std::asin(random.Uniform(-1, 1)),
+                       random.Uniform(-3.1, 3.1),
+                       random.Uniform(row.least_incidence, row.most_incidence) * kDegree,
+                       random.Uniform(300e3, 900e3));
+      const double terrain = random.Uniform(-400.0, 8900.0);
+      FunctionDem dem = Flat(terrain);
+      const Located located = LocateFast(dem, g, row.degree);
+      worst = std::max(worst, std::abs(ToGeodetic(located.ground).height_m - terrain));
+    }
+    EXPECT_LT(worst, row.bound_m);
+    EXPECT_GT(worst, 0.5 * row.bound_m);
   }
 }
 
