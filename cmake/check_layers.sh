@@ -19,6 +19,10 @@ declare -A below=(
   [geolocation]="dem lsq"
   [imaging]="geolocation orbit"
   [product]=""
+  [batch]=""
+  [check]=""
+  [raster]=""
+  [report]=""
   [app]="basic log lsq interpolation time controller pool dem orbit geolocation"
   [api]="app imaging"
 )

@@ -1,0 +1,344 @@
+#include "toolbox/batch/batch.h"
+
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <csignal>
+#include <ctime>
+#include <deque>
+#include <filesystem>
+#include <list>
+#include <map>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <thread>
+#include <unordered_map>
+
+#include "toolbox/batch/step_process.h"
+#include "toolbox/batch/summary.h"
+#include <quellmark/error.h>
+#include <quellmark/pool.h>
+
+namespace quellmark::batch {
+
+namespace {
+
+namespace fs = std::filesystem;
+using Clock = std::chrono::steady_clock;
+
+constexpr const char* kSoftwareKey = "software_names";
+constexpr auto kPoll = std::chrono::milliseconds(200);
+// A disturbed scene waits, lest a full disk be asked again at once.
+constexpr auto kRetryPause = std::chrono::seconds(1);
+
+// "summary.csv", "summary.3-of-8.csv".
+std::string FileOf(const std::string& out, const char* stem, const Part& part,
+                   const char* extension) {
+  std::string name = out + '/' + stem;
+  if (!part.IsWhole()) {
+    name += '.' + std::to_string(part.index) + "-of-" + std::to_string(part.count);
+  }
+  return name + extension;
+}
+
+std::string FindStep(const std::string& wanted) {
+  if (wanted.find('/') != std::string::npos) {
+    if (::access(wanted.c_str(), X_OK) == 0) return wanted;
+    throw std::runtime_error(wanted + ": is no program that can be started");
+  }
+  const std::string name = wanted.empty() ? "quellmark" : wanted;
+  std::vector<std::string> folders;
+  std::error_code error;
+  const fs::path self = fs::read_symlink("/proc/self/exe", error);
+  if (wanted.empty() && !error) folders.push_back(self.parent_path().string());
+  const char* const path = std::getenv("PATH");
+  std::string_view rest = path == nullptr ? "" : path;
+  while (!rest.empty()) {
+    const std::string_view folder = rest.substr(0, rest.find(':'));
+    rest.remove_prefix(std::min(folder.size() + 1, rest.size()));
+    if (!folder.empty()) folders.emplace_back(folder);
+  }
+  for (const std::string& folder : folders) {
+    const std::string program = folder + '/' + name;
+    if (fs::is_regular_file(program, error) && ::access(program.c_str(), X_OK) == 0) {
+      return program;
+    }
+  }
+  throw std::runtime_error(name + ": is not found; name the step with --step");
+}
+
+// What the step has recorded of itself, one name a line.
+std::string SoftwareIn(const std::string& log_pool) {
+  std::string software;
+  if (!fs::exists(log_pool)) return software;
+  const Pool pool = Pool::Open(log_pool);
+  if (!pool.Has(kSoftwareKey)) return software;
+  for (const std::string& name : pool.Get<Vector<std::string>>(kSoftwareKey).values) {
+    software += software.empty() ? name : '\n' + name;
+  }
+  return software;
+}
+
+void WriteLogPool(const std::string& path, const std::vector<SummaryRow>& rows) {
+  Vector<std::string> names;
+  for (const SummaryRow& row : rows) {
+    std::string_view rest = row.software;
+    while (!rest.empty()) {
+      const std::string_view name = rest.substr(0, rest.find('\n'));
+      rest.remove_prefix(std::min(name.size() + 1, rest.size()));
+      names.values.emplace_back(name);
+    }
+  }
+  PoolEditor().Set(kSoftwareKey, std::move(names)).Write(path);
+}
+
+// Blocks the signals that end a run in order, and those of children, and takes them one by one.
+class SignalTaker {
+ public:
+  SignalTaker() {
+    ::sigemptyset(&taken_);
+    for (const int signal : {SIGINT, SIGTERM, SIGHUP, SIGCHLD}) ::sigaddset(&taken_, signal);
+    ::pthread_sigmask(SIG_BLOCK, &taken_, &before_);
+  }
+
+  /// Whether a signal to stop has come; waits for any signal, at most the time of one poll.
+  [[nodiscard]] bool IsStopComing() const {
+    const timespec most{0, std::chrono::nanoseconds(kPoll).count()};
+    const int signal = ::sigtimedwait(&taken_, nullptr, &most);
+    return signal > 0 && signal != SIGCHLD;
+  }
+  /// The signals that were blocked before.
+  [[nodiscard]] const sigset_t& Before() const { return before_; }
+
+ private:
+  sigset_t taken_{};
+  sigset_t before_{};
+};
+
+// A scene that waits or runs.
+struct Task {
+  Scene scene;
+  int attempts = 0;
+  Clock::time_point not_before;
+  std::string software;  // recorded in runs whose row is replaced
+};
+
+class Runner {
+ public:
+  Runner(const BatchOptions& options, const ReportProgress& report)
+      : options_(options),
+        report_(report),
+        list_(ReadSceneList(options.list, options.part)),
+        starter_(options.out, FindStep(options.step), options.parameters),
+        summary_(FileOf(options.out, "summary", options.part, ".csv")),
+        most_running_(options.jobs > 0
+                          ? static_cast<std::size_t>(options.jobs)
+                          : std::max<std::size_t>(1, std::thread::hardware_concurrency())) {
+    outcome_.summary_path = summary_.Path();
+    outcome_.log_pool_path = FileOf(options.out, "log", options.part, ".pool");
+  }
+
+  BatchOutcome Run() {
+    TakeTasks();
+    Report();
+    while (!running_.empty() || (!outcome_.stopped && !waiting_.empty())) {
+      if (!outcome_.stopped) StartSome();
+      if (signals_.IsStopComing()) Stop();
+      if (!outcome_.stopped && fs::exists(options_.out + "/STOP")) Stop();
+      TakeEnded();
+      Report();
+    }
+    WriteLogPool(outcome_.log_pool_path, summary_.Read());
+    return outcome_;
+  }
+
+ private:
+  struct Running {
+    Running(Task task_, const StepStarter& starter, const sigset_t& signals)
+        : task(std::move(task_)), process(starter, task.scene, signals) {}
+    Task task;
+    StepProcess process;
+  };
+
+  // Settles what an earlier run has done; the rows of all scenes that are to be run are dropped.
+  void TakeTasks() {
+    outcome_.repeated = list_.repeated;
+    progress_.total = list_.scenes.size();
+    std::vector<SummaryRow> rows = summary_.Read();
+    if (!rows.empty() && !options_.resume) {
+      throw std::runtime_error(summary_.Path() +
+                               ": holds an earlier run; go on with --resume or take another --out");
+    }
+    std::unordered_map<std::string, const SummaryRow*> earlier;
+    for (const SummaryRow& row : rows) earlier[row.scene] = &row;
+    std::unordered_map<std::string, std::string> dropped;
+    for (Scene& scene : list_.scenes) {
+      const auto row = earlier.find(scene.path);
+      if (row != earlier.end() && IsSettled(*row->second)) {
+        Count(row->second->status);
+        ++progress_.skipped;
+        continue;
+      }
+      Task task{std::move(scene), 0, {}, {}};
+      if (row != earlier.end()) {
+        task.software = row->second->software;
+        dropped.emplace(row->first, "");
+      }
+      waiting_.push_back(std::move(task));
+    }
+    std::erase_if(rows, [&](const SummaryRow& row) { return dropped.contains(row.scene); });
+    summary_.Replace(rows);
+    list_ = {};
+  }
+
+  static bool IsSettled(const SummaryRow& row) {
+    const PoolState now = StateOf(row.scene);
+    return row.status != SceneStatus::kUnfinished && now.bytes == row.pool_bytes &&
+           now.modified_ns == row.pool_modified_ns;
+  }
+
+  void StartSome() {
+    while (running_.size() < most_running_ && !waiting_.empty() &&
+           waiting_.front().not_before <= Clock::now()) {
+      Task task = std::move(waiting_.front());
+      waiting_.pop_front();
+      // The step would make the pool that is missing.
+      if (StateOf(task.scene.path).bytes < 0) {
+        Settle(task, {SceneStatus::kFailed, "there is no such pool file", false}, 0.0);
+        continue;
+      }
+      starter_.MakeFolderFor(task.scene);
+      ++task.attempts;
+      running_.emplace_back(std::move(task), starter_, signals_.Before());
+    }
+  }
+
+  void Stop() {
+    if (outcome_.stopped) {
+      for (const Running& running : running_) running.process.Terminate();
+    }
+    outcome_.stopped = true;
+  }
+
+  void TakeEnded() {
+    for (auto running = running_.begin(); running != running_.end();) {
+      int wait_status = 0;
+      if (::waitpid(running->process.Id(), &wait_status, WNOHANG) != running->process.Id()) {
+        ++running;
+        continue;
+      }
+      const double seconds = running->process.Seconds();
+      const AttemptResult result = running->process.End(wait_status);
+      Task task = std::move(running->task);
+      running = running_.erase(running);
+      if (result.was_stopped) outcome_.stopped = true;
+      const bool is_retried = result.status == SceneStatus::kUnfinished &&
+                              task.attempts <= options_.retries && !outcome_.stopped;
+      if (is_retried) {
+        task.not_before = Clock::now() + kRetryPause * task.attempts;
+        waiting_.push_back(std::move(task));
+      } else {
+        Settle(task, result, seconds);
+      }
+    }
+  }
+
+  void Settle(const Task& task, const AttemptResult& result, double seconds) {
+    const PoolState state = StateOf(task.scene.path);
+    SummaryRow row{task.scene.path,    result.status, seconds,
+                   result.first_error, task.attempts, std::max<std::int64_t>(state.bytes, -1),
+                   state.modified_ns,  task.software};
+    const std::string recorded = SoftwareIn(starter_.LogPoolOf(task.scene));
+    if (!row.software.empty() && !recorded.empty()) row.software += '\n';
+    row.software += recorded;
+    summary_.Append(row);
+    starter_.RemoveFilesOf(task.scene, result.status);
+    Count(result.status);
+  }
+
+  void Count(SceneStatus status) {
+    ++progress_.done;
+    if (status != SceneStatus::kLocated) ++progress_.failed;
+  }
+
+  void Report() {
+    progress_.seconds = std::chrono::duration<double>(Clock::now() - start_).count();
+    outcome_.progress = progress_;
+    if (report_) report_(progress_);
+  }
+
+  const BatchOptions& options_;
+  const ReportProgress& report_;
+  SignalTaker signals_;
+  SceneList list_;
+  StepStarter starter_;
+  Summary summary_;
+  std::size_t most_running_;
+  std::deque<Task> waiting_;
+  std::list<Running> running_;
+  BatchProgress progress_;
+  BatchOutcome outcome_;
+  Clock::time_point start_ = Clock::now();
+};
+
+// The summaries of the parts in a folder, by part; all of one count and complete.
+std::map<std::uint32_t, std::string> FindParts(const std::string& out) {
+  constexpr std::string_view kFront = "summary.";
+  constexpr std::string_view kBack = ".csv";
+  std::map<std::uint32_t, std::string> parts;
+  std::uint32_t count = 0;
+  std::error_code error;
+  for (const fs::directory_entry& entry : fs::directory_iterator(out, error)) {
+    std::string name = entry.path().filename().string();
+    const std::size_t of = name.find("-of-");
+    if (!name.starts_with(kFront) || !name.ends_with(kBack) || of == std::string::npos) continue;
+    name = name.substr(kFront.size(), name.size() - kFront.size() - kBack.size());
+    const Part part = ParsePart(name.replace(of - kFront.size(), 4, "/"));
+    if (count != 0 && part.count != count) {
+      throw std::runtime_error(out + ": holds parts of " + std::to_string(count) + " and of " +
+                               std::to_string(part.count));
+    }
+    count = part.count;
+    parts[part.index] = entry.path().string();
+  }
+  if (error) throw std::runtime_error(out + ": " + error.message());
+  if (parts.empty()) throw std::runtime_error(out + ": holds no parts of a batch run");
+  for (std::uint32_t index = 1; index <= count; ++index) {
+    if (!parts.contains(index)) {
+      throw std::runtime_error(out + ": part " + std::to_string(index) + " of " +
+                               std::to_string(count) + " is missing");
+    }
+  }
+  return parts;
+}
+
+}  // namespace
+
+BatchOutcome RunBatch(const BatchOptions& options, const ReportProgress& report) {
+  return Runner(options, report).Run();
+}
+
+BatchOutcome MergeParts(const std::string& out) {
+  BatchOutcome outcome;
+  std::vector<SummaryRow> rows;
+  for (const auto& [index, path] : FindParts(out)) {
+    for (SummaryRow& row : ReadSummary(path)) rows.push_back(std::move(row));
+  }
+  for (const SummaryRow& row : rows) {
+    ++outcome.progress.done;
+    if (row.status != SceneStatus::kLocated) ++outcome.progress.failed;
+  }
+  outcome.progress.total = outcome.progress.done;
+  outcome.log_pool_path = FileOf(out, "log", Part{}, ".pool");
+  Summary summary(FileOf(out, "summary", Part{}, ".csv"));
+  outcome.summary_path = summary.Path();
+  summary.Replace(rows);
+  WriteLogPool(outcome.log_pool_path, rows);
+  return outcome;
+}
+
+}  // namespace quellmark::batch

@@ -1,0 +1,43 @@
+// Located points and outlines as CSV, JSON, GeoJSON and KML.
+#pragma once
+
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "toolbox/report/footprint.h"
+#include <quellmark/scene.h>
+
+namespace quellmark::report {
+
+enum class PointFormat { kCsv, kJson, kGeoJson, kKml };
+
+/// Throws std::runtime_error for a name other than csv, json, geojson, kml.
+[[nodiscard]] PointFormat PointFormatFromName(std::string_view name);
+
+/// One column of numbers; NaN stands for "no answer".
+struct Column {
+  std::string name;
+  int decimals = 9;
+  std::vector<double> values;
+};
+
+/// Points with their places on the map, if they have one, their numbers and states.
+struct PointTable {
+  std::vector<Column> columns;
+  std::vector<PointStatus> status;
+  std::size_t longitude_column = 0;  ///< of the place, for GeoJSON and KML
+  std::size_t latitude_column = 1;
+};
+
+/// A number with that many decimals; never "-0".
+[[nodiscard]] std::string FixedText(double value, int decimals);
+
+[[nodiscard]] std::string TextOf(const PointTable& table, PointFormat format);
+
+/// The outline of the scene `name` as polygons; CSV and JSON list the outline's points.
+[[nodiscard]] std::string FootprintText(const std::string& name, const std::vector<LonLat>& outline,
+                                        PointFormat format);
+
+}  // namespace quellmark::report
