@@ -23,6 +23,7 @@ declare -A below=(
   [check]=""
   [raster]=""
   [report]=""
+  [cli]="batch check product raster report"
   [app]="basic log lsq interpolation time controller pool dem orbit geolocation"
   [api]="app imaging"
 )

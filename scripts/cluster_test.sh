@@ -1,0 +1,154 @@
+#!/usr/bin/env bash
+# Runs quellmark.sbatch on a one-node Slurm of its own: 2,000 scenes, 7 of them spoiled, in an array
+# of 8 tasks, of which one is killed halfway and requeued, while the node's daemon is started anew
+# once. Every scene has to be located exactly once. Needs root, for the daemons; all is ended and
+# removed at the end.
+# usage: scripts/cluster_test.sh [BUILD_DIRECTORY]   (default build/release; has to be built)
+set -euo pipefail
+cd "$(dirname "$0")/.."
+build=$(realpath "${1:-build/release}")
+[ "$(id -u)" -eq 0 ] || { echo "cluster_test: has to run as root" >&2; exit 1; }
+scripts/install_packages.sh slurmctld slurmd slurm-client munge procps >&2
+
+scenes=2000
+spoiled=7
+tasks=8
+work=$(mktemp -d /tmp/qm_cluster.XXXXXX)
+chmod 755 "$work"
+root=$PWD
+say() { printf 'cluster_test: %s\n' "$*"; }
+fail() {
+  say "FAILED: $*"
+  tail -n 20 "$work"/*.log "$work"/slurm-*.out 2>/dev/null || true
+  exit 1
+}
+
+end_daemons() {
+  local pid_file
+  for pid_file in "$work"/slurmd.pid "$work"/slurmctld.pid "$work"/munged.pid; do
+    [ -s "$pid_file" ] && kill "$(cat "$pid_file")" 2>/dev/null
+  done
+  sleep 1
+  rm -rf "$work"
+}
+trap end_daemons EXIT
+
+# --- the cluster: munged, slurmctld and slurmd on the loopback, all their files in $work ---
+host=$(hostname -s)
+mkdir -p "$work/munge" "$work/state" "$work/spool"
+chmod 700 "$work/munge"
+dd if=/dev/urandom of="$work/munge/key" bs=1024 count=1 status=none
+chmod 400 "$work/munge/key"
+munged --force --key-file="$work/munge/key" --socket="$work/munge/socket" \
+  --pid-file="$work/munged.pid" --log-file="$work/munged.log" --seed-file="$work/munge/seed"
+cat >"$work/slurm.conf" <<END
+ClusterName=test
+SlurmctldHost=$host(127.0.0.1)
+SlurmctldPort=16817
+SlurmdPort=16818
+SlurmUser=root
+AuthType=auth/munge
+AuthInfo=socket=$work/munge/socket
+CryptoType=crypto/munge
+StateSaveLocation=$work/state
+SlurmdSpoolDir=$work/spool
+SlurmctldPidFile=$work/slurmctld.pid
+SlurmdPidFile=$work/slurmd.pid
+SlurmctldLogFile=$work/slurmctld.log
+SlurmdLogFile=$work/slurmd.log
+ProctrackType=proctrack/linuxproc
+TaskPlugin=task/none
+JobAcctGatherType=jobacct_gather/none
+AccountingStorageType=accounting_storage/none
+SelectType=select/cons_tres
+SelectTypeParameters=CR_CPU
+ReturnToService=2
+JobRequeue=1
+SchedulerParameters=batch_sched_delay=1,sched_interval=2
+MinJobAge=300
+KillWait=5
+NodeName=$host NodeAddr=127.0.0.1 CPUs=$(nproc) RealMemory=1024 State=UNKNOWN
+PartitionName=all Nodes=$host Default=YES MaxTime=INFINITE State=UP
+END
+export SLURM_CONF=$work/slurm.conf
+slurmctld -c >/dev/null 2>&1
+slurmd >/dev/null 2>&1
+for _ in $(seq 60); do
+  sinfo -h -o %T 2>/dev/null | grep -q idle && break
+  sleep 0.5
+done
+sinfo -h -o %T | grep -q idle || fail "the node does not come up"
+say "one node with $(nproc) processors is up"
+
+# --- the scenes ---
+mkdir "$work/scenes"
+for i in $(seq -w $scenes); do cp examples/scenes/s1a_iw1_slc_quebec.pool "$work/scenes/$i.pool"; done
+for i in $(seq $spoiled); do
+  victim=$(printf '%04d' $((i * 251)))
+  sed -i 's/"right"/"up"/' "$work/scenes/$victim.pool"
+  echo "$work/scenes/$victim.pool"
+done | sort >"$work/expected_failures"
+find "$work/scenes" -name '*.pool' | sort >"$work/list"
+
+# --- a plain loop over some scenes, on as many processors, as the measure ---
+mkdir "$work/loop"
+cp $(head -n 400 "$work/list") "$work/loop/"
+loop_start=$(date +%s.%N)
+find "$work/loop" -name '*.pool' | xargs -P "$(nproc)" -I{} sh -c \
+  '"$0" -pid "$(basename "$1")" -status "$2" -lfn "$1.log" -lsl ALARM -log_pp "$1.log_pool" \
+   -USE_DEM false -SCENE_POOL "$1" </dev/null >/dev/null 2>&1 || true' "$build/app/quellmark" {} "$work/loop"
+loop_rate=$(awk -v s="$loop_start" -v e="$(date +%s.%N)" 'BEGIN { print 400 / (e - s) }')
+
+# --- the array ---
+export PATH=$build/toolbox/cli:$build/app:$PATH
+cd "$work"
+array_start=$(date +%s.%N)
+job=$(sbatch --parsable --array=0-$((tasks - 1)) --export=ALL "$root/examples/cluster/quellmark.sbatch" "$work/list" "$work/out")
+merge=$(sbatch --parsable --dependency="afterany:$job" --export=ALL --wrap "qmtool batch --merge --out $work/out")
+
+# One task is killed as soon as it has located something, and put back into the queue.
+victim=0
+for _ in $(seq 300); do
+  rows=$(cat "$work/out/summary.1-of-$tasks.csv" 2>/dev/null | wc -l || true)
+  [ "$rows" -gt 20 ] && break
+  sleep 0.1
+done
+[ "$rows" -gt 20 ] || fail "the first task does not start"
+scancel --signal=KILL --full "${job}_$victim"
+sleep 1
+scontrol requeue "${job}_$victim" 2>/dev/null || say "the task ended before it could be requeued by hand"
+say "task $victim was killed after $((rows - 1)) scenes"
+
+# The node's daemon goes down and comes back; the steps that run go on.
+kill "$(cat "$work/slurmd.pid")"
+for _ in $(seq 50); do [ -e "$work/slurmd.pid" ] && kill -0 "$(cat "$work/slurmd.pid")" 2>/dev/null || break; sleep 0.1; done
+slurmd >/dev/null 2>&1
+say "the node's daemon was started anew"
+
+for _ in $(seq 600); do
+  [ -z "$(squeue -h -j "$job,$merge" -o %i 2>/dev/null)" ] && break
+  sleep 0.5
+done
+array_rate=$(awk -v n=$scenes -v s="$array_start" -v e="$(date +%s.%N)" 'BEGIN { print n / (e - s) }')
+squeue -h -j "$job,$merge" -o '%i %T %r' | grep . && fail "jobs are left in the queue"
+
+# --- what has to hold ---
+[ -s out/summary.csv ] || fail "no merged summary"
+located=$(grep -c ',located,' out/summary.csv || true)
+[ "$located" -eq $((scenes - spoiled)) ] || fail "$located scenes are located, not $((scenes - spoiled))"
+[ "$(sed 1d out/summary.csv | cut -d, -f1 | sort -u | wc -l)" -eq "$(sed 1d out/summary.csv | wc -l)" ] ||
+  fail "a scene stands twice in the summary"
+grep ',failed,' out/summary.csv | cut -d, -f1 | sort | cmp -s - expected_failures ||
+  fail "other scenes failed than the spoiled ones"
+while read -r pool; do
+  grep -q '^center_longitude' "$pool" || { grep -qxF "$pool" expected_failures || fail "$pool holds no results"; }
+done <list
+entries=$(sed -n '/^software_names/,/}/p' out/log.pool | grep -c '"')
+[ "$entries" -ge $((scenes - spoiled)) ] || fail "the log pool has $entries entries"
+stray=$(find out scenes -type f | grep -vE '/scenes/[^/]*\.pool$|/scenes/[0-9a-f]{2}/[^/]*\.log$|/out/(summary|log)(\.[0-9]+-of-[0-9]+)?\.(csv|pool)$|/scenes/[0-9a-f]{2}/ERROR\.' || true)
+[ -z "$stray" ] || fail "stray files: $stray"
+[ "$(find out -name 'ERROR.*' | wc -l)" -eq $spoiled ] || fail "ERROR files other than those of the spoiled scenes"
+
+say "every scene was located once; $spoiled spoiled ones are reported; $entries log pool entries"
+say "$(printf 'rate: %.0f scenes/s in the array, %.0f in a plain loop, ratio %.2f' "$array_rate" "$loop_rate" \
+  "$(awk -v a="$array_rate" -v l="$loop_rate" 'BEGIN { print a / l }')")"
