@@ -10,7 +10,9 @@
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <vector>
 
+#include "pool/entry_scanner.h"
 #include "pool/parameter_pool_read_write_change.h"
 #include "runtime/log.h"
 
@@ -129,6 +131,32 @@ void UpdateVector(benchmark::State& state) {
   }
 }
 BENCHMARK(UpdateVector)->Unit(benchmark::kMillisecond);
+
+// As many new entries as a step that copies a whole scene sets.
+void AddEntries(benchmark::State& state) {
+  std::vector<std::string> keys;
+  for (std::int64_t i = 0; i < state.range(0); ++i) keys.push_back("key_" + std::to_string(i));
+  for (auto _ : state) {
+    const BenchPool file([&](PARAMETER_POOL_READ_WRITE_CHANGE& pool) {
+      for (const std::string& key : keys) pool.Set<ValueType::kFlt15>(key, 1.0);
+    });
+  }
+  state.counters["per_entry"] = benchmark::Counter(
+      static_cast<double>(state.range(0)),
+      benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+}
+BENCHMARK(AddEntries)->Arg(3'000)->Arg(30'000)->Unit(benchmark::kMillisecond);
+
+// All entries in one pass over the text in memory; the floor is LookUpLastKeyFloor.
+void ScanEntries(benchmark::State& state) {
+  const BenchPool file(FillWithKeys(state.range(0)));
+  for (auto _ : state) {
+    quellmark::pool::EntryScanner scanner(file.Text());
+    for (quellmark::pool::PoolEntry entry; scanner.Next(entry);) benchmark::DoNotOptimize(entry);
+  }
+  ReportPerLine(state, state.range(0));
+}
+BENCHMARK(ScanEntries)->Arg(100)->Arg(100'000);
 
 void UpdateScalar(benchmark::State& state) {
   const BenchPool file(FillWithKeys(100));

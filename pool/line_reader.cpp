@@ -28,7 +28,7 @@ void LineReader::Rewind(int fd) {
   offset_ = 0;
   error_ = 0;
   at_end_ = false;
-  begin_ = end_ = carriage_return_ = buffer_.get();
+  begin_ = end_ = buffer_.get();
 }
 
 void LineReader::Rewind(std::string_view text) {
@@ -36,7 +36,6 @@ void LineReader::Rewind(std::string_view text) {
   at_end_ = true;  // nothing is to be read
   begin_ = text.data();
   end_ = begin_ + text.size();
-  FindCarriageReturn();
 }
 
 std::size_t LineReader::Remaining() const {
@@ -44,11 +43,6 @@ std::size_t LineReader::Remaining() const {
   struct stat file {};
   if (at_end_ || ::fstat(fd_, &file) != 0 || file.st_size <= offset_) return held;
   return held + static_cast<std::size_t>(file.st_size - offset_);
-}
-
-void LineReader::FindCarriageReturn() {
-  const void* found = std::memchr(begin_, '\r', static_cast<std::size_t>(end_ - begin_));
-  carriage_return_ = found != nullptr ? static_cast<const char*>(found) : end_;
 }
 
 // Moves what is left to the front of the buffer and fills the rest.
@@ -66,18 +60,16 @@ void LineReader::Refill() {
   }
   begin_ = buffer_.get();
   end_ = begin_ + held;
-  FindCarriageReturn();
 }
 
 std::size_t LineReader::LineSize() const {
   const std::size_t held = std::min(kLineLimit, static_cast<std::size_t>(end_ - begin_));
-  const bool ends_in_cr = carriage_return_ < begin_ + held;
-  const std::size_t size =
-      ends_in_cr ? static_cast<std::size_t>(carriage_return_ - begin_) + 1 : held;
-  if (const void* line_feed = std::memchr(begin_, '\n', size)) {
-    return static_cast<std::size_t>(static_cast<const char*>(line_feed) - begin_) + 1;
-  }
-  return ends_in_cr || held == kLineLimit || at_end_ ? size : 0;
+  const std::string_view start(begin_, held);
+  const std::size_t line_feed = start.find('\n');
+  const std::size_t carriage_return = start.substr(0, line_feed).find('\r');
+  const std::size_t line_end = std::min(line_feed, carriage_return);
+  if (line_end != std::string_view::npos) return line_end + 1;
+  return held == kLineLimit || at_end_ ? held : 0;
 }
 
 bool LineReader::Next(std::string_view& line) {
@@ -89,8 +81,43 @@ bool LineReader::Next(std::string_view& line) {
   if (size == 0 || error_ != 0) return false;
   line = {begin_, size};
   begin_ += size;
-  if (carriage_return_ < begin_) FindCarriageReturn();
   return true;
+}
+
+void LineReader::SkipLinesBefore(const char* limit) {
+  while (begin_ < limit) {
+    const std::string_view window(begin_,
+                                  std::min(kLineLimit, static_cast<std::size_t>(limit - begin_)));
+    if (const void* line_feed = ::memrchr(begin_, '\n', window.size())) {
+      begin_ = static_cast<const char*>(line_feed) + 1;
+    } else if (const std::size_t carriage_return = window.rfind('\r');
+               carriage_return != std::string_view::npos) {
+      begin_ += carriage_return + 1;
+    } else if (window.size() == kLineLimit) {
+      begin_ += kLineLimit;  // a longer line is read as several
+    } else {
+      return;  // the limit is within the line
+    }
+  }
+}
+
+bool LineReader::SkipTo(std::string_view start) {
+  const char* search = begin_;
+  for (;;) {
+    const auto* const found = static_cast<const char*>(
+        ::memmem(search, static_cast<std::size_t>(end_ - search), start.data(), start.size()));
+    SkipLinesBefore(found != nullptr ? found : end_);
+    if (found != nullptr) {
+      if (found == begin_) return true;
+      search = found + 1;  // within a line
+    } else if (at_end_) {
+      begin_ = end_;
+      return false;
+    } else {
+      Refill();
+      search = begin_;
+    }
+  }
 }
 
 std::string_view TokenCursor::Rest() {

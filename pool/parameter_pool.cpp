@@ -102,12 +102,8 @@ bool PARAMETER_POOL::Find(std::string_view key, std::string_view& line) {
 }
 
 bool PARAMETER_POOL::FindNext(std::string_view key, std::string_view& line) {
-  while (lines_.Next(line)) {
-    // The first characters decide for nearly all lines; only then it is worth to look for the end.
-    if (line.front() == key.front() && line.starts_with(key) && IsKeyLine(line) &&
-        KeyOf(line).size() == key.size()) {
-      return true;
-    }
+  while (lines_.SkipTo(key) && lines_.Next(line)) {
+    if (IsKeyLine(line) && KeyOf(line).size() == key.size()) return true;
   }
   return false;
 }

@@ -1,8 +1,10 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <array>
 #include <filesystem>
 #include <limits>
+#include <random>
 #include <string>
 
 #include "basic/errors.h"
@@ -149,6 +151,36 @@ TEST(PoolRead, PhysicalLines) {
   pool.SetText(key + "kk INT_32 1\n" + key + " INT_32 2\n");
   EXPECT_EQ(pool.Read<ValueType::kInt32>(key), 1);
   EXPECT_FALSE(pool.Has(key + "kk"));
+}
+
+// The look-up skips most lines unseen. Here it is held against the rule, character by character, in
+// texts whose lines have all kinds of ends and lengths around the limits.
+TEST(PoolRead, LookUpKeepsToTheLines) {
+  std::mt19937 random(1);
+  const auto pick = [&](std::size_t count) { return random() % count; };
+  int found = 0;
+  TextPool pool("");
+  for (int run = 0; run < 300; ++run) {
+    std::string text;
+    for (std::size_t line = pick(100); line > 0; --line) {
+      text.append(pick(4) == 0 ? 1020 + pick(8) : pick(4), 'k');
+      text += std::array{"\n", "\r", "\r\n", "", " \n", "#\n"}[pick(6)];
+    }
+    bool expected = false;
+    std::string line;
+    for (std::size_t at = 0; at < text.size(); ++at) {
+      line += text[at];
+      const bool has_end = line.back() == '\n' || line.back() == '\r';
+      if (!has_end && line.size() < 1024 && at + 1 < text.size()) continue;
+      expected |= line.substr(0, line.find_first_of(" \r\n")) == "kkk";
+      line.clear();
+    }
+    pool.SetText(text);
+    EXPECT_EQ(pool.Has("kkk"), expected) << "run " << run;
+    found += expected ? 1 : 0;
+  }
+  EXPECT_GT(found, 50);
+  EXPECT_LT(found, 290);
 }
 
 TEST(PoolRead, WarnsOfWhatIsWrongWithTheFile) {
