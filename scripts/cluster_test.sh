@@ -145,7 +145,7 @@ while read -r pool; do
 done <list
 entries=$(sed -n '/^software_names/,/}/p' out/log.pool | grep -c '"')
 [ "$entries" -ge $((scenes - spoiled)) ] || fail "the log pool has $entries entries"
-stray=$(find out scenes -type f | grep -vE '/scenes/[^/]*\.pool$|/scenes/[0-9a-f]{2}/[^/]*\.log$|/out/(summary|log)(\.[0-9]+-of-[0-9]+)?\.(csv|pool)$|/scenes/[0-9a-f]{2}/ERROR\.' || true)
+stray=$(find out scenes -type f | grep -vE "/scenes/[^/]*\.pool$|/scenes/[0-9a-f]{2}/[^/]*\.log$|^out/(summary|log)(\.[0-9]+-of-[0-9]+)?\.(csv|pool)$|/scenes/[0-9a-f]{2}/ERROR\." || true)
 [ -z "$stray" ] || fail "stray files: $stray"
 [ "$(find out -name 'ERROR.*' | wc -l)" -eq $spoiled ] || fail "ERROR files other than those of the spoiled scenes"
 

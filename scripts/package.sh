@@ -5,7 +5,8 @@
 set -eu
 cd "$(dirname "$0")/.."
 output=$(realpath -m "${1:-build/packages}")
-scripts/install_packages.sh g++ cmake dpkg-dev debhelper fakeroot lintian
+scripts/install_packages.sh g++ cmake dpkg-dev debhelper fakeroot lintian libcli11-dev libgdal-dev \
+  libhdf5-dev libpugixml-dev libzip-dev nlohmann-json3-dev
 
 version=$(sed -n 's/^ *VERSION \([0-9.]*\)$/\1/p' CMakeLists.txt)
 scratch=$(mktemp -d)
@@ -37,7 +38,8 @@ lintian --fail-on error --no-tag-display-limit "$output"/*.deb
 echo 'tried in an empty tree:'
 root=$scratch/root
 mkdir "$root"
-for package in "$output"/quellmark_*.deb "$output"/libquellmark-dev_*.deb; do
+for package in "$output"/*.deb; do
+  case $package in *-dbgsym_*) continue ;; esac
   dpkg-deb -x "$package" "$root"
   dpkg-deb -c "$package" | awk '{ print $6 }' | sed 's,^\./,,' | grep -v '/$' >>"$scratch/files"
 done
@@ -50,6 +52,8 @@ grep -q '^center_longitude  *FLT_6  *-6.113' "$run/scene.pool"
 g++ -std=c++20 examples/cpp/locate_scene.cpp -o "$run/locate_scene" -I"$root/usr/include" \
   "$(find "$root" -name libquellmark.a)" -pthread
 "$run/locate_scene" "$run/scene.pool" | grep -q '^center_longitude,-61.135'
+"$root/usr/bin/qmtool" check --strict "$run/scene.pool"
+"$root/usr/bin/qmtool-dem" --version
 (cd "$root" && xargs -d '\n' rm -f <"$scratch/files" && find . -depth -type d -empty -delete)
 [ ! -e "$root" ] || [ -z "$(find "$root" -type f)" ] || {
   echo 'files are left behind' >&2
