@@ -38,6 +38,12 @@ class TypeFinder {
   ValueType type_ = ValueType::kUnknown;
 };
 
+// A log of this thread that takes nothing.
+LOG& Silence() {
+  thread_local LOG log([](LOG::Level, std::string_view) {}, LOG::Level::kSilent);
+  return log;
+}
+
 std::string ReadWhole(const std::string& path) {
   const pool::PoolFile file = pool::OpenPoolFileForReading(path);
   struct stat status {};
@@ -104,6 +110,8 @@ struct Pool::Content {
 
 Pool::Content::Content(std::string name, std::string content)
     : path(std::move(name)), text(std::move(content)) {
+  constexpr std::size_t kUsualEntry = 80;  // room that is not used costs nothing
+  entries.reserve(text.size() / kUsualEntry);
   pool::EntryScanner scanner(text);
   TypeFinder types;
   for (pool::PoolEntry found; scanner.Next(found);) {
@@ -142,8 +150,16 @@ Value Pool::Content::Parse(const Entry& entry) const {
     pool::PoolEntry core;
     core.key = entry.key;
     core.type = entry.type_name;
-    core.rest = {entry.key.data(), text.data() + text.size()};
-    return api::FromCore(pool::ParseEntry(core));
+    // The lines of the entry are nearly always enough, and what is behind them need not be looked
+    // at; only a body that is not indented, or none, leads on.
+    core.rest = entry.text;
+    try {
+      const runtime::LogScope silence(Silence());
+      return api::FromCore(pool::ParseEntry(core));
+    } catch (...) {
+      core.rest = {entry.key.data(), text.data() + text.size()};
+      return api::FromCore(pool::ParseEntry(core));
+    }
   });
 }
 

@@ -33,7 +33,7 @@ EOF
 mkdir -p "$output"
 rm -f "$output"/*.deb
 cp "$scratch"/*.deb "$output"
-lintian --fail-on error --no-tag-display-limit "$output"/*.deb
+lintian --fail-on error --tag-display-limit 0 "$output"/*.deb
 
 echo 'tried in an empty tree:'
 root=$scratch/root
