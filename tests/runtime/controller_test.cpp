@@ -101,6 +101,9 @@ TEST(Controller, StartUpReportsNamesAndLeavesError) {
   const TempDir directory;
   std::filesystem::create_directory(directory / "st");
   WriteFile(directory / "st/OK.quellmark", "0");
+  EXPECT_EQ(StartStep(directory, {"-lfn", "log", "-status", "st/"}, Succeed).Wait().exit_status, 0);
+  EXPECT_THAT(ReadFile(directory / "log"), HasSubstr("status = st/\n"));
+  EXPECT_EQ(ReadFile(directory / "st/OK.quellmark"), "0");
   Child child(directory.Path(), [] {
     const ScopedLog log;
     const auto work = [](CONTROLLER_IFC& controller) {
@@ -296,8 +299,9 @@ TEST(Keyboard, WaitsAlsoWhereTheInputIsSetNotTo) {
 }
 
 // Reads the parameters A and B from the keyboard, the first from `input`.
-ProgramRun AnswerTwice(const TempDir& directory, std::string_view input, Child::Streams streams) {
-  ::setenv("SECONDS_ON_PARAMETER_INPUT", "-3", 1);
+ProgramRun AnswerTwice(const TempDir& directory, std::string_view input, Child::Streams streams,
+                       const char* seconds = "-3") {
+  ::setenv("SECONDS_ON_PARAMETER_INPUT", seconds, 1);
   Child child = StartStep(directory, {"-lfn", "log", "-lfl", "1", "-lsl", "9"}, AskTwice, streams);
   child.WaitFor("A := ");
   child.Type(input);
@@ -317,8 +321,9 @@ TEST(Keyboard, AsksAndReadsOneWord) {
                         "DEBUG : quellmark : waiting 120 seconds for input\n"
                         "DEBUG : quellmark : Read from keyboard parameter A = scene.pool\n"));
   const std::string long_word(100000, 'w');
-  EXPECT_THAT(AnswerTwice(directory, long_word + "\nb", kSocket).output,
+  EXPECT_THAT(AnswerTwice(directory, long_word + "\nb", kSocket, "0").output,
               EndsWith("A := [" + long_word + "]B := [b]"));
+  EXPECT_THAT(ReadFile(directory / "log"), HasSubstr("waiting 120 seconds for input\n"));
 }
 
 TEST(Keyboard, EndOfInputIsAMissingParameter) {

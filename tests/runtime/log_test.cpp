@@ -11,6 +11,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <filesystem>
 #include <limits>
 #include <new>
@@ -127,6 +128,22 @@ TEST(Log, FooterSplitsTheElapsedTime) {
   for (const auto& [seconds, text] : rows) {
     EXPECT_EQ(ExecutionTimeText(seconds), "execution time: " + text);
   }
+}
+
+TEST(Log, TimesAreLocal) {
+  const TempDir directory;
+  Child child(directory.Path(), [] {
+    ::setenv("TZ", "Kabul-04:30", 1);
+    const ScopedLog log;
+    const std::time_t before = std::time(nullptr);
+    Log().WriteFooter();
+    std::tm local{};
+    const std::string text = log.Text();
+    ::strptime(text.c_str() + text.find("end time: ") + 10, "%Y-%m-%dT%H:%M:%S", &local);
+    const std::time_t shift = ::timegm(&local) - before;
+    return shift >= 16200 && shift < 16260 ? 0 : 1;
+  });
+  EXPECT_EQ(child.Wait().exit_status, 0);
 }
 
 TEST(Log, HeaderNamesItsStarter) {
@@ -252,6 +269,12 @@ TEST_F(FileLog, TemporaryFileThatCannotBeCarriedOverIsReported) {
     std::string expected = "ALARM : step : " + message;
     EXPECT_EQ(ReadFile(directory / "named"), expected.replace(expected.find("TMP"), 3, name));
   }
+}
+
+TEST_F(FileLog, LineOfASignalIsCutWhereItsRoomEnds) {
+  Initialise();
+  Log().WriteFromSignal(LogLevel::kAlarm, {std::string(2000, 'x'), "y"});
+  EXPECT_EQ(ReadFile(Log().FilePath()), "ALARM : step : " + std::string(1024 - 15 - 1, 'x') + "\n");
 }
 
 TEST_F(FileLog, HasNoFileWithoutADirectory) {

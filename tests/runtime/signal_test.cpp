@@ -6,6 +6,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
 #include <chrono>
 #include <csignal>
 #include <filesystem>
@@ -15,6 +16,7 @@
 
 #include "runtime/log.h"
 #include "runtime/signal_hold.h"
+#include "runtime/streams.h"
 #include "tests/runtime/step.h"
 #include "tests/support/rows.h"
 
@@ -143,25 +145,103 @@ TEST(FatalSignal, WaitsUntilTheHoldEnds) {
   }
 }
 
+// A log that is read here.
+basic::UniqueFd MakeFifo(const TempDir& directory) {
+  const std::string path = directory / "log";
+  EXPECT_EQ(::mkfifo(path.c_str(), 0600), 0);
+  return basic::UniqueFd(::open(path.c_str(), O_RDWR | O_NONBLOCK));
+}
+
+// From now on it takes nothing.
+void Fill(const basic::UniqueFd& fifo) {
+  const std::string block(4096, 'x');
+  while (::write(fifo.Get(), block.data(), block.size()) > 0) {
+  }
+}
+
+std::string ReadWaiting(const basic::UniqueFd& fifo) {
+  std::string text;
+  std::array<char, 4096> block;
+  for (ssize_t got = 0; (got = ::read(fifo.Get(), block.data(), block.size())) > 0;) {
+    text.append(block.data(), static_cast<std::size_t>(got));
+  }
+  return text;
+}
+
+constexpr std::chrono::milliseconds kMoment(100);
+
 // A log that nobody reads blocks the handler.
 TEST(FatalSignal, SecondOneEndsTheProcessAtOnce) {
   for (const int second : {SIGTERM, SIGINT}) {
     const TempDir directory;
-    ASSERT_EQ(::mkfifo((directory / "log").c_str(), 0600), 0);
-    const basic::UniqueFd fifo(::open((directory / "log").c_str(), O_RDWR | O_NONBLOCK));
+    const basic::UniqueFd fifo = MakeFifo(directory);
     Child child = StartStep(directory, kArguments, Process);
     child.WaitFor("ready");
-    const std::string block(4096, 'x');
-    while (::write(fifo.Get(), block.data(), block.size()) > 0) {
-    }
+    Fill(fifo);
     ASSERT_EQ(::kill(child.Pid(), SIGTERM), 0);
-    std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    std::this_thread::sleep_for(kMoment);
     ASSERT_EQ(::waitpid(child.Pid(), nullptr, WNOHANG), 0) << "the handler was not held up";
     std::filesystem::remove(directory / "OK.quellmark");
     ASSERT_EQ(::kill(child.Pid(), second), 0);
     EXPECT_EQ(child.Wait().exit_status, 1);
     EXPECT_FALSE(std::filesystem::exists(directory / "ERROR.quellmark")) << "more was done";
   }
+}
+
+// The move to a log that takes nothing at first: the signal's lines come after those carried over.
+TEST(FatalSignal, WaitsUntilTheLogHasMoved) {
+  const TempDir directory;
+  const basic::UniqueFd fifo = MakeFifo(directory);
+  Fill(fifo);
+  Child child = StartStep(directory, kArguments, [](CONTROLLER_IFC&) { return 0; });
+  child.WaitFor("lfn = log");
+  std::this_thread::sleep_for(kMoment);
+  ASSERT_EQ(::kill(child.Pid(), SIGTERM), 0);
+  std::this_thread::sleep_for(kMoment);
+  static_cast<void>(ReadWaiting(fifo));
+  EXPECT_EQ(child.Wait().exit_status, 1);
+  const std::string log = ReadWaiting(fifo);
+  EXPECT_LT(log.find("lfn = log\n"), log.find("got fatal signal 15"));
+  EXPECT_THAT(log, EndsWith("KVT_MSG|ERROR|quellmark got fatal signal 15\n"));
+}
+
+TEST(FatalSignal, MeetsAWholeProcessName) {
+  const std::string names[] = {std::string(200, 'a'), "b"};
+  for (int i = 0; i < 20; ++i) {
+    const TempDir directory;
+    Child child = StartStep(directory, kArguments, [&](CONTROLLER_IFC&) -> int {
+      Say("ready");
+      while (true) {
+        for (const std::string& name : names) Log().SetProcessName(name);
+      }
+    });
+    child.WaitFor("ready");
+    std::this_thread::sleep_for(std::chrono::microseconds(500 + 37 * i));
+    ASSERT_EQ(::kill(child.Pid(), SIGTERM), 0);
+    EXPECT_EQ(child.Wait().exit_status, 1);
+    EXPECT_THAT(ReadFile(directory / "log"),
+                ::testing::ContainsRegex("\nALARM : (a{200}|b) : got fatal signal 15"));
+  }
+}
+
+TEST(WriteAll, GoesOnAfterAnInterruption) {
+  constexpr std::size_t kBytes = 1 << 22;
+  const TempDir directory;
+  Child child(directory.Path(), [] {
+    struct sigaction action {};  // without SA_RESTART
+    action.sa_handler = [](int) {};
+    if (::sigaction(SIGUSR1, &action, nullptr) != 0) return 7;
+    Say("ready");
+    return WriteAll(STDOUT_FILENO, std::string(kBytes, 'x')) ? 0 : 1;
+  });
+  child.WaitFor("ready");
+  for (int i = 0; i < 5; ++i) {
+    std::this_thread::sleep_for(kMoment / 5);
+    ASSERT_EQ(::kill(child.Pid(), SIGUSR1), 0);
+  }
+  const test::ProgramRun run = child.Wait();
+  EXPECT_EQ(run.exit_status, 0);
+  EXPECT_EQ(run.output.size(), kBytes + 5);
 }
 
 TEST(FatalSignal, DoesNotWaitForTheScreen) {
