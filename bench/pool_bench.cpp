@@ -2,8 +2,10 @@
 #include <benchmark/benchmark.h>
 #include <unistd.h>
 
+#include <array>
 #include <cmath>
 #include <cstdint>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
@@ -167,5 +169,38 @@ void UpdateScalar(benchmark::State& state) {
   }
 }
 BENCHMARK(UpdateScalar)->Unit(benchmark::kMicrosecond);
+
+std::string NewKey(std::int64_t i) { return "new_key_" + std::to_string(i); }
+
+// New entries, set one by one and written at the close.
+void SetEntries(benchmark::State& state) {
+  for (auto _ : state) {
+    const BenchPool file([&](PARAMETER_POOL_READ_WRITE_CHANGE& pool) {
+      for (std::int64_t i = 0; i < state.range(0); ++i) {
+        pool.Set<ValueType::kFlt15>(NewKey(i), static_cast<double>(i));
+      }
+    });
+    benchmark::DoNotOptimize(file.Text().size());
+  }
+}
+BENCHMARK(SetEntries)->Arg(3'000)->Arg(30'000)->Unit(benchmark::kMillisecond);
+
+// The same text formatted into one string, written and read back.
+void SetEntriesFloor(benchmark::State& state) {
+  for (auto _ : state) {
+    const BenchPool file([&](PARAMETER_POOL_READ_WRITE_CHANGE& pool) {
+      std::string text;
+      std::array<char, 128> entry;
+      for (std::int64_t i = 0; i < state.range(0); ++i) {
+        const int length = std::snprintf(entry.data(), entry.size(), "%-32s %-15s %.17E\n\n",
+                                         NewKey(i).c_str(), "FLT_15", static_cast<double>(i));
+        text.append(entry.data(), static_cast<std::size_t>(length));
+      }
+      std::ofstream(pool.Path(), std::ios::binary) << text;
+    });
+    benchmark::DoNotOptimize(file.Text().size());
+  }
+}
+BENCHMARK(SetEntriesFloor)->Arg(3'000)->Arg(30'000)->Unit(benchmark::kMillisecond);
 
 }  // namespace

@@ -11,7 +11,9 @@ code_of() { count "$1*.cpp" "$1*.h" "$1*.tcc" "$1*.inc" "$1*.py" "$1*.sh"; }
 
 all=$(code_of '')
 tests=$(code_of 'tests/')
-for folder in basic runtime time pool dem orbit geolocation imaging app api toolbox bench scripts cmake tests; do
-  printf '%-12s %6d\n' "$folder" "$(code_of "$folder/")"
+for folder in basic runtime time pool dem orbit geolocation imaging app api toolbox python examples bench scripts \
+  cmake tests; do
+  lines=$(code_of "$folder/")
+  [ "${lines:-0}" = 0 ] || printf '%-12s %6d\n' "$folder" "$lines"
 done
 printf '%-12s %6d\ntest code: %d %%\n' all "$all" $((100 * tests / all))
