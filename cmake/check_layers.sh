@@ -26,6 +26,7 @@ declare -A below=(
   [cli]="batch check product raster report"
   [app]="basic log lsq interpolation time controller pool dem orbit geolocation"
   [api]="app imaging"
+  [python]=""
 )
 
 # The sources of the target qm_controller; the rest of its folder is the log's.
@@ -72,5 +73,5 @@ while IFS=: read -r file line text; do
   fi
 done < <(grep -rnE --include='*.h' --include='*.tcc' --include='*.inc' --include='*.cpp' \
   '^[[:space:]]*#[[:space:]]*include[[:space:]]*"' \
-  basic runtime time pool dem orbit geolocation imaging app api toolbox || true)
+  basic runtime time pool dem orbit geolocation imaging app api toolbox python || true)
 exit "$failed"
