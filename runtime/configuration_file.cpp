@@ -15,7 +15,8 @@ namespace {
 constexpr std::size_t kLineLimit = 1024;
 constexpr std::string_view kBlanks = " \t\n\v\f\r";
 
-// One line without its end, or its next 1024 characters; false at the end of the file.
+// Reads one line without its end, or its next 1024 characters. Returns false at the end of the
+// file.
 bool ReadLine(std::FILE* file, std::array<char, kLineLimit>& buffer, std::string_view& line) {
   std::size_t length = 0;
   int c = EOF;
@@ -26,7 +27,7 @@ bool ReadLine(std::FILE* file, std::array<char, kLineLimit>& buffer, std::string
   return length > 0 || c == '\n';
 }
 
-// Cuts the first word off `text`; empty if there is none.
+// Cuts the first word off `text` and returns it; the word is empty if there is none.
 std::string_view TakeWord(std::string_view& text) {
   text.remove_prefix(std::min(text.find_first_not_of(kBlanks), text.size()));
   const std::string_view word = text.substr(0, text.find_first_of(kBlanks));

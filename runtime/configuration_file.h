@@ -8,18 +8,19 @@
 
 namespace quellmark::runtime {
 
-/// A configuration file under way. A look-up goes on where the one before it stopped.
+/// An open configuration file. A look-up starts where the one before it stopped.
 class ConfigurationFile {
  public:
-  /// Opens a regular file for reading; everything else counts as missing (a search must be able to
-  /// start again). Tells whether that went well.
+  /// Opens a regular file for reading and returns whether that succeeded. Anything else counts as
+  /// missing, because a search must be able to start again at the top.
   bool Open(const char* path);
   [[nodiscard]] bool IsOpen() const { return file_ != nullptr; }
   void Close() { file_.reset(); }
 
-  /// Searches from the present position, at the end of the file once more from the top, for a line
-  /// whose first word is `name` and gives its second word. Lines of more than 1024 characters go on
-  /// as the next line; a line of one word has no value and is passed over.
+  /// Searches for a line whose first word is `name`, sets `value` to its second word and returns
+  /// whether there is one. The search starts at the present position and, at the end of the file,
+  /// once more at the top. A line of more than 1024 characters continues as the next line. A line
+  /// of one word has no value and is skipped.
   bool Find(std::string_view name, std::string& value);
 
  private:

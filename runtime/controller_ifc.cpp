@@ -30,7 +30,7 @@ namespace {
 constexpr int kExitStop = 2;
 constexpr unsigned kDefaultInputSeconds = 120;
 
-// From signal 1 on. Read by people and programs: kept exactly.
+// The names of the signals from 1 on. People and programs read them: kept exactly.
 constexpr std::array<std::string_view, 31> kSignalNames = {
     "hangup",
     "interrupt (rubout)",
@@ -65,13 +65,13 @@ constexpr std::array<std::string_view, 31> kSignalNames = {
     "bad argument to system call",
 };
 
-// The controller that the signal handler speaks for.
+// The controller whose name and files the signal handler uses.
 std::atomic<CONTROLLER_IFC*>& Registered() {
   static std::atomic<CONTROLLER_IFC*> registered = nullptr;
   return registered;
 }
 
-// What the handler needs when the stack itself is exhausted.
+// Gives the handler a stack of its own, which it needs when the program's stack is exhausted.
 void InstallSignalStack() {
   static std::array<char, 65536> stack;
   stack_t present{};
@@ -82,7 +82,7 @@ void InstallSignalStack() {
   static_cast<void>(::sigaltstack(&own, nullptr));
 }
 
-// Writes the digit into a new file; nothing is left of one that could not be written.
+// Writes the digit into a new file. A file that could not be written is removed again.
 bool WriteBeside(const char* path, char digit) {
   const int fd = ::open(path, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0666);
   if (fd < 0) return false;
@@ -92,8 +92,8 @@ bool WriteBeside(const char* path, char digit) {
   return false;
 }
 
-// Changes the digit of a status file that exists: for a full disk or a directory that takes no new
-// file. Its one byte needs no room.
+// Changes the digit of a status file that exists. This is the last resort on a full disk or in a
+// directory that takes no new file: the one byte needs no further room.
 bool Overwrite(const char* path, char digit) {
   const int fd = ::open(path, O_WRONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK | O_NOFOLLOW);
   if (fd < 0) return false;
@@ -103,15 +103,15 @@ bool Overwrite(const char* path, char digit) {
   return ::close(fd) == 0 && written;
 }
 
-// What became of an exchange of status files: 0, or the error of the step.
+// The outcome of an exchange of status files; `remove_error` is 0 or the errno of the removal.
 struct Exchange {
   int remove_error = 0;
   bool is_left = false;
 };
 
-// Removes the status file `gone` and leaves the digit in `left`. The digit is written beside and
-// renamed, so nobody finds a status file empty; between the two there is none for a moment. Safe in
-// a signal handler.
+// Removes the status file `gone` and leaves the digit in `left`. The digit is written to `beside`,
+// which is then renamed, so that nobody finds an empty status file. Between the two steps there is
+// no status file for a moment. May be called in a signal handler.
 Exchange ExchangeFiles(const char* beside, const char* gone, const char* left, char digit) {
   Exchange done;
   const bool prepared = WriteBeside(beside, digit);
@@ -132,7 +132,7 @@ unsigned InputSeconds() {
   return valid ? seconds : kDefaultInputSeconds;
 }
 
-// Lets signals arrive that the starter may have left blocked.
+// Unblocks signals, which the program's starter may have left blocked.
 void Unblock(std::span<const int> numbers) {
   sigset_t signals;
   sigemptyset(&signals);
@@ -140,7 +140,7 @@ void Unblock(std::span<const int> numbers) {
   static_cast<void>(::pthread_sigmask(SIG_UNBLOCK, &signals, nullptr));
 }
 
-// SIGALRM ends the process whatever disposition was inherited.
+// Makes SIGALRM end the process, whatever disposition was inherited.
 void LetAlarmEndTheProcess() {
   static_cast<void>(std::signal(SIGALRM, SIG_DFL));
   Unblock(std::array{SIGALRM});
@@ -191,7 +191,7 @@ void CONTROLLER_IFC::init(int argc, char** argv, int message_mode) {
   InstallSignalHandler();
   FindProcessName();
   FindStatusFiles();
-  Unblock(quellmark::runtime::kFatalSignals);  // now that the handler knows all it writes
+  Unblock(quellmark::runtime::kFatalSignals);  // the handler now knows every path that it needs
   OpenConfigurationFile();
   MoveLog();
   SetThresholds();
@@ -215,8 +215,8 @@ void CONTROLLER_IFC::InstallSignalHandler() {
   InstallSignalStack();
   struct sigaction action {};
   action.sa_sigaction = &HandleSignal;
-  // Not held back while the handler runs, so that a second one ends it; but what the handler's own
-  // writing may raise must not.
+  // The signals are not blocked while the handler runs, so that a second one ends the process.
+  // Signals that the handler's own writing may raise are blocked.
   action.sa_flags = SA_SIGINFO | SA_NODEFER | SA_ONSTACK;
   sigemptyset(&action.sa_mask);
   sigaddset(&action.sa_mask, SIGPIPE);
@@ -228,7 +228,7 @@ void CONTROLLER_IFC::InstallSignalHandler() {
 
 // Calls only what is safe in a signal handler; its texts stand in fixed buffers.
 void CONTROLLER_IFC::HandleSignal(int number, siginfo_t* info, void* /*context*/) {
-  // A log at its size limit: raised by the very write that is told to fail quietly.
+  // A write to a log at its size limit has raised this signal, and that write is to fail quietly.
   const bool own = info->si_code == SI_USER && info->si_pid == ::getpid();
   if (number == SIGXFSZ && own && quellmark::runtime::IsWritingQuietly()) return;
   static std::atomic_flag entered;
@@ -247,7 +247,7 @@ void CONTROLLER_IFC::HandleSignal(int number, siginfo_t* info, void* /*context*/
   }
   if (controller->status_files_known_) {
     const char* const beside = controller->beside_file_.data();
-    static_cast<void>(::unlink(beside));  // of an exchange that the signal has interrupted
+    static_cast<void>(::unlink(beside));  // left by an exchange that the signal interrupted
     const PathBuffer& ok = controller->ok_file_;
     const PathBuffer& error = controller->error_file_;
     const Exchange done = ExchangeFiles(beside, ok.Text(), error.Text(), '1');
@@ -302,7 +302,7 @@ void CONTROLLER_IFC::FindStatusFiles() {
   status_files_known_ = true;
 }
 
-// A name that no other process uses in a directory that hosts may share.
+// The name must be unique even in a directory that several hosts share.
 void CONTROLLER_IFC::NameBesideFile(std::string_view directory) {
   timespec now{};
   static_cast<void>(::clock_gettime(CLOCK_REALTIME, &now));
@@ -322,8 +322,8 @@ void CONTROLLER_IFC::OpenConfigurationFile() {
 }
 
 void CONTROLLER_IFC::MoveLog() {
-  // "pid" is looked up anew: one in the configuration file, which came too late to name the
-  // process, still decides for a named log.
+  // "pid" is looked up again: in the configuration file it comes too late to name the process, but
+  // it still makes the log a named one.
   std::string path;
   PathBuffer log_file;
   if (GetOptionalParameter("lfn", path)) {
@@ -385,7 +385,8 @@ bool CONTROLLER_IFC::HasParameter(std::string_view name) {
 }
 
 bool CONTROLLER_IFC::FindArgument(std::string_view name, std::string_view& value) const {
-  // Backwards, so that the last one wins; one in the last place has no value and is not seen.
+  // The search runs backwards, so that the last value wins. A name in the last place has no value
+  // and is ignored.
   for (int i = argc_ - 2; i >= 1; --i) {
     const std::string_view argument = argv_[i];
     if (!argument.starts_with('-') || argument.substr(1) != name) continue;
@@ -425,7 +426,7 @@ void CONTROLLER_IFC::AskKeyboard(std::string_view name, std::string& value) {
   const bool found = keyboard_.ReadWord(value);
   ::alarm(0);
   if (!found) {
-    quellmark::runtime::WriteQuietly(STDOUT_FILENO, "\n");  // nobody has ended the prompt's line
+    quellmark::runtime::WriteQuietly(STDOUT_FILENO, "\n");  // ends the prompt's line
     Fail<ERROR_PARAMETER>("no value for parameter ", name, ": the input has ended");
   }
   LogLine(LogLevel::kDebug, "Read from keyboard parameter ", name, " = ", value);

@@ -14,12 +14,12 @@
 
 namespace quellmark::runtime {
 
-/// A path of at most 255 bytes in a buffer of its own, which a signal handler may read.
+/// A path of at most 255 bytes in a fixed buffer, which a signal handler may read.
 class PathBuffer {
  public:
-  /// Takes the joined pieces; false, and no change, if they do not fit.
+  /// Joins the pieces. Returns false and changes nothing if they do not fit.
   bool Assign(std::initializer_list<std::string_view> pieces);
-  /// The same, but throws ERROR_PARAMETER and blames `parameter` if they do not fit.
+  /// Joins the pieces. If they do not fit, throws ERROR_PARAMETER and names `parameter` in the log.
   void AssignOrFail(std::initializer_list<std::string_view> pieces, std::string_view parameter);
   [[nodiscard]] const char* Text() const { return text_.data(); }
   [[nodiscard]] std::string_view View() const { return text_.data(); }
@@ -41,31 +41,34 @@ class CONTROLLER_IFC {
   CONTROLLER_IFC& operator=(const CONTROLLER_IFC&) = delete;
   ~CONTROLLER_IFC();
 
-  /// The start-up: fatal signals, process name, configuration file, log file and thresholds, STOP
-  /// file (ends the process with 2), status files. To be called before anything else; `argv` must
-  /// outlive the controller. Nothing is allocated before the status files are known, so a failure
-  /// for want of memory is told there. A `message_mode` other than 0 makes a fatal signal write its
+  /// Starts up: installs the handler of the fatal signals, finds process name, configuration file,
+  /// log file and thresholds, ends the process with status 2 if there is a STOP file, and leaves
+  /// the ERROR status file. Must be called before anything else; `argv` must outlive the
+  /// controller. Allocates nothing before the paths of the status files are known, so that a lack
+  /// of memory is reported there. With a `message_mode` other than 0, a fatal signal writes its
   /// message line. Throws ERROR_PARAMETER if a path does not fit its buffer.
   void init(int argc, char** argv, int message_mode);
 
-  /// The process name: "pid" or the program's file name. Before init it complains and is "unknown".
+  /// The process name: "pid" or the program's file name. Before init(), it logs two warnings and
+  /// the name is "unknown".
   [[nodiscard]] std::string get_binary_name();
 
-  /// Looks `name` up in the argument list, the configuration file, the environment and at the
-  /// keyboard. Throws ERROR_PARAMETER if the keyboard's input has ended.
+  /// Looks `name` up in the argument list, the configuration file and the environment, then asks at
+  /// the keyboard. Throws ERROR_PARAMETER if the keyboard's input has ended.
   void GetParameter(std::string_view name, std::string& value);
-  /// The same without the keyboard; tells whether it was found.
+  /// As GetParameter(), but does not ask. Returns whether the parameter was found.
   bool GetOptionalParameter(std::string_view name, std::string& value);
   [[nodiscard]] bool HasParameter(std::string_view name);
 
-  /// Leave OK (or ERROR) behind and give the exit status 0 (or 1) or end the process with it.
+  /// Leaves the OK (or ERROR) status file, then returns exit status 0 (or 1) or ends the process
+  /// with it.
   [[nodiscard]] int SuccessReturn();
   [[nodiscard]] int FailureReturn();
   [[noreturn]] void SuccessExit();
   [[noreturn]] void FailureExit();
 
   void SwitchMessageModeOn() { message_mode_ = true; }
-  /// The path under which the configuration file was looked for, whether it exists or not.
+  /// The path of the configuration file, whether that file exists or not.
   [[nodiscard]] std::string ConfigurationFile() const { return std::string(configuration_.View()); }
 
  private:
@@ -84,11 +87,11 @@ class CONTROLLER_IFC {
   void ObeyStopFile() const;
   [[nodiscard]] std::string_view NameSource() const;
 
-  // These two give views of the program's own arguments and environment.
+  // These two return views of the program's own arguments and environment.
   bool FindArgument(std::string_view name, std::string_view& value) const;
   bool FindInConfigurationFile(std::string_view name, std::string& value);
   static bool FindInEnvironment(std::string_view name, std::string_view& value);
-  // The look-up while there is no configuration file.
+  // The look-up before the configuration file is open.
   bool FindEarly(std::string_view name, std::string_view& value) const;
   void AskKeyboard(std::string_view name, std::string& value);
 
@@ -97,12 +100,12 @@ class CONTROLLER_IFC {
   bool pid_given_ = false;
   bool named_ = false;
   std::atomic<bool> message_mode_ = false;
-  std::atomic<bool> status_files_known_ = false;  // their paths may be used by the signal handler
+  std::atomic<bool> status_files_known_ = false;  // the signal handler may use their paths
   PathBuffer process_name_;
   PathBuffer ok_file_;
   PathBuffer stop_file_;
   PathBuffer error_file_;
-  std::array<char, 320> beside_file_{};  // what becomes a status file once it is written
+  std::array<char, 320> beside_file_{};  // path of the file that is renamed to a status file
   PathBuffer configuration_;
   quellmark::runtime::ConfigurationFile configuration_file_;
   quellmark::runtime::Keyboard keyboard_;

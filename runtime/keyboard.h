@@ -7,15 +7,15 @@
 
 namespace quellmark::runtime {
 
-/// Reads the standard input word by word; what was read beyond a word is kept for the next one.
+/// Reads the standard input word by word and keeps what it has read beyond a word for the next one.
 class Keyboard {
  public:
-  /// Waits for the next word, also where the descriptor is set not to wait; false at the input's
-  /// end.
+  /// Waits for the next word, even if the descriptor is non-blocking. Returns false at the end of
+  /// the input.
   bool ReadWord(std::string& word);
 
  private:
-  // The next byte, or -1 at the end.
+  // Returns the next byte, or -1 at the end.
   int NextByte();
 
   std::array<char, 4096> block_;

@@ -29,11 +29,11 @@ using quellmark::runtime::WriteQuietly;
 namespace {
 
 struct LevelRow {
-  std::string_view name;  // as accepted for a threshold
-  std::string_view tag;   // as written before a message
+  std::string_view name;  // accepted for a threshold
+  std::string_view tag;   // written before a message
 };
 
-// The row is the level's number. Read by the programs around this one: kept exactly.
+// A level's number is its row. The programs around this one read the texts: kept exactly.
 constexpr std::array<LevelRow, 9> kLevels = {{
     {"", "LEV_?"},
     {"TRACE", "TRACE"},
@@ -46,7 +46,7 @@ constexpr std::array<LevelRow, 9> kLevels = {{
     {"ALARM", "ALARM"},
 }};
 
-// What the terminal is told before a text of this level.
+// What is sent to the terminal before a text of this level.
 std::string_view HighlightOn(LOG::Level level) {
   switch (level) {
     case LOG::Level::kWarning:
@@ -67,7 +67,7 @@ struct TemporaryFile {
   std::string path;
 };
 
-// Creates a file of a new name, never through one (or a link) that exists.
+// Creates a file with a new name; mkstemp() never opens an existing file or follows a link.
 std::optional<TemporaryFile> CreateTemporary(std::span<const std::string_view> directories) {
   for (const std::string_view directory : directories) {
     std::string path = std::string(directory) + "log.XXXXXX";
@@ -79,7 +79,7 @@ std::optional<TemporaryFile> CreateTemporary(std::span<const std::string_view> d
   return std::nullopt;
 }
 
-// Opens `path` as an empty log file. The open itself must not wait (a fifo without reader), the
+// Opens `path` as an empty log file. Opening must not wait, for example for the reader of a fifo;
 // later writes may.
 UniqueFd OpenForWriting(const std::string& path) {
   UniqueFd fd(::open(path.c_str(),
@@ -89,7 +89,7 @@ UniqueFd OpenForWriting(const std::string& path) {
   return fd;
 }
 
-// From within a signal handler: a screen that takes nothing (a full pipe, a stopped terminal) must
+// Called in a signal handler: a screen that accepts nothing (a full pipe, a stopped terminal) must
 // not keep the process alive.
 void PutFromSignal(int fd, std::string_view bytes) noexcept {
   if (fd < 0 || bytes.empty()) return;
@@ -120,7 +120,7 @@ void LOG::Initialise(std::span<const std::string_view> directories) noexcept {
       file_is_temporary_ = true;
     }
   } catch (const std::bad_alloc&) {
-    file_path_.clear();  // without a file until it is named
+    file_path_.clear();  // there is no log file until one is named
   }
 }
 
@@ -143,7 +143,8 @@ void LOG::Begin(Level level, unsigned allowed_targets) {
   targets &= allowed_targets;
   active_ = targets != 0;
   if (!active_) return;
-  // A line that fits is not cut in two; what waits may have to go elsewhere.
+  // A line of usual length is not cut in two. Waiting bytes are written first if they have other
+  // targets.
   constexpr std::size_t kUsualLine = 1024;
   if (targets != targets_ || size_ > bytes_.size() - kUsualLine) Flush();
   targets_ = targets;
@@ -172,7 +173,7 @@ void LOG::Append(std::string_view text) {
   if (at_line_start_ && (batches_ == 0 || level_ > Level::kQaWarning || sink_)) Flush();
 }
 
-// The file first: a screen that takes nothing does not keep the line from it.
+// The file comes first: a screen that accepts nothing must not keep the line from the file.
 void LOG::Flush() noexcept {
   const std::size_t used = size_.load(std::memory_order_relaxed);
   if (used == 0) return;
@@ -194,14 +195,14 @@ void LOG::Deliver(std::string_view bytes) noexcept {
   try {
     const bool whole = bytes.back() == '\n';
     if (whole) bytes.remove_suffix(1);
-    if (whole && sink_text_.empty()) {  // without memory, too
+    if (whole && sink_text_.empty()) {  // the usual case, which allocates nothing
       sink_(level_, bytes);
       return;
     }
     sink_text_ += bytes;
     if (whole) sink_(level_, std::exchange(sink_text_, {}));
   } catch (...) {
-    sink_text_.clear();  // dropped, as everything that cannot be written
+    sink_text_.clear();  // dropped, like everything that cannot be written
   }
 }
 
@@ -213,7 +214,7 @@ void LOG::WriteToScreen(std::string_view bytes) noexcept {
   try {
     deferred_ += bytes;
   } catch (const std::bad_alloc&) {
-    return;  // the file has them
+    return;  // the file has the bytes
   }
 }
 
@@ -267,7 +268,7 @@ void LOG::Print(Level level, const char* format, ...) {
   }
   va_end(again);
 
-  // The highlighting stays within the line: its end comes after the reset.
+  // The line's end comes after the reset, so that the highlighting stays within the line.
   if (text.ends_with('\n')) text.remove_suffix(1);
   const bool highlight = level > Level::kQaWarning && std::getenv("NO_COLOR") == nullptr;
   Begin(level, highlight ? kFile : kFile | kScreen);
@@ -281,7 +282,7 @@ void LOG::Open(const std::string& path) {
   EndLine();
   Flush();
   if (sink_ || (file_fd_.IsOpen() && path == file_path_)) return;
-  // A signal finds the log at its old place or, with all its lines, at the new one.
+  // A signal finds the log either at its old place or, with all its lines, at the new one.
   const SignalHold hold;
   UniqueFd fd = OpenForWriting(path);
   if (!fd.IsOpen()) {
@@ -303,7 +304,7 @@ void LOG::CarryOver(const std::string& temporary_path) {
   }
   if (!CopyAll(temporary.Get(), file_fd_.Get())) {
     Start(Level::kAlarm) << "can not copy tmp logging file: " << temporary_path << "\n";
-    return;  // the lines are still there
+    return;  // the lines are still in the temporary file
   }
   if (::unlink(temporary_path.c_str()) != 0) {
     const int error = errno;
@@ -323,7 +324,7 @@ void LOG::WriteFromSignal(Level level, std::initializer_list<std::string_view> p
   std::array<char, 1024> line;
   std::size_t used = 0;
   const auto add = [&](std::string_view text) {
-    used += text.copy(line.data() + used, line.size() - 1 - used);  // one byte is for the line end
+    used += text.copy(line.data() + used, line.size() - 1 - used);  // keeps room for the line end
   };
   add(LogLevelTag(level));
   add(" : ");
@@ -366,10 +367,10 @@ std::string_view LogLevelTag(LogLevel level) {
 
 LOG& CreateLog() noexcept {
   alignas(LOG) static std::array<std::byte, sizeof(LOG)> storage;
-  // From now on the layer below reports here.
+  // From now on, alarms of the layer below go to this log.
   static_cast<void>(
       basic::SetAlarmSink([](std::string_view line) { LogLine(LogLevel::kAlarm, line); }));
-  // A line that is still open when the process exits is not lost.
+  // Writes a line that is still open when the process exits.
   static_cast<void>(std::atexit([] {
     ProcessLog().EndLine();
     ProcessLog().Flush();
@@ -378,7 +379,7 @@ LOG& CreateLog() noexcept {
 }
 
 LogScope::LogScope(LOG& log) noexcept : saved_(scoped_log) {
-  static_cast<void>(ProcessLog());  // the layer below reports to a log from now on
+  static_cast<void>(ProcessLog());  // makes sure that alarms of the layer below go to a log
   scoped_log = &log;
 }
 

@@ -1,4 +1,4 @@
-// The one process-wide log. It knows neither pool nor controller, so that everything may report.
+// The one process-wide log. It depends on neither pool nor controller, so that both can use it.
 #pragma once
 
 #include <array>
@@ -18,7 +18,7 @@
 
 namespace quellmark::runtime {
 
-/// Levels of messages and thresholds; the numbers are part of the interface ("lfl", "lsl").
+/// Levels of messages and thresholds. The numbers are part of the interface ("lfl", "lsl").
 enum class LogLevel : int {
   kTrace = 1,
   kDebug = 2,
@@ -31,28 +31,29 @@ enum class LogLevel : int {
   kSilent = 9,  ///< a threshold above every level
 };
 
-/// The level that a text means: a decimal number is the level's number, everything else its name
-/// ("ALARM"); what is neither gives kSilent.
+/// The level that a text names: by its decimal number or by its name ("ALARM"). Returns kSilent for
+/// any other text.
 [[nodiscard]] LogLevel ParseLogLevel(std::string_view text);
 
 /// The five characters that start a line of this level.
 [[nodiscard]] std::string_view LogLevelTag(LogLevel level);
 
-/// The directories that are tried in turn for the temporary log.
+/// Directories for the temporary log, tried in this order.
 inline constexpr std::array<std::string_view, 3> kTemporaryDirectories = {"/tmp/", "/var/tmp/",
                                                                           "./"};
 
-/// The day of the configuration, and what has compiled this: "gcc 12.2.0".
+/// BuildDate() is the day on which the build was configured; CompilerName() is for example "gcc
+/// 12.2.0".
 [[nodiscard]] std::string_view BuildDate();
 [[nodiscard]] std::string_view CompilerName();
 
-/// The footer's words for an elapsed time in whole seconds: "execution time: 1 hour(s) 1
+/// The footer's text for an elapsed time in whole seconds, such as "execution time: 1 hour(s) 1
 /// second(s)".
 [[nodiscard]] std::string ExecutionTimeText(long long seconds);
 
 }  // namespace quellmark::runtime
 
-/// What the log's header says about the program; views of texts that outlive the record.
+/// What the log's header says about the program. The texts must outlive the record.
 struct VERSION_RECORD {
   std::string_view full_version;  ///< "name.vVERSION.system..."
   std::string_view revision_date;
@@ -65,42 +66,43 @@ struct VERSION_RECORD {
   }
 };
 
-/// Writes messages to the screen and to a file, each with a threshold of its own. A message is
-/// started with its level; the pieces that follow go to the same line and carry their own line end.
-/// What cannot be written (a full disk, a closed screen) is dropped and never ends the program.
-/// One thread at a time may use a log.
+/// Writes messages to the screen and to a file, each with a threshold of its own. Start() begins a
+/// message with its level; the pieces that follow continue it and include its line end. What cannot
+/// be written (a full disk, a closed screen) is dropped and never ends the program. Only one thread
+/// at a time may use a log.
 class LOG {
  public:
   using Level = quellmark::runtime::LogLevel;
-  /// Takes one message at a time, without its tag and its last line end; what is appended to a
-  /// message after a line end comes as another one. What it throws is dropped.
+  /// Receives one message at a time, without its tag and its last line end. Text that follows a
+  /// line end within a message arrives as a message of its own. Exceptions of the sink are dropped.
   using Sink = std::function<void(Level level, std::string_view text)>;
 
   /// A log that stays silent until it is initialised.
   LOG() = default;
-  /// A log that hands the messages from `threshold` on to `sink` and writes nothing. Initialise(),
-  /// Release() and Open() do nothing.
+  /// A log that passes the messages from `threshold` on to `sink` and writes nothing. Its
+  /// Initialise(), Release() and Open() do nothing.
   explicit LOG(Sink sink, Level threshold = Level::kTrace);
   LOG(const LOG&) = delete;
   LOG& operator=(const LOG&) = delete;
   ~LOG() = default;
 
-  /// Counted. The first one names the log "global", sets both thresholds to 2 and opens a temporary
-  /// file in the first of `directories` (each ends in "/") that allows it; without any the log has
-  /// no file. It also makes sure that the standard streams are open, and that a write to a pipe
-  /// without reader or to a file at its size limit fails instead of ending the process (SIGPIPE and
-  /// SIGXFSZ are ignored). Does not throw, whatever is missing.
+  /// Calls are counted. The first one names the log "global", sets both thresholds to 2 and opens a
+  /// temporary file in the first of `directories` (each ends in "/") where it can; if it can in
+  /// none, the log has no file. It also opens standard streams that are closed, and ignores SIGPIPE
+  /// and SIGXFSZ, so that writing to a pipe without reader or to a file at its size limit fails
+  /// instead of ending the process. Does not throw, whatever is missing.
   void Initialise(std::span<const std::string_view> directories =
                       quellmark::runtime::kTemporaryDirectories) noexcept;
-  /// Counts down; the last one closes the file.
+  /// Counts down; the last call closes the file.
   void Release();
 
-  /// Whether a message at `level` reaches screen or file: what a suppressed line costs.
+  /// Whether a message at `level` reaches screen or file. A suppressed line costs no more than
+  /// this.
   [[nodiscard]] bool Passes(Level level) const {
     return level >= screen_threshold_ || level >= file_threshold_;
   }
 
-  /// Starts a message; ends the line of the message before it if that was left open.
+  /// Starts a message. Ends the line of the message before it if that is still open.
   LOG& Start(Level level) {
     if (Concerns(level)) Begin(level, kScreen | kFile);
     return *this;
@@ -113,7 +115,7 @@ class LOG {
   LOG& operator<<(const std::string& text) { return *this << std::string_view(text); }
   LOG& operator<<(const STRING& text) { return *this << text.View(); }
   LOG& operator<<(char c) { return *this << std::string_view(&c, 1); }
-  /// Integers in decimal, floating values as "%g".
+  /// Writes integers in decimal and floating values as "%g".
   template <class Number>
   requires std::is_arithmetic_v<Number> LOG& operator<<(Number number) {
     if (active_) {
@@ -128,53 +130,54 @@ class LOG {
     return *this;
   }
 
-  /// Formatted message; on the screen, levels above kQaWarning are highlighted unless the
-  /// environment has NO_COLOR. The code ends the line if the text has not.
+  /// Writes a formatted message. On the screen, levels above kQaWarning are highlighted unless the
+  /// environment has NO_COLOR. Adds a line end if the text has none.
   __attribute__((format(printf, 3, 4))) void Print(Level level, const char* format, ...);
 
-  /// Ends the line of the message under way if its last piece has not.
+  /// Ends the line of the current message if its last piece has not.
   void EndLine();
 
-  /// Who runs (name, version, host, start time) and with which configuration file.
+  /// Writes who runs (name, version, host, start time) and with which configuration file.
   void WriteHeader(const VERSION_RECORD& version, std::string_view configuration_path);
-  /// How long it took since the first initialisation, and the end time.
+  /// Writes the time elapsed since the first initialisation, and the end time.
   void WriteFooter();
 
-  /// Moves the log to `path`: what stood there is replaced, the lines of a temporary log are
-  /// carried over and the temporary file goes. Nothing happens if `path` is the log's file already.
-  /// Failures are reported in the log, which then stays where it was.
+  /// Moves the log to `path` and replaces what stood there. The lines of a temporary log are
+  /// carried over, and the temporary file is removed. Does nothing if `path` is already the log's
+  /// file. Failures are reported in the log; if `path` cannot be opened, the log stays where it
+  /// was.
   void Open(const std::string& path);
-  /// The path of the log's file; empty without one.
+  /// The path of the log's file; empty if there is none.
   [[nodiscard]] const std::string& FilePath() const { return file_path_; }
 
   void SetScreenThreshold(Level level) { screen_threshold_ = level; }
   void SetFileThreshold(Level level) { file_threshold_ = level; }
   [[nodiscard]] Level ScreenThreshold() const { return screen_threshold_; }
   [[nodiscard]] Level FileThreshold() const { return file_threshold_; }
-  /// The process name that stands before each message, cut after 255 bytes.
+  /// Sets the process name that stands before each message; it is cut after 255 bytes.
   void SetProcessName(std::string_view name);
-  /// Whether a message at level kQaWarning was started, passed or not.
+  /// Whether any message at level kQaWarning was started, even one below both thresholds.
   [[nodiscard]] bool HasQaWarning() const { return qa_warning_; }
 
-  /// Between the two, lines up to level kQaWarning are collected and written together; see
-  /// LogBatch.
+  /// From BeginBatch() to EndBatch(), lines up to level kQaWarning are collected and written
+  /// together; see LogBatch.
   void BeginBatch() { ++batches_; }
   void EndBatch();
-  /// Writes what was collected so far.
+  /// Writes what has been collected so far.
   void Flush() noexcept;
 
-  /// Writes what the screen was not given while signals were held; see SignalHold.
+  /// Writes to the screen what was kept back while signals were held; see SignalHold.
   void WriteDeferred() noexcept;
 
-  /// One whole message from within a signal handler: neither allocates nor waits for the screen.
-  /// What was collected is written first, and the line that the signal has interrupted is ended.
+  /// Writes one whole message from within a signal handler; neither allocates nor waits for the
+  /// screen. First writes what has been collected, and ends a line that the signal has interrupted.
   void WriteFromSignal(Level level, std::initializer_list<std::string_view> pieces) noexcept;
 
  private:
-  // Where a message goes: a set of these.
+  // Where a message goes; a bit set.
   enum Target : unsigned { kScreen = 1, kFile = 2 };
 
-  // Whether a message at this level changes anything: it may be written, or it ends an open line.
+  // Whether a message at this level has any effect: it may be written, or it ends an open line.
   [[nodiscard]] bool Concerns(Level level) const {
     return active_ || Passes(level) || level == Level::kQaWarning;
   }
@@ -191,7 +194,7 @@ class LOG {
   Level screen_threshold_ = Level::kSilent;
   Level file_threshold_ = Level::kSilent;
   quellmark::basic::UniqueFd file_fd_;
-  std::string file_path_;  // of file_fd_
+  std::string file_path_;  // path of file_fd_
   bool file_is_temporary_ = false;
   bool qa_warning_ = false;
   int initialisations_ = 0;
@@ -200,41 +203,42 @@ class LOG {
   std::time_t start_time_ = 0;  // of the first initialisation
   std::chrono::steady_clock::time_point start_;
 
-  // The message under way.
-  bool active_ = false;        // it goes anywhere at all
+  // The current message.
+  bool active_ = false;        // it has at least one target
   bool at_line_start_ = true;  // its last piece has ended its line
   Level level_ = Level::kSilent;
   int batches_ = 0;
 
-  // The bytes that are not yet written and where they go. A signal handler may look at them at any
-  // moment: `size_` counts whole bytes only and is set last, a target goes once it has its bytes.
+  // The bytes that are not yet written, and their targets. A signal handler may read them at any
+  // moment: `size_` is set after the bytes are complete, and a target is removed after it has
+  // received them.
   std::array<char, 8192> bytes_;
   std::atomic<std::size_t> size_ = 0;
   std::atomic<unsigned> targets_ = 0;
-  std::string deferred_;  // for the screen, after a SignalHold
+  std::string deferred_;  // waits for the screen until a SignalHold ends
 
   Sink sink_;
-  std::string sink_text_;  // the message under way, as far as it was flushed
+  std::string sink_text_;  // the part of the current message that was flushed
 };
 
 namespace quellmark::runtime {
 
-/// Makes the process-wide log; for ProcessLog() alone.
+/// Makes the process-wide log; only ProcessLog() calls it.
 [[nodiscard]] LOG& CreateLog() noexcept;
 
-/// The process-wide log. It is never destroyed, so that everything may report until the very end.
+/// The process-wide log. It is never destroyed, so that everything can report until the very end.
 [[nodiscard]] inline LOG& ProcessLog() {
   static LOG& log = CreateLog();
   return log;
 }
 
-/// Set by LogScope alone.
+/// Only LogScope sets it.
 inline constinit thread_local LOG* scoped_log = nullptr;
 
 /// The log that this thread reports to: the process-wide one unless a LogScope says otherwise.
 [[nodiscard]] inline LOG& Log() { return scoped_log != nullptr ? *scoped_log : ProcessLog(); }
 
-/// While it lives, `log` is the Log() of the thread that made it. Scopes may be nested.
+/// During its lifetime, `log` is the Log() of the thread that made it. Scopes may be nested.
 class LogScope {
  public:
   explicit LogScope(LOG& log) noexcept;
@@ -246,9 +250,9 @@ class LogScope {
   LOG* saved_;
 };
 
-/// While it lives, lines up to level kQaWarning are written together, at the latest at its end or
-/// before the first line above. Meant for a group of lines without reading or waiting in between: a
-/// kill in the middle would lose them.
+/// During its lifetime, lines up to level kQaWarning are collected. They are written together at
+/// its end, or earlier before a line of a higher level. Use it for a group of lines without reading
+/// or waiting in between, because a kill in the middle loses them.
 class LogBatch {
  public:
   explicit LogBatch(LOG& log = Log()) : log_(log) { log_.BeginBatch(); }
@@ -260,7 +264,7 @@ class LogBatch {
   LOG& log_;
 };
 
-/// One message of several pieces; ends the line if the last piece has not.
+/// Writes one message of several pieces and ends its line if the last piece has not.
 template <class... Pieces>
 void LogLine(LogLevel level, const Pieces&... pieces) {
   LOG& log = Log();
@@ -270,7 +274,8 @@ void LogLine(LogLevel level, const Pieces&... pieces) {
   log.EndLine();
 }
 
-/// Writes the message at level kAlarm, then throws an `Error`: the one place that fixes this order.
+/// Writes the message at level kAlarm, then throws an `Error`. The order is fixed in this one
+/// place.
 template <class Error, class... Pieces>
 [[noreturn]] void Fail(const Pieces&... pieces) {
   LogLine(LogLevel::kAlarm, pieces...);

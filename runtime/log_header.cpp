@@ -19,8 +19,8 @@ constexpr std::string_view kCompiler = "clang " __clang_version__;
 constexpr std::string_view kCompiler = "gcc " __VERSION__;
 #endif
 
-// Local time. The line end belongs to the format: deliberate, what follows in the same message
-// stands on a line of its own.
+// Formats the local time. The line end is part of the format on purpose: what follows in the same
+// message starts a new line.
 std::string TimeText(std::time_t time) {
   std::tm local{};
   ::localtime_r(&time, &local);
@@ -30,11 +30,11 @@ std::string TimeText(std::time_t time) {
 
 std::string HostName() {
   std::array<char, 256> name{};
-  // A name that is cut short may lack its end.
+  // gethostname() may leave out the final zero of a name that it cuts short.
   return ::gethostname(name.data(), name.size() - 1) == 0 ? name.data() : "unknown";
 }
 
-// Serialises the headers of a process.
+// Protects the headers of a process against each other.
 std::mutex& HeaderLock() {
   static std::mutex lock;
   return lock;

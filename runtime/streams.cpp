@@ -11,7 +11,7 @@
 namespace quellmark::runtime {
 namespace {
 
-// Read by the handler of a signal that the writing itself has raised.
+// Tells the handler of SIGXFSZ that a quiet write has raised it.
 constinit thread_local volatile std::sig_atomic_t writing_quietly = 0;
 
 }  // namespace
@@ -58,8 +58,8 @@ bool CopyAll(int from, int to) noexcept {
 void EnsureStandardStreams() noexcept {
   for (const int fd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
     if (::fcntl(fd, F_GETFD) != -1 || errno != EBADF) continue;
-    // The lowest free descriptor is taken, which is this one. Without a "/dev/null" the root
-    // directory holds the place; it can neither be read nor written.
+    // open() returns the lowest free descriptor, which is this one. If "/dev/null" is missing, the
+    // root directory takes the place; it can be neither read nor written.
     const int mode = fd == STDIN_FILENO ? O_RDONLY : O_WRONLY;
     if (::open("/dev/null", mode) < 0) static_cast<void>(::open("/", O_RDONLY));
   }

@@ -5,22 +5,22 @@
 
 namespace quellmark::runtime {
 
-/// Writes all bytes and tells whether that went well. Calls nothing that a signal handler must not.
+/// Writes all bytes and returns whether that succeeded. Safe in a signal handler.
 bool WriteAll(int fd, std::string_view bytes) noexcept;
 
-/// WriteAll for what may get lost: a file at its size limit raises no fatal signal, the bytes are
-/// lost and the program goes on.
+/// As WriteAll(), for bytes that may be lost. A file at its size limit raises no fatal signal: the
+/// bytes are lost and the program continues.
 bool WriteQuietly(int fd, std::string_view bytes) noexcept;
 
-/// Whether this thread is within WriteQuietly(): its SIGXFSZ is then not fatal.
+/// Whether this thread is inside WriteQuietly(). Its SIGXFSZ is then not fatal.
 [[nodiscard]] bool IsWritingQuietly() noexcept;
 
-/// Lets writes to a pipe without reader and to a file at its size limit fail instead of ending the
-/// process. A handler of SIGXFSZ that is installed later must ask IsWritingQuietly().
+/// Makes a write to a pipe without reader or to a file at its size limit fail instead of ending the
+/// process. A SIGXFSZ handler installed later must ask IsWritingQuietly().
 void IgnoreWriteSignals() noexcept;
 
-/// Copies what is left to read of a file to another one, with WriteQuietly(); false, with errno
-/// set, if not every byte arrived.
+/// Copies the unread rest of one file to another with WriteQuietly(). Returns false, with errno
+/// set, if a byte is missing.
 [[nodiscard]] bool CopyAll(int from, int to) noexcept;
 
 /// Opens "/dev/null" for each of the descriptors 0 to 2 that is closed, so that no file opened

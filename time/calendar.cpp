@@ -10,8 +10,8 @@ namespace {
 constexpr std::array<std::string_view, 12> kMonthNames = {"JAN", "FEB", "MAR", "APR", "MAY", "JUN",
                                                           "JUL", "AUG", "SEP", "OCT", "NOV", "DEC"};
 
-// Days from 1 January of year 0. Each division counts the years from 0 to before `year` that its
-// number divides, year 0 included.
+// Days from 1 January of year 0. Each division counts the multiples of its divisor among the years
+// from 0 to `year` - 1; year 0 is one of them.
 constexpr long long DaysBeforeYear(long long year) {
   return 365 * year + (year + 3) / 4 - (year + 99) / 100 + (year + 399) / 400;
 }
@@ -45,7 +45,8 @@ long long DayNumber(int year, int month, int day) {
 }
 
 CalendarDate DateOfDayNumber(long long day_number) {
-  // The mean length of a year over its period of 400 years finds the year or a neighbour of it.
+  // The mean length of a year in the 400-year cycle leads to the right year or to a neighbour of
+  // it.
   long long year = day_number * 400 / DaysBeforeYear(400);
   while (DaysBeforeYear(year) > day_number) --year;
   while (DaysBeforeYear(year + 1) <= day_number) ++year;

@@ -17,13 +17,15 @@ inline constexpr long long kMicrosecondsPerDay = 86'400'000'000;
   return (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
 }
 
-/// Days before month 1..12, and before the next year in element 12; first common, then leap years.
+/// Days before each month 1..12; the last element is the length of the year. The first row is for
+/// common years, the second for leap years.
 inline constexpr std::array<std::array<int, 13>, 2> kDaysBeforeMonth = {
     {{0, 31, 59, 90, 120, 151, 181, 212, 243, 273, 304, 334, 365},
      {0, 31, 60, 91, 121, 152, 182, 213, 244, 274, 305, 335, 366}}};
 
-/// Day of month plus the days before the month; 1 January is day 1, and a day that the month does
-/// not have counts on into the next month. Throws std::out_of_range unless month is 1..12.
+/// The day of the month plus the days before the month, so that 1 January is day 1. A day beyond
+/// the end of the month counts on into the next month. Throws std::out_of_range unless month is
+/// 1..12.
 [[nodiscard]] long long DayOfYear(int year, int month, int day);
 
 /// Throws std::out_of_range unless month is 1..12.

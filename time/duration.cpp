@@ -11,10 +11,11 @@ using quellmark::time::kMillisecondsPerDay;
 
 namespace {
 
-// What other programs know as the bound of every field: kept exactly, not the integer's maximum.
+// The limit of every field. Other programs know it: kept exactly, although it is not the integer's
+// maximum.
 constexpr long long kFieldLimit = 2'147'483'000;
 
-// Whole microseconds of this size are counted exactly by a long long (292,000 years).
+// A long long counts microseconds up to this limit exactly (292,000 years).
 constexpr double kWholeMicrosecondsLimit = 9.2e18;
 
 bool Exceeds(long long field, long long addend) {
@@ -22,7 +23,7 @@ bool Exceeds(long long field, long long addend) {
 }
 
 DURATION OfWholeMicroseconds(double microseconds) {
-  if (!(std::fabs(microseconds) < kWholeMicrosecondsLimit)) {  // not finite is refused as well
+  if (!(std::fabs(microseconds) < kWholeMicrosecondsLimit)) {  // also refuses NaN and infinity
     quellmark::time::FailDurationRange(0, 0, 0);
   }
   return DURATION::FromMicroseconds(static_cast<long long>(microseconds));
@@ -75,8 +76,8 @@ DURATION DURATION::operator-() const {
   return negated;
 }
 
-// The one accumulation: limits first, so that a refused one leaves the value as it was, then the
-// carries upwards, then one sign for all fields.
+// All additions end here. Limits are checked first, so that a refused addition changes nothing;
+// then the fields carry upwards and get one common sign.
 void DURATION::Add(long long days, long long milliseconds, long long microseconds) {
   if (Exceeds(days_, days) || Exceeds(milliseconds_, milliseconds) ||
       Exceeds(microseconds_, microseconds)) {

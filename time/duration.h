@@ -3,23 +3,23 @@
 #include <compare>
 #include <cstdint>
 
-/// A signed span of elapsed time as days (of 86400 s), milliseconds and microseconds. After every
+/// A signed span of elapsed time in days (of 86400 s), milliseconds and microseconds. After every
 /// operation it is in normal form: |milliseconds| < 86400000, |microseconds| < 1000, and no two
-/// fields of different sign. An operation that would take a field beyond 2147483000 either way (the
-/// limit of its own, not the integer's) writes its fields to the log and throws the character
-/// string "duration range error".
+/// fields of different sign. An operation that would take a field beyond +-2147483000 writes the
+/// fields to the log and throws the character string "duration range error". This limit is
+/// deliberate and is not the integer's maximum.
 class DURATION {
  public:
   DURATION() = default;
   DURATION(std::int32_t days, std::int32_t milliseconds, std::int32_t microseconds);
-  /// The nearest whole microsecond, halves upwards.
+  /// Rounds to the nearest whole microsecond, halves upwards.
   [[nodiscard]] static DURATION FromSeconds(double seconds);
-  /// The whole microsecond at or below.
+  /// Rounds down to a whole microsecond.
   [[nodiscard]] static DURATION FromMilliseconds(double milliseconds);
   [[nodiscard]] static DURATION FromMicroseconds(long long microseconds);
 
-  /// Adds milliseconds; `split` says that whole days have been taken out already, so that they are
-  /// added to the field as they are.
+  /// Adds milliseconds. `split` says that the caller has already taken out whole days; the rest is
+  /// then added to the millisecond field directly.
   void AddMilliseconds(long long milliseconds, bool split = false);
   void AddMicroseconds(long long microseconds);
   DURATION& operator+=(const DURATION& other);
@@ -27,7 +27,7 @@ class DURATION {
   [[nodiscard]] std::int32_t Days() const { return days_; }
   [[nodiscard]] std::int32_t Milliseconds() const { return milliseconds_; }
   [[nodiscard]] std::int32_t Microseconds() const { return microseconds_; }
-  /// All fields in seconds [s], correctly rounded up to 285 years.
+  /// The whole span in seconds [s], correctly rounded for spans up to 285 years.
   [[nodiscard]] double Seconds() const {
     return (86'400e6 * days_ + (1e3 * milliseconds_ + microseconds_)) / 1e6;
   }
@@ -48,7 +48,7 @@ class DURATION {
 
 namespace quellmark::time {
 
-/// Writes the ALARM line of a span that can not be represented and throws the character string
+/// Writes the ALARM line for a span that cannot be represented and throws the character string
 /// "duration range error".
 [[noreturn]] void FailDurationRange(long long days, long long milliseconds, long long microseconds);
 

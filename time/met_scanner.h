@@ -5,16 +5,16 @@
 #include "time/mission_elapsed_time.h"
 #include "time/time_scanner.h"
 
-/// Reads a whole text as a mission elapsed time in the form that MISSION_ELAPSED_TIME prints; the
+/// Reads a whole text as a mission elapsed time, in the form that MISSION_ELAPSED_TIME prints. The
 /// sign and the fraction may be left out.
 class MET_SCANNER : public TIME_SCANNER {
  public:
   /// The text is not copied and must outlive the scanner.
   explicit MET_SCANNER(std::string_view text) : TIME_SCANNER(text) {}
 
-  /// Every failure writes the line "MET_SCANNER: " and its message at level EXCEPTION. Throws the
-  /// character strings of TIME_SCANNER, "can not represent MET value", and ERROR_DATA for text
-  /// after a complete time. Fields beyond their range carry, as in the time itself.
+  /// Every failure writes "MET_SCANNER: " and its message at level EXCEPTION. Throws the character
+  /// strings of TIME_SCANNER and "can not represent MET value", and ERROR_DATA for text after a
+  /// complete time. Fields beyond their range carry into the larger ones, as in the time itself.
   [[nodiscard]] MISSION_ELAPSED_TIME Scan();
 
  private:
@@ -23,7 +23,7 @@ class MET_SCANNER : public TIME_SCANNER {
 
 namespace quellmark::time {
 
-/// The mission elapsed time that the whole text shows; failures as MET_SCANNER::Scan().
+/// Reads the whole text as a mission elapsed time. Fails like MET_SCANNER::Scan().
 [[nodiscard]] MISSION_ELAPSED_TIME ScanMet(std::string_view text);
 
 }  // namespace quellmark::time

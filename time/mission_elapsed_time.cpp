@@ -12,7 +12,7 @@ using quellmark::time::kMicrosecondsPerHour;
 
 namespace {
 
-// Four digits in the printed form.
+// The printed form has four digits.
 constexpr long long kLastDay = 9999;
 
 void CheckDays(long long days) {
@@ -22,14 +22,15 @@ void CheckDays(long long days) {
   throw "can not represent MET value";
 }
 
-// Takes the units of `size` out of `rest`.
+// Removes the whole multiples of `size` from `rest` and returns their number.
 std::int32_t TakeOut(long long& rest, long long size) {
   const auto count = static_cast<std::int32_t>(rest / size);
   rest %= size;
   return count;
 }
 
-// Days are checked before they are multiplied; the other fields can not overflow the sum.
+// The days are checked before they are multiplied; the other fields are too small to overflow the
+// sum.
 long long SignedTotal_us(std::int32_t sign, std::int32_t days, std::int32_t hours,
                          std::int32_t minutes, std::int32_t seconds, std::int32_t milliseconds,
                          std::int32_t microseconds) {
@@ -81,7 +82,7 @@ DURATION operator-(const MISSION_ELAPSED_TIME& a, const MISSION_ELAPSED_TIME& b)
 }
 
 MISSION_ELAPSED_TIME operator+(const MISSION_ELAPSED_TIME& time, const DURATION& duration) {
-  // A duration that leaves the range from wherever it starts is refused before it can overflow.
+  // Refuses a duration that leaves the range from every start, before the sum can overflow.
   const long long duration_days = std::llabs(duration.Days());
   if (duration_days > 3 * kLastDay) CheckDays(duration_days);
   return MISSION_ELAPSED_TIME(time.Total_us() + duration.Days() * kMicrosecondsPerDay +

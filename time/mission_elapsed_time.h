@@ -13,7 +13,7 @@
 class MISSION_ELAPSED_TIME {
  public:
   MISSION_ELAPSED_TIME() = default;
-  /// `sign` is +1 or -1 and holds for all fields.
+  /// `sign` is +1 or -1 and applies to all fields.
   MISSION_ELAPSED_TIME(std::int32_t sign, std::int32_t days, std::int32_t hours,
                        std::int32_t minutes, std::int32_t seconds, std::int32_t milliseconds,
                        std::int32_t microseconds);
@@ -26,14 +26,14 @@ class MISSION_ELAPSED_TIME {
   [[nodiscard]] std::int32_t Milliseconds() const { return milliseconds_; }
   [[nodiscard]] std::int32_t Microseconds() const { return microseconds_; }
 
-  /// Moves the time by a signed number of hours; the day limit is checked with the whole days of
-  /// `hours` alone and again with all of it.
+  /// Moves the time by a signed number of hours. The day limit is checked twice: with the whole
+  /// days of `hours` before the addition, and with the result.
   void AddHours(std::int32_t hours);
 
   /// "+dddd/hh:mm:ss.mmmuuu"; a time before the start of the mission begins with "-".
   [[nodiscard]] STRING Text() const;
 
-  /// A mission elapsed time is no plain number: throws "can not cast from MET to double".
+  /// A mission elapsed time is not a number: throws "can not cast from MET to double".
   [[noreturn]] explicit operator double() const;
 
   friend DURATION operator-(const MISSION_ELAPSED_TIME& a, const MISSION_ELAPSED_TIME& b);

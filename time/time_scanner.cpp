@@ -26,7 +26,7 @@ constexpr bool IsMonthLetter(char c) {
   return std::string_view("ABCDEFGJLMNOPRSTUVY").find(c) != std::string_view::npos;
 }
 
-// Of the token that begins with `c`, if one does.
+// The kind of token that begins with `c`, if there is one.
 std::optional<Kind> KindOfFirst(char c) {
   switch (c) {
     case '-':

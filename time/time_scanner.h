@@ -5,9 +5,9 @@
 #include <string_view>
 
 /// Splits the text of a time into tokens and reads typed pieces of it. The text ends at a zero
-/// byte, a line feed or its length; it is not copied and must outlive the scanner. Faults are
-/// thrown as character strings; a typed read that meets another token logs its kind (level
-/// EXCEPTION) first. Typed reads skip blanks and tabs. Nothing is allocated.
+/// byte, at a line feed or at its length; it is not copied and must outlive the scanner. Faults are
+/// thrown as character strings. A typed read that meets another kind of token first logs that kind
+/// (level EXCEPTION). Typed reads skip blanks and tabs. Nothing is allocated.
 class TIME_SCANNER {
  public:
   enum class TokenKind : int {
@@ -23,8 +23,9 @@ class TIME_SCANNER {
 
   struct Token {
     TokenKind kind = TokenKind::kWhite;
-    std::int32_t value = 0;  ///< of a number (held at the integer's maximum) or month (0: no month)
-    std::string_view text;   ///< at most 128 characters of it
+    std::int32_t value =
+        0;  ///< of a number (at most the integer's maximum) or a month (0: not a month)
+    std::string_view text;  ///< at most its first 128 characters
   };
 
   struct Fraction {
@@ -34,13 +35,13 @@ class TIME_SCANNER {
 
   explicit TIME_SCANNER(std::string_view text);
 
-  /// Throws for a kind outside the list "can not convert unregistered tokentype to string".
+  /// Throws "can not convert unregistered tokentype to string" for a kind outside the list.
   [[nodiscard]] static const char* TokenName(TokenKind kind);
 
-  /// The token put back last, or the next one of the text. Throws "TIME: scanner: unexpected end of
-  /// string" and "TIME: scanner: unhandled character".
+  /// Returns the token that was put back, if any, else the next one of the text. Throws "TIME:
+  /// scanner: unexpected end of string" and "TIME: scanner: unhandled character".
   Token NextToken();
-  /// Puts one token back; a second one before the next read throws "TIME: scanner: internal error
+  /// Puts one token back. A second one before the next read throws "TIME: scanner: internal error
   /// unget buffer overflow".
   void Unget(const Token& token);
 
@@ -48,18 +49,18 @@ class TIME_SCANNER {
   /// Accepts a separator or a minus sign whose character is one of `allowed`.
   void GetSeparator(std::string_view allowed = "/:T\\-");
   void GetPoint();
-  /// The digits of a fraction of a second, as many as there are; the first six count. Both fields
-  /// are 0 at the end of the text and at a "Z", which is left to be read.
+  /// Reads all digits of a fraction of a second; only the first six count. Both fields are 0 at the
+  /// end of the text and at a "Z", which is not consumed.
   [[nodiscard]] Fraction GetMilliAndMicroSeconds();
-  /// 1..12.
+  /// Returns 1..12.
   [[nodiscard]] std::int32_t GetMonth();
-  /// '-' or, also when there is no sign, '+'.
+  /// Returns '-', or '+' if there is a plus sign or no sign.
   [[nodiscard]] char GetSign();
-  /// Whether nothing but white is left; skips it.
+  /// Skips blanks and tabs and returns whether the text ends there.
   [[nodiscard]] bool AtEnd();
-  /// Whether the next token after white is of this kind; never throws for what it is instead.
+  /// Whether the next token after blanks and tabs is of this kind. Never throws.
   [[nodiscard]] bool NextIs(TokenKind kind);
-  /// Reads the next token if it is of this kind.
+  /// Consumes the next token if it is of this kind, and returns whether it is.
   bool Accept(TokenKind kind);
 
  private:
@@ -69,5 +70,5 @@ class TIME_SCANNER {
 
   std::string_view text_;
   std::size_t position_ = 0;
-  std::optional<Token> unget_;  ///< the one that was put back
+  std::optional<Token> unget_;  ///< the token that was put back
 };

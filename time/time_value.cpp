@@ -28,8 +28,8 @@ std::optional<double> FiniteNumber(std::string_view text) {
   return number;
 }
 
-// Only a mission elapsed time has a sign, and only there does "/" follow the first number. Looking
-// first keeps the complaints of the wrong scanner out of the log.
+// Only a mission elapsed time may start with a sign or have a "/" after its first number. This
+// check keeps the complaints of the wrong scanner out of the log.
 bool LooksLikeMet(std::string_view text) {
   if (text.starts_with('+') || text.starts_with('-')) return true;
   const std::size_t after_number = text.find_first_not_of("0123456789 \t");

@@ -11,16 +11,16 @@
 
 namespace quellmark::time {
 
-/// A stamp of one of the time types; the number counts seconds [s].
+/// A stamp of one of the time types; a plain number counts seconds [s].
 using TimeValue = std::variant<double, MISSION_ELAPSED_TIME, UNIVERSAL_TIME>;
 
-/// The time that the whole text shows, tried as a plain number of seconds first, then as a mission
-/// elapsed time, then as UTC. Throws as ScanMet() or ScanUtc(); a number that is not finite is
-/// none.
+/// Reads the whole text as a time: as a plain number of seconds if it is one, else as a mission
+/// elapsed time or as UTC. Numbers that are not finite are not accepted. Throws like ScanMet() or
+/// ScanUtc().
 [[nodiscard]] TimeValue ScanTime(std::string_view text);
 
-/// `from` as a `To`. There is no conversion between the time types: throws the character string
-/// "not allowed time conversion" unless it is of that type.
+/// Returns `from` as a `To`. The time types cannot be converted into each other: if the types
+/// differ, throws the character string "not allowed time conversion".
 template <class To, class From>
 [[nodiscard]] To ConvertTime([[maybe_unused]] const From& from) {
   if constexpr (std::same_as<To, From>) {
@@ -47,7 +47,7 @@ template <Stamp T>
 
 }  // namespace quellmark::time
 
-// What is arithmetic for numbers and for durations, and meaningless for stamps.
+// Operations that make sense for numbers and durations, but not for stamps.
 
 template <quellmark::time::Stamp T>
 [[noreturn]] T operator+(const T&, const T&) {

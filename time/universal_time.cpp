@@ -23,16 +23,16 @@ using quellmark::time::TimeOfDay_ms;
 
 namespace {
 
-// From here a plain number of seconds counts.
+// Epoch of plain second counts.
 constexpr UNIVERSAL_TIME kEpoch = {1980, 1, 6, 0, 0, 0, 0, 0};
 
 // Room for eight fields of the longest integer.
 using TextBuffer = std::array<char, 128>;
 
-// Twice this number of days still counts as microseconds in a long long.
+// Twice this number of days, in microseconds, still fits into a long long.
 constexpr long long kDayNumberLimit = 50'000'000;
 
-// Microseconds from 1 January of year 0 to a calendar reading, every day of 86,400 s.
+// Microseconds from 1 January of year 0 to a calendar reading, if every day has 86,400 s.
 long long Reading_us(const UNIVERSAL_TIME& time, long long time_of_day_ms) {
   const long long day_number = DayNumber(time.year, time.month, time.day);
   if (time.year < 0 || std::llabs(day_number) + std::llabs(time_of_day_ms / kMillisecondsPerDay) >=
@@ -43,7 +43,7 @@ long long Reading_us(const UNIVERSAL_TIME& time, long long time_of_day_ms) {
          time.microsecond;
 }
 
-// Inverse of Reading_us(), with carries into every field.
+// The inverse of Reading_us(); carries into every field.
 UNIVERSAL_TIME TimeOfReading(long long reading_us) {
   const auto [days, of_day_us] = std::lldiv(reading_us, kMicrosecondsPerDay);
   if (reading_us < 0 || days > kDayNumberLimit) {
@@ -64,8 +64,8 @@ UNIVERSAL_TIME TimeOfReading(long long reading_us) {
           field(1, 1000)};
 }
 
-// Microseconds elapsed since 1 January of year 0. A second inserted after this very day is not
-// counted yet: its time of day runs past 24 hours.
+// Microseconds elapsed since 1 January of year 0. A second inserted at the end of this very day is
+// not added: the time of day itself then runs past 24 hours.
 long long Elapsed_us(const UNIVERSAL_TIME& time) {
   return Reading_us(time, TimeOfDay_ms(time.hour, time.minute, time.second, time.millisecond)) +
          LeapSeconds().InsertedBefore(DayNumber(time.year, time.month, time.day)) *
@@ -97,8 +97,8 @@ STRING UNIVERSAL_TIME::IsoText(int fraction_digits, bool zulu) const {
   TextBuffer text;
   std::snprintf(text.data(), text.size(), "%d-%02d-%02dT%02d:%02d:%02d.%03d%03d", year, month, day,
                 hour, minute, second, millisecond, microsecond);
-  // Kept exactly, do not correct: the cut counts characters, so a year that has not four digits
-  // moves it.
+  // Kept exactly, do not correct: the cut counts characters, so it moves if the year does not have
+  // four digits.
   const int digits = std::clamp(fraction_digits, 0, 6);
   std::string cut =
       std::string(text.data()).substr(0, digits == 0 ? 19 : 20U + static_cast<unsigned>(digits));
@@ -130,16 +130,16 @@ UNIVERSAL_TIME operator+(const UNIVERSAL_TIME& time, const DURATION& duration) {
   if (std::abs(duration.Days()) >= kDayNumberLimit) {
     FailDurationRange(duration.Days(), duration.Milliseconds(), duration.Microseconds());
   }
-  // A minute of 60 carries into the hour, unlike in the comparisons.
+  // Here a minute of 60 carries into the hour, unlike in the comparisons.
   const long long time_of_day_ms =
       TimeOfDay_ms(time.hour, 0, time.second, time.millisecond) + 60'000LL * time.minute;
   const long long reading_us =
       Reading_us(time, time_of_day_ms) + duration.Days() * kMicrosecondsPerDay +
       duration.Milliseconds() * kMicrosecondsPerMillisecond + duration.Microseconds();
   UNIVERSAL_TIME counted_to = TimeOfReading(reading_us);
-  // Kept exactly, do not correct: here the seconds are counted up to a day later. An inserted
-  // second is so counted from 23:59:00 before it on instead of from its own start, and it never
-  // shows as 23:59:60; the processors around this one print the same.
+  // Kept exactly, do not correct: near an inserted second, leap seconds are counted up to one day
+  // later. The inserted second therefore takes effect from 23:59:00 before it on instead of at its
+  // own start, and it never shows as 23:59:60. The processors around this one print the same.
   if (CanFollowInsertedSecond(counted_to)) {
     counted_to = TimeOfReading(reading_us + kMicrosecondsPerDay);
   }
@@ -156,8 +156,8 @@ STRING TextOfSum(const UNIVERSAL_TIME& time, const DURATION& duration) {
 STRING TextOfSeconds(double seconds) { return UNIVERSAL_TIME::FromSeconds(seconds).LongText(); }
 
 long long TimeOfDay_ms(long long hour, long long minute, long long second, long long millisecond) {
-  // Kept exactly, do not correct: an overflowing minute field of 60 counts as 59 minutes. The
-  // comparisons with the leap second table rely on it.
+  // Kept exactly, do not correct: a minute field of 60 counts as 59 minutes. The comparisons with
+  // the leap second table rely on it.
   const long long minute_ms = minute == 60 ? 3'540'000 : minute * 60'000;
   return hour * 3'600'000 + second * 1000 + millisecond + minute_ms;
 }

@@ -6,9 +6,9 @@
 #include "basic/string.h"
 #include "time/duration.h"
 
-/// A calendar time in UTC; the default is the empty value. The fields are kept as they are given:
-/// what the scanner reads and what arithmetic returns is in the ranges below. A month outside 1..12
-/// throws std::out_of_range wherever the calendar is asked.
+/// A calendar time in UTC; the default is the empty value. Fields that a caller sets are not
+/// checked; what the scanner and the arithmetic return lies in the ranges below. Every use of the
+/// calendar throws std::out_of_range for a month outside 1..12.
 struct UNIVERSAL_TIME {
   std::int32_t year = 0;         ///< Gregorian
   std::int32_t month = 1;        ///< 1..12
@@ -24,24 +24,24 @@ struct UNIVERSAL_TIME {
 
   /// "dd-MON-yyyy/hh:mm:ss.mmmuuu". A month outside 1..12 throws "invalid month name".
   [[nodiscard]] STRING LongText() const;
-  /// "yyyy-mm-ddThh:mm:ss.mmmuuu" cut after 19 characters, or after 20 + `fraction_digits` (1..6),
-  /// whatever the length of the year; and "Z" if `zulu`.
+  /// "yyyy-mm-ddThh:mm:ss.mmmuuu", cut after 19 characters, or after 20 + `fraction_digits` (1..6)
+  /// whatever the length of the year, then "Z" if `zulu`.
   [[nodiscard]] STRING IsoText(int fraction_digits = 6, bool zulu = false) const;
 
-  /// A calendar time is no plain number: throws "can not cast from UTC to double".
+  /// A calendar time is not a number: throws "can not cast from UTC to double".
   [[noreturn]] explicit operator double() const;
 
-  /// All eight fields.
+  /// Compares all eight fields.
   friend bool operator==(const UNIVERSAL_TIME&, const UNIVERSAL_TIME&) = default;
-  /// By year, day of year, time of day (TimeOfDay_ms) and microsecond.
+  /// Compares year, day of year, time of day (TimeOfDay_ms) and microsecond.
   friend std::weak_ordering operator<=>(const UNIVERSAL_TIME& a, const UNIVERSAL_TIME& b);
 
-  /// Elapsed time from b to a, inserted seconds included; within an inserted second the clock runs
-  /// on evenly. Throws "duration range error" before year 0 and after year 136,000.
+  /// The time elapsed from b to a, inserted seconds included; the clock runs evenly through an
+  /// inserted second. Throws "duration range error" before year 0 and after year 136,000.
   friend DURATION operator-(const UNIVERSAL_TIME& a, const UNIVERSAL_TIME& b);
-  /// The calendar reading `duration` later, set back by the seconds inserted in between (logged);
-  /// near an inserted second it follows a rule of its own, see the definition. A duration of zero
-  /// returns `time` as it is and logs nothing. Throws like the difference.
+  /// The calendar reading `duration` later, set back by the seconds inserted in between (their
+  /// number is logged). Near an inserted second a rule of its own applies, see the definition. A
+  /// duration of zero returns `time` unchanged and logs nothing. Throws like the difference.
   friend UNIVERSAL_TIME operator+(const UNIVERSAL_TIME& time, const DURATION& duration);
   friend UNIVERSAL_TIME operator-(const UNIVERSAL_TIME& time, const DURATION& duration) {
     return time + -duration;
@@ -50,13 +50,13 @@ struct UNIVERSAL_TIME {
 
 namespace quellmark::time {
 
-/// Long text of time + duration.
+/// The long text of time + duration.
 [[nodiscard]] STRING TextOfSum(const UNIVERSAL_TIME& time, const DURATION& duration);
 
-/// Long text of UNIVERSAL_TIME::FromSeconds().
+/// The long text of UNIVERSAL_TIME::FromSeconds().
 [[nodiscard]] STRING TextOfSeconds(double seconds);
 
-/// Milliseconds since midnight; see the definition for a minute of 60.
+/// Milliseconds since midnight; the definition says how a minute of 60 counts.
 [[nodiscard]] long long TimeOfDay_ms(long long hour, long long minute, long long second,
                                      long long millisecond);
 

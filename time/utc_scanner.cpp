@@ -19,7 +19,7 @@ template <class... Pieces>
 
 void CheckDate(const UNIVERSAL_TIME& time) {
   const bool valid = time.month >= 1 && time.month <= 12 && time.day >= 1 &&
-                     // The integer's maximum stands for every number beyond it.
+                     // The scanner reads every larger number as the integer's maximum.
                      time.year < std::numeric_limits<std::int32_t>::max() &&
                      time.day <= quellmark::time::DaysInMonth(time.year, time.month);
   if (!valid) Refuse("Invalid date: ", time.day, " ", time.month, " ", time.year);
@@ -78,8 +78,8 @@ void UTC_SCANNER::ScanTimeOfDay(UNIVERSAL_TIME& time) {
   if (time.minute > 59) Refuse("invalid minute: ", time.minute);
   GetSeparator(":");
   time.second = GetNumber();
-  // Seconds 60 to 62 go on to the next check, which takes them at the end of any day: deliberate,
-  // the leap second table may be older than the data.
+  // Seconds 60 to 62 pass here, and the next check accepts them at the end of any day. This is
+  // deliberate: the leap second table may be older than the data.
   if (time.second >= 63) Refuse("invalid second: ", time.second);
   if (time.second >= 60 && (time.hour != 23 || time.minute != 59)) {
     Refuse("invalid leap second: ", time.second);

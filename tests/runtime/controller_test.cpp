@@ -179,13 +179,13 @@ TEST(Controller, StatusFilesThatCanNotBeMadeAreReportedAndIgnored) {
                        "WARN  : quellmark : Can not create file no/OK.quellmark\n"));
 }
 
-// What stands in the place of a status file is replaced; what cannot be removed is reported.
+// Whatever stands in the place of a status file is replaced. What cannot be removed is reported.
 TEST(Controller, StatusFilesReplaceWhatStandsThere) {
   using Prepare = void (*)(const TempDir&);
   struct Row {
     Prepare prepare;
     std::string files;
-    std::string log;  // its end, after the start-up
+    std::string log;  // the end of the log, after the start-up
   };
   const Row rows[] = {
       {[](const TempDir& d) { ::mkfifo((d / "ERROR.quellmark").c_str(), 0600); }, "OK.quellmark=0 ",
@@ -225,7 +225,7 @@ TEST(Controller, StatusFilesReplaceWhatStandsThere) {
   }
 }
 
-// Under a file-size limit of nothing no new status file can be written: none is ever empty.
+// Under a file-size limit of 0 no new status file can be written; none is ever found empty.
 TEST(Controller, StatusFilesAreNeverEmpty) {
   for (const bool error_exists : {false, true}) {
     const TempDir directory;
@@ -248,7 +248,7 @@ TEST(Controller, PathsThatDoNotFitEndTheStep) {
     return StartStep(directory, {"-lfn", "log", "-lfl", "9", "-" + parameter, value}, Succeed)
         .Wait();
   };
-  // The longest that fit beside "ERROR." and, for the status directory, "/" and "quellmark".
+  // The longest names that fit beside "ERROR." and, for the status directory, "/" and "quellmark".
   constexpr std::size_t kLongestStatus = 255 - 1 - 6 - 9;
   for (const auto& [parameter, longest] :
        std::initializer_list<std::pair<std::string, std::size_t>>{
@@ -345,7 +345,7 @@ TEST(Keyboard, TimeOutEndsTheProcessByItsAlarmUnlessItIsAnswered) {
   const TempDir directory;
   const auto work = [](CONTROLLER_IFC& controller) {
     ::setenv("SECONDS_ON_PARAMETER_INPUT", "1", 1);
-    ::signal(SIGALRM, SIG_IGN);  // as some starter may have left it
+    ::signal(SIGALRM, SIG_IGN);  // some starters leave it ignored
     std::string value;
     controller.GetParameter("A", value);
     std::this_thread::sleep_for(std::chrono::milliseconds(1200));

@@ -168,7 +168,7 @@ TEST(Log, HeaderNamesItsStarter) {
   ::unsetenv("chain_VERSION");
 }
 
-// A log of its own, as the process-wide one is before the controller.
+// A log of its own, in the state of the process-wide one before the controller exists.
 class FileLog : public ::testing::Test {
  protected:
   FileLog() { Log().SetProcessName("step"); }
@@ -181,7 +181,7 @@ class FileLog : public ::testing::Test {
     Log().SetScreenThreshold(LogLevel::kSilent);
   }
 
-  // Opens the log in the current directory, all levels on the screen.
+  // Opens the log in the current directory and shows all levels on the screen.
   static void OpenWithScreen() {
     Log().Open("log");
     Log().SetFileThreshold(LogLevel::kTrace);
@@ -205,7 +205,7 @@ TEST_F(FileLog, TemporaryFileMovesToTheNamedOneWithItsLines) {
   WriteFile(directory_ / "named", "older and longer than what comes now, much longer\n");
   Log().Open(directory_ / "named");
   LogLine(LogLevel::kInfo, "after\n");
-  Log().Open(directory_ / "named");  // where it is already: nothing is lost
+  Log().Open(directory_ / "named");  // the present path: nothing is lost
   EXPECT_EQ(ReadFile(directory_ / "named"), "DEBUG : step : before\nINFO  : step : after\n");
   EXPECT_FALSE(std::filesystem::exists(temporary));
 
@@ -227,7 +227,7 @@ TEST_F(FileLog, FailedMovesAreReportedAndLoseNothing) {
   LogLine(LogLevel::kInfo, "goes nowhere\n");
 }
 
-// The temporary log has gone, has become a directory, or stands where nothing can be removed.
+// The temporary log is missing, is a directory, or stands where nothing can be removed.
 TEST_F(FileLog, TemporaryFileThatCannotBeCarriedOverIsReported) {
   using Fault = void (*)(const std::string& temporary);
   const std::pair<Fault, std::string> rows[] = {

@@ -37,7 +37,7 @@ struct Signal {
   std::string name;
 };
 
-// All signals that have a name, or the fatal ones alone.
+// All signals that have a name, or only the fatal ones.
 std::vector<Signal> Signals(bool fatal_only) {
   std::vector<Signal> signals;
   for (const test::Row& row : test::ReadRows(QM_RUNTIME_TEST_DATA "/signals.txt")) {
@@ -48,7 +48,7 @@ std::vector<Signal> Signals(bool fatal_only) {
 
 const std::vector<std::string> kArguments = {"-lfn", "log", "-lsl", "9"};
 
-// What a fatal signal leaves behind; `before` ends the log until then.
+// What a fatal signal leaves behind; `before` is the end of the log until then.
 void ExpectOrderlyEnd(const TempDir& directory, Child& child, const Signal& signal,
                       const std::string& before = "") {
   SCOPED_TRACE(signal.name);
@@ -67,7 +67,7 @@ int Ask(CONTROLLER_IFC& controller) {
 }
 
 int Process(CONTROLLER_IFC& controller) {
-  static_cast<void>(controller.SuccessReturn());  // an OK file that has to go
+  static_cast<void>(controller.SuccessReturn());  // leaves an OK file that the signal must remove
   const LogBatch batch;
   LogLine(LogLevel::kInfo, "collected");
   Log().Start(LogLevel::kQaWarning) << "a line under way";
@@ -89,7 +89,7 @@ TEST(FatalSignal, LeavesErrorLogAndMessageAtThePromptAndInProcessing) {
   }
 }
 
-// Uses up the stack: `depth` never reaches zero in time, and each result is needed.
+// Uses up the stack: `depth` does not reach zero in time, and every result is needed.
 int Recurse(unsigned depth) {
   volatile char frame[4096];
   frame[0] = static_cast<char>(depth);
@@ -170,7 +170,7 @@ std::string ReadWaiting(const basic::UniqueFd& fifo) {
 
 constexpr std::chrono::milliseconds kMoment(100);
 
-// A log that nobody reads blocks the handler.
+// A log that nobody reads would block the handler.
 TEST(FatalSignal, SecondOneEndsTheProcessAtOnce) {
   for (const int second : {SIGTERM, SIGINT}) {
     const TempDir directory;

@@ -21,7 +21,7 @@ std::function<int()> Step(std::vector<std::string> arguments, Work work, int mes
     sigset_t all;
     sigfillset(&all);
     ::pthread_sigmask(SIG_BLOCK, &all, nullptr);
-    // The temporary log stays with the test.
+    // Keeps the temporary log in the test's directory.
     runtime::Log().Initialise(std::array<std::string_view, 1>{"./"});
     CONTROLLER_IFC controller;
     try {

@@ -22,7 +22,7 @@ using quellmark::time::ScanUtc;
 using quellmark::time::TimeValue;
 using Kind = TIME_SCANNER::TokenKind;
 
-// Of the text in one of the forms that the table names.
+// Reads the text in one of the forms that the table names.
 TimeValue Scan(const std::string& form, const std::string& text) {
   using Format = UTC_SCANNER::Format;
   if (form == "ANY") return ScanTime(text);
@@ -57,7 +57,7 @@ TEST(Scanners, MakeOfEachTextWhatTheTableSays) {
 }
 
 TEST(UtcScanner, AllocatesNothing) {
-  static_cast<void>(quellmark::time::LeapSeconds());  // builds its table at its first use
+  static_cast<void>(quellmark::time::LeapSeconds());  // the first use builds its table
   const std::size_t before = quellmark::test::AllocationCount();
   const UNIVERSAL_TIME iso = ScanUtc("2022-04-14T10:21:03.012034Z");
   const DURATION elapsed = ScanUtc("15-APR-2022/10:21:03.012035") - iso;

@@ -40,8 +40,8 @@ sys_days Day(int year, unsigned month, unsigned day) {
   return std::chrono::year(year) / std::chrono::month(month) / std::chrono::day(day);
 }
 
-// The days that end in an inserted second, as published - but for the last two, which this system
-// deliberately has one day late.
+// The days that end in an inserted second, as published. Only the last two differ: this system has
+// them one day late on purpose.
 std::vector<sys_days> DaysOfInsertedSeconds() {
   std::vector<sys_days> of;
   for (const unsigned date :
@@ -156,7 +156,8 @@ TEST(MissionElapsedTime, EndsAfterDay9999) {
         "ALARM : MET_VALUES: exceeding representable range (days=" + std::to_string(found) + ")\n");
   };
   refused(10'000, [&] { last.AddHours(1); });
-  refused(10'001, [&] { last.AddHours(49); });  // the whole days alone, before the hours
+  refused(10'001,
+          [&] { last.AddHours(49); });  // the check of the whole days, before that of the hours
   refused(10'000, [&] { static_cast<void>(last + DURATION(0, 3'600'000, 0)); });
   refused(1'000'000'000, [&] { static_cast<void>(last - DURATION(1'000'000'000, 0, 0)); });
   refused(10'000, [] { MISSION_ELAPSED_TIME(-1, 10'000, 0, 0, 0, 0, 0); });
