@@ -47,8 +47,8 @@ bool IsParameter(std::string_view argument) {
          std::ranges::find(kParameters, argument.substr(1)) != kParameters.end();
 }
 
-// How many letters must be put in, left out or replaced to make one name of the other, whatever
-// their case.
+// The number of letters to insert, leave out or replace to turn one name into the other. Upper and
+// lower case count as equal.
 std::size_t Distance(std::string_view a, std::string_view b) {
   const auto lower = [](char c) { return c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c; };
   std::vector<std::size_t> row(b.size() + 1);
@@ -65,7 +65,7 @@ std::size_t Distance(std::string_view a, std::string_view b) {
 }
 
 std::string_view NearestParameter(std::string_view argument) {
-  argument = argument.substr(0, 64);  // no name is as long, and a value may be huge
+  argument = argument.substr(0, 64);  // no name is this long, and a value may be huge
   argument.remove_prefix(std::min(argument.find_first_not_of('-'), argument.size()));
   return *std::ranges::min_element(
       kParameters, {}, [argument](std::string_view name) { return Distance(argument, name); });
@@ -115,7 +115,7 @@ void WarnOfUnknownArguments(int argc, const char* const* argv) {
     runtime::LogLine(LogLevel::kWarning, "argument ", argument,
                      " names no parameter of this program; the nearest is -",
                      NearestParameter(argument), "\n");
-    // What follows an unknown name is taken for its value.
+    // The argument after an unknown name is taken for its value.
     if (argument.starts_with('-') && !is_last && argv[i + 1][0] != '-') ++i;
   }
 }

@@ -5,8 +5,8 @@
 namespace quellmark::app {
 
 /// Answers "--help", "-h" and "--version" as first argument, unless a parameter of the program
-/// follows with its value: prints to standard output and returns the exit status, 1 if that cannot
-/// be written. Touches no file, so that a first call by hand never waits at a prompt.
+/// follows with its value. Prints to standard output and returns the exit status, which is 1 if
+/// writing failed. Touches no file, so that a first call by hand never waits at a prompt.
 [[nodiscard]] std::optional<int> AnswerInfoRequest(int argc, const char* const* argv);
 
 /// Writes a line at level WARNING for each argument that is neither a parameter of the program nor

@@ -39,17 +39,17 @@ STRING ReadParameter(CONTROLLER_IFC& controller, const char* name) {
 }
 
 // Only the exact text "false" goes without the DEM; "FALSE", "no", "0" and an empty text open it.
-// Deliberate: the controllers that start this step rely on it.
+// This is deliberate: the controllers that start this step rely on it.
 bool IsDemWanted(const STRING& use_dem) { return use_dem != "false"; }
 
-// From one state of the pool: what a parallel run is about to write into it is either not seen at
-// all or whole.
+// Reads the scene from one state of the pool: the update of a parallel run is either complete or
+// not yet visible.
 void ReadScene(PARAMETER_POOL& pool, SAR_SCENE& scene) {
   const pool::PoolLock lock = pool.LockForReading();
   scene.ReadFromParameterPool(pool);
 }
 
-// To be called in a catch block.
+// Must be called in a catch block.
 void LogException() {
   try {
     throw;
@@ -71,8 +71,8 @@ void LogException() {
   }
 }
 
-// To be called in a catch block; `controller` is null if it could not be made. A line for which the
-// log has no memory is left out.
+// Must be called in a catch block; `controller` is null if it could not be made. A line is left out
+// if the log has no memory for it.
 void LogFailure(CONTROLLER_IFC* controller) noexcept {
   try {
     LogException();
@@ -85,7 +85,7 @@ void LogFailure(CONTROLLER_IFC* controller) noexcept {
   }
 }
 
-// Two groups of lines, each written in one go.
+// These two write their group of lines in one go.
 void PrintScene(const SAR_SCENE& scene) {
   const runtime::LogBatch batch;
   scene.Print();
@@ -102,7 +102,7 @@ void RunPass(CONTROLLER_IFC& controller, int argc, char** argv) {
   try {
     made.emplace();
   } catch (...) {
-    controller.init(argc, argv, kMessageMode);  // so that log and status files tell of it
+    controller.init(argc, argv, kMessageMode);  // log and status files then report the failure
     throw;
   }
   SAR_SCENE& scene = *made;
@@ -113,7 +113,7 @@ void RunPass(CONTROLLER_IFC& controller, int argc, char** argv) {
 
   const STRING log_pool_path = ReadParameter(controller, "log_pp");
   PARAMETER_POOL_READ_WRITE_CHANGE log_pool(log_pool_path.Text());
-  const auto wait = std::make_shared<pool::LockWait>();  // for both pools together
+  const auto wait = std::make_shared<pool::LockWait>();  // one limit for both pools together
   log_pool.ShareWait(wait);
 
   Log().Print(LogLevel::kInfo, " * Read parameters from controller");
@@ -139,8 +139,9 @@ void RunPass(CONTROLLER_IFC& controller, int argc, char** argv) {
 
   Log().Print(LogLevel::kInfo, " * Write parameters to pool");
   SetResults(results, scene_pool);
-  // One file is locked by one pool after the other. Otherwise the scene pool is locked first, so
-  // that nobody waits for the log pool while this run waits for its scene.
+  // If both pools are one file, the first must be closed before the second can lock it. Otherwise
+  // the scene pool is locked first, so that nobody waits for the log pool while this run waits for
+  // its scene.
   if (scene_pool.IsSameFileAs(log_pool)) scene_pool.Close();
   scene_pool.LockForUpdate();
   RecordSoftwareIdentification(version, log_pool);

@@ -2,10 +2,9 @@
 
 namespace quellmark::app {
 
-/// One run of the program from its start to its exit status: the controller's start-up, the pass,
-/// status files and the process's end. Whatever fails is logged, then the controller's
-/// " terminated with error!" line, and the status is 1. Memory that runs out changes nothing of
-/// that.
+/// Runs the program from its start to its exit status: the controller's start-up, the pass, the
+/// status files and the end of the process. Any failure is logged, followed by the controller's "
+/// terminated with error!" line, and the status is 1. This holds even when memory runs out.
 [[noreturn]] void Run(int argc, char** argv);
 
 }  // namespace quellmark::app

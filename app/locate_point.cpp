@@ -1,4 +1,4 @@
-// What is derived for one image position. Legend:
+// Derives the results for one image position. Legend:
 //   tau  two-way slant range time of the sample [s]
 //   t    azimuth time of the line [s], on the scene's time scale
 //   S V A  sensor position [m], velocity [m/s], acceleration [m/s^2] at t, earth-fixed
@@ -80,8 +80,8 @@ PointLocation SAR_SCENE::LocateWith(const Geolocate& geolocate, double sample, d
       Dot(sensor.position - P0, sensor.acceleration) + Dot(sensor.velocity, sensor.velocity);
   point.zero_doppler_velocity_ms = Length(P1 - P0) / kTimeStep_s;
   point.b_param = B;
-  // 2 B / (lambda R) with lambda = c / f and R = c tau / 2. The division is by c twice: c squared
-  // would round differently from the reference results.
+  // 2 B / (lambda R) with lambda = c / f and R = c tau / 2. The formula divides by c twice, because
+  // c squared would round differently from the reference results.
   point.fm_rate =
       4.0 * B * parameters_.radar_frequency_hz / (tau * kSpeedOfLight_ms * kSpeedOfLight_ms);
   return point;

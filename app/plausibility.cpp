@@ -25,8 +25,8 @@ void WarnOfRadarFrequency(double frequency_hz) {
 }
 
 void WarnOfLinesBeyondOrbit(const SAR_SCENE& scene) {
-  constexpr double kVelocityStep_s = 0.01;  // a line's velocity takes the orbit at this later time
-  // Time texts have microseconds; what is less is the rounding of a difference.
+  constexpr double kVelocityStep_s = 0.01;  // a line's velocity uses the orbit this much later, too
+  // Time texts have microseconds; a smaller difference is rounding.
   constexpr double kResolution_s = 1e-6;
   const SceneParameters& p = scene.Parameters();
   const double first_s = p.first_azimuth_time_s + scene.OrbitTimeOrigin();
@@ -41,8 +41,8 @@ void WarnOfLinesBeyondOrbit(const SAR_SCENE& scene) {
   }
 }
 
-// Whether a point lies between the outermost values of a tile (from 0), or less than a cell beside
-// them.
+// Whether a point lies within the outermost values of a tile (counted from 0) or less than one cell
+// beside them.
 bool TileCovers(const DEM_DESCRIPTOR& dem, int tile, double longitude_deg, double latitude_deg) {
   const TUPLE<int>& north_west = dem.upper_left[dem.upper_left.First() + tile];
   const TUPLE<int>& south_east = dem.lower_right[dem.lower_right.First() + tile];
@@ -72,7 +72,7 @@ void WarnOfDemBesideCentre(const SAR_SCENE& scene, double longitude_deg, double 
   for (int tile = 0; tile < tiles; ++tile) {
     if (TileCovers(dem, tile, longitude_deg, latitude_deg)) return;
   }
-  if (tiles == 0) return;  // one file that does not say where it lies
+  if (tiles == 0) return;  // a single file without corners
   LogLine(LogLevel::kQaWarning, "the DEM does not cover the scene centre at longitude ",
           longitude_deg, ", latitude ", latitude_deg, " [deg]\n");
 }

@@ -1,4 +1,4 @@
-// What looks wrong in a scene although it can be located: lines at level QA_WARNING.
+// Warnings, at level QA_WARNING, about a scene that can be located but looks wrong.
 #pragma once
 
 #include "app/sar_scene.h"
@@ -9,7 +9,7 @@ namespace quellmark::app {
 /// orbit is extrapolated. The scene must be initialised.
 void WarnOfImplausibleScene(const SAR_SCENE& scene);
 
-/// Warns if the attached DEM has no tile at the scene's centre.
+/// Warns if no tile of the attached DEM covers the scene's centre.
 void WarnOfDemBesideCentre(const SAR_SCENE& scene, double longitude_deg, double latitude_deg);
 
 }  // namespace quellmark::app

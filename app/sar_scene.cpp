@@ -37,7 +37,7 @@ double LookSignOf(const STRING& look_direction) {
   throw ERROR_PARAMETER();
 }
 
-// Takes over a DEM that must stay open. The list is never destroyed: no DEM in it is released.
+// Keeps a DEM that must stay open. The list is never destroyed, so no DEM in it is released.
 void KeepForProcessLifetime(std::unique_ptr<SRF_DOCUMENT> dem) {
   static auto& kept = *new std::vector<std::unique_ptr<SRF_DOCUMENT>>;
   kept.push_back(std::move(dem));
@@ -67,7 +67,7 @@ void SAR_SCENE::ReadFromParameterPool(PARAMETER_POOL& pool) {
   p.n_lines = ReadImageSize(pool, "n_lines");
   p.orbit.ReadFromParameterPool(pool);
   p.look_direction = pool.Read<ValueType::kStr>("antenna_look_direction");
-  static_cast<void>(LookSignOf(p.look_direction));  // its failure comes before those below
+  static_cast<void>(LookSignOf(p.look_direction));  // must fail before the reading below
   if (pool.Has("local_height")) p.local_height_m = pool.Read<ValueType::kFlt15>("local_height");
   p.radar_frequency_hz = pool.Read<ValueType::kFlt15>("radar_frequency");
   SetParameters(std::move(p));

@@ -15,7 +15,7 @@
 
 namespace quellmark::app {
 
-/// What describes a scene.
+/// The parameters of a scene.
 struct SceneParameters {
   double first_azimuth_time_s = 0.0;  ///< of line 0, counted from the orbit's reference time
   double first_range_time_s = 0.0;    ///< two-way, of sample 0
@@ -25,11 +25,11 @@ struct SceneParameters {
   std::int32_t n_lines = 0;    ///< in azimuth; at least 1
   GENERAL_ORBIT<double, VECTOR_3D<double>> orbit;
   STRING look_direction;        ///< "right" or "left"
-  double local_height_m = 0.0;  ///< of the located points above the ellipsoid
+  double local_height_m = 0.0;  ///< height of the located points above the ellipsoid
   double radar_frequency_hz = 0.0;
 };
 
-/// What SAR_SCENE::Locate() finds for an image position.
+/// The results of SAR_SCENE::Locate() for one image position.
 struct PointLocation {
   VECTOR_3D<double> position;  ///< of the ground point, earth-fixed [m]
   double longitude_deg = 0.0;  ///< geodetic, in [0, 360)
@@ -43,16 +43,16 @@ struct PointLocation {
 
 }  // namespace quellmark::app
 
-/// Built empty, initialised once from the scene's pool or from values, then asked for image
-/// positions. One thread at a time may locate.
+/// A scene is built empty, initialised once from its pool or from values, then asked for image
+/// positions. Only one thread at a time may call Locate().
 class SAR_SCENE {
  public:
   /// Throws ERROR_NO_MEMORY.
   SAR_SCENE();
   SAR_SCENE(const SAR_SCENE&) = delete;
   SAR_SCENE& operator=(const SAR_SCENE&) = delete;
-  /// Releases an attached DEM only while the use-DEM flag is set. Otherwise the DEM stays open
-  /// until the process ends.
+  /// Releases an attached DEM only if the use-DEM flag is set. Otherwise the DEM stays open until
+  /// the process ends.
   ~SAR_SCENE();
 
   /// Reads timing, size, orbit, look side, local height and radar frequency. Failures of the pool
@@ -60,16 +60,17 @@ class SAR_SCENE {
   /// throws ERROR_PARAMETER, and an empty look direction std::out_of_range. A failure leaves the
   /// scene as it was.
   void ReadFromParameterPool(PARAMETER_POOL& pool);
-  /// The same without a pool; checks image size and look direction in the same way.
+  /// As ReadFromParameterPool(), but without a pool. Checks image size and look direction in the
+  /// same way.
   void SetParameters(quellmark::app::SceneParameters parameters);
 
-  /// Opens the DEM document at `path` and keeps it. The DEM moves no position unless the use-DEM
-  /// flag is set.
+  /// Opens the DEM document at `path` and keeps it. Positions depend on it only if the use-DEM flag
+  /// is set.
   void AttachDem(const STRING& path);
 
-  /// Whether positions are located on the terrain of the attached DEM instead of at the local
-  /// height. The flag is off at first, and the program never sets it: the chain behind relies on
-  /// results that do not depend on the DEM.
+  /// Chooses whether positions are located on the terrain of the attached DEM instead of at the
+  /// local height. The flag is off at first, and the program never sets it: the chain that follows
+  /// relies on results that do not depend on the DEM.
   void SetUseDem(bool use_dem) { use_dem_ = use_dem; }
   [[nodiscard]] bool UsesDem() const { return use_dem_; }
 
@@ -81,7 +82,7 @@ class SAR_SCENE {
   [[nodiscard]] const quellmark::app::SceneParameters& Parameters() const { return parameters_; }
   /// +1.0 right, -1.0 left; 0.0 before initialisation.
   [[nodiscard]] double LookSign() const { return look_sign_; }
-  /// What is added to a scene time for an orbit query [s].
+  /// The seconds to add to a scene time for an orbit query [s].
   [[nodiscard]] double OrbitTimeOrigin() const { return orbit_time_origin_s_; }
   [[nodiscard]] const ELLIPSOID<double>& Ellipsoid() const { return ellipsoid_; }
   /// The attached DEM; null without one.
@@ -94,7 +95,8 @@ class SAR_SCENE {
   /// As Locate() without the use-DEM flag. Any number of threads may call it at once.
   [[nodiscard]] quellmark::app::PointLocation LocateOnEllipsoid(double sample, double line) const;
 
-  /// As Locate(), with angles [deg] in single precision. A failure leaves the places untouched.
+  /// As Locate(), with angles [deg] in single precision. A failure changes none of the output
+  /// arguments.
   void LocatePoint(std::int32_t sample, std::int32_t line, float& longitude, float& latitude,
                    float& incidence, double& zero_doppler_velocity, double& b_param,
                    double& fm_rate);
@@ -106,16 +108,16 @@ class SAR_SCENE {
     VECTOR_3D<double> acceleration;  // [m/s^2]
   };
 
-  static constexpr std::uint8_t kDemDegree = 3;  // of the curve on which the terrain is searched
+  static constexpr std::uint8_t kDemDegree = 3;  // of the curve on which terrain is searched
 
   [[nodiscard]] OrbitState OrbitStateAt(double azimuth_time_s) const;
-  // Both give position, angles and height.
+  // Both set position, angles and height.
   [[nodiscard]] quellmark::app::PointLocation GeolocateOnEllipsoid(GEOLOCATION_WORKSPACE& workspace,
                                                                    const OrbitState& sensor,
                                                                    double range_time_s) const;
   [[nodiscard]] quellmark::app::PointLocation GeolocateOnDem(const OrbitState& sensor,
                                                              double range_time_s);
-  // Locates with one of them.
+  // Locates with one of these two.
   template <class Geolocate>
   [[nodiscard]] quellmark::app::PointLocation LocateWith(const Geolocate& geolocate, double sample,
                                                          double line) const;

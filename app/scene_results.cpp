@@ -26,7 +26,7 @@ LocatedPosition Locate(SAR_SCENE& scene, std::int32_t sample, std::int32_t line)
   return p;
 }
 
-// Exactly 180 stays; the subtraction is exact in single precision.
+// A longitude of exactly 180 is not changed. The subtraction is exact in single precision.
 GeoCoordinates WrapLongitude(GeoCoordinates coordinates) {
   if (coordinates.longitude > 180.0F) coordinates.longitude -= 360.0F;
   return coordinates;
@@ -34,7 +34,7 @@ GeoCoordinates WrapLongitude(GeoCoordinates coordinates) {
 
 void LogHeading(const char* heading) { Log().Print(LogLevel::kInfo, "   - %s", heading); }
 
-// \xB0 is the degree sign, \xB2 the superscript two, in Latin-1.
+// In Latin-1, \xB0 is the degree sign and \xB2 the superscript two.
 void LogAngle(const char* label, double angle_deg) {
   Log().Print(LogLevel::kInfo, "     - %-18s: %6.2f [\xB0]", label, angle_deg);
 }
@@ -45,7 +45,7 @@ void LogCoordinates(const char* longitude_label, const char* latitude_label,
   LogAngle(latitude_label, static_cast<double>(coordinates.latitude));
 }
 
-// One quantity at near, mid and far range.
+// Logs one quantity at near, mid and far range.
 template <class Member>
 void LogByRange(const char* heading, const char* unit, const SceneResults& results, Member member) {
   LogHeading(heading);

@@ -6,13 +6,13 @@
 
 namespace quellmark::app {
 
-/// Geodetic coordinates [deg], in the width in which the pool holds them.
+/// Geodetic coordinates [deg], in the precision of the pool's entries.
 struct GeoCoordinates {
   float longitude = 0.0F;
   float latitude = 0.0F;
 };
 
-/// What is reported at one slant range of the middle line.
+/// The results at one slant range of the middle line.
 struct RangePosition {
   float incidence_deg = 0.0F;
   double zero_doppler_velocity_ms = 0.0;
@@ -28,14 +28,14 @@ struct SceneResults {
   GeoCoordinates last_near;
   GeoCoordinates last_far;
   RangePosition near;
-  RangePosition mid;  ///< the centre's own values
+  RangePosition mid;  ///< equals the centre's values
   RangePosition far;
 };
 
 /// Locates centre, corners, near and far range of the initialised scene.
 [[nodiscard]] SceneResults LocateScene(SAR_SCENE& scene);
 
-/// Writes the report to the log, level INFO. Units are Latin-1 bytes: deliberate, the log's readers
+/// Writes the report to the log, level INFO. Units are Latin-1 bytes on purpose: readers of the log
 /// expect them.
 void LogResults(const SceneResults& results);
 

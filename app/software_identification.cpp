@@ -12,7 +12,8 @@ void RecordSoftwareIdentification(const VERSION_RECORD& version,
   constexpr const char* kKey = "software_names";
   constexpr int kFirstIndex = 1;  // of a key that is created here
 
-  // A run that ends now would else write over the name that this one is about to read.
+  // The lock comes before the reading. Without it, a run that ends in between would lose its
+  // element.
   log_pool.LockForUpdate();
   ARRAY<STRING> names;
   if (log_pool.Has(kKey)) {

@@ -4,8 +4,8 @@
 
 namespace quellmark::app {
 
-/// Who this program is: the start banner prints it, the log pool's "software_names" keeps the full
-/// version text.
+/// Identifies this program. The start banner prints it, and "software_names" of the log pool keeps
+/// the full version text.
 [[nodiscard]] VERSION_RECORD ProgramVersion();
 
 }  // namespace quellmark::app

@@ -16,7 +16,7 @@ using quellmark::dem::TileAnnotation;
 using quellmark::pool::ValueType;
 using quellmark::runtime::Fail;
 
-// A path without "/" stands in the working directory; "./" means the same where that has no name.
+// A path without "/" is in the working directory. "./" stands for it if its name cannot be found.
 STRING DirectoryOf(std::string_view path) {
   const std::size_t slash = path.rfind('/');
   if (slash != std::string_view::npos) return STRING(path.substr(0, slash + 1));
@@ -42,14 +42,14 @@ TileAnnotation ReadAnnotation(PARAMETER_POOL& pool) {
   Fail<ERROR_DESCRIPTOR_VALUE>("DEM descriptor: dem_tile_annotation is ", text, "\n");
 }
 
-// Arc seconds in the file, degrees here.
+// The file has arc seconds; the result is in degrees.
 double ReadResolution(PARAMETER_POOL& pool, const char* key) {
   constexpr double kArcSecondsPerDegree = 3600.0;
   if (!pool.Has(key)) Fail<ERROR_DESCRIPTOR_VALUE>("DEM descriptor: no ", key, "\n");
   return pool.Read<ValueType::kFlt15>(key) / kArcSecondsPerDegree;
 }
 
-// Reads in the order of the format's table, so that the first fault of that order is reported.
+// Reads in the order of the format's table, so that the first fault in this order is reported.
 DEM_DESCRIPTOR ReadFromPool(PARAMETER_POOL& pool) {
   DEM_DESCRIPTOR d;
   d.file_names = ReadFileNames(pool);
@@ -100,7 +100,7 @@ DEM_DESCRIPTOR DEM_DESCRIPTOR::ReadFromFile(const STRING& path) {
   DEM_DESCRIPTOR descriptor;
   try {
     descriptor = ReadFromPool(pool);
-  } catch (const ERROR_PARAMETER_POOL&) {  // its line is in the log
+  } catch (const ERROR_PARAMETER_POOL&) {  // its line is in the log already
     throw ERROR_DESCRIPTOR_VALUE();
   }
   pool.Close();

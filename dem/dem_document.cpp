@@ -81,7 +81,7 @@ int ValueBytesOf(short value_type) {
   return type->size_bytes;
 }
 
-// Enough digits for every double, so that the very number can be read back.
+// Prints enough digits to read back the same double.
 std::string Digits(double value) {
   std::array<char, 32> text;
   std::snprintf(text.data(), text.size(), "%.17g", value);
@@ -115,7 +115,7 @@ DEM_DOCUMENT::DEM_DOCUMENT(const DEM_DESCRIPTOR& descriptor, bool fast)
   grid_.lat = quellmark::dem::BoundsOf(180.0, grid_.lat_res_deg);
   if (descriptor_.special_coding) {
     missing_value_ = missing_int2_ = *descriptor_.special_coding;
-    if (descriptor_.value_type == quellmark::dem::kPixelFloat4) {  // rounded when it was written
+    if (descriptor_.value_type == quellmark::dem::kPixelFloat4) {  // the file has it rounded
       missing_value_ = static_cast<double>(static_cast<float>(missing_value_));
     }
   }
@@ -126,7 +126,7 @@ DEM_DOCUMENT::DEM_DOCUMENT(const DEM_DESCRIPTOR& descriptor, bool fast)
 DEM_DOCUMENT::~DEM_DOCUMENT() = default;
 
 void DEM_DOCUMENT::PlaceTiles() {
-  // Check() has seen to it that only a single file goes without corners: it holds the whole grid.
+  // Check() guarantees that only a single file may lack corners; it then holds the whole grid.
   const auto corner = [](const ARRAY<TUPLE<int>>& corners, int file, const TUPLE<int>& otherwise) {
     return corners.Length() == 0 ? otherwise : corners[corners.First() + file];
   };
@@ -210,8 +210,7 @@ GridCell DEM_DOCUMENT::CellOf(double longitude_deg, double latitude_deg) const {
   return PlaceInCell(grid_.X(longitude_deg), grid_.Y(latitude_deg)).cell;
 }
 
-// Nearly all look-ups in fast mode end here. Whatever is special about a point, NaN included, goes
-// the general way.
+// Nearly all look-ups in fast mode end here. Special points, NaN included, go the general way.
 double DEM_DOCUMENT::GetElevationInterpolated(double longitude_deg, double latitude_deg) {
   double height_m = 0.0;
   if (mapped_.Interpolate<std::int16_t>(grid_.X(longitude_deg), grid_.Y(latitude_deg),
@@ -284,7 +283,7 @@ int DEM_DOCUMENT::TileHolding(int lon_index, int lat_index) const {
 
 int DEM_DOCUMENT::SelectSubdocument(int lon_index, int lat_index) {
   const int file = TileHolding(lon_index, lat_index);
-  // In fast mode nothing of the document changes: other threads may be reading.
+  // In fast mode the document must not change, because other threads may be reading.
   const bool leaves_tile = !IsFast() && file != current_.file;
   if (leaves_tile) current_ = CurrentTile();
   if (file < 0) {

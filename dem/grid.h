@@ -1,5 +1,5 @@
-// The arithmetic of the global grid and of the tiles cut from it. Nothing here touches a file or
-// the log.
+// The arithmetic of the global grid and of the tiles cut from it. It touches neither files nor the
+// log.
 #pragma once
 
 #include <cmath>
@@ -14,13 +14,13 @@ struct IndexBounds {
 };
 
 /// The bounds of a grid over `full_deg` (360 for longitudes, 180 for latitudes) with the spacing
-/// `resolution_deg`, which ResolutionIsUsable() must have passed.
+/// `resolution_deg`, for which ResolutionIsUsable() must hold.
 [[nodiscard]] inline IndexBounds BoundsOf(double full_deg, double resolution_deg) {
   const int count = static_cast<int>(std::rint(full_deg / resolution_deg));
   return {-(count / 2), count / 2 - 1};
 }
 
-/// Whether the grid has at least two indices and not more than 32 bits can count.
+/// Whether the grid has at least two indices and no more than 32 bits can count.
 [[nodiscard]] inline bool ResolutionIsUsable(double full_deg, double resolution_deg) {
   constexpr double kMinCount = 2.0;
   constexpr double kMaxCount = 2147483646.0;
@@ -38,12 +38,12 @@ struct GridCell {
   friend bool operator==(const GridCell&, const GridCell&) = default;
 };
 
-/// A point's place in its cell.
+/// The place of a point in its cell.
 struct CellPoint {
   GridCell cell;
   double east_fraction;   ///< 0 at the west edge, 1 at the east edge
   double north_fraction;  ///< 0 at the south edge, 1 at the north edge
-  bool at_pole;           ///< the cell reaches beyond a pole: its four corners are one grid point
+  bool at_pole;           ///< the cell reaches beyond a pole and has a single grid point
 };
 
 /// The integer at or below `value`. Values outside every grid, NaN included, map to an index that
@@ -56,8 +56,8 @@ struct CellPoint {
   return truncated - (value < truncated ? 1 : 0);
 }
 
-/// Where the grid points of the globe stand. Point i of a direction has the coordinate
-/// i x resolution + offset.
+/// The coordinates of the grid points. Point i in one direction has the coordinate i x resolution +
+/// offset.
 struct Grid {
   double lon_res_deg = 0.0;
   double lat_res_deg = 0.0;
@@ -66,8 +66,8 @@ struct Grid {
   IndexBounds lon{};
   IndexBounds lat{};
 
-  /// A coordinate counted in grid steps from the grid point 0. Always a division: at a grid point
-  /// it gives the whole number, which a product with the rounded reciprocal may miss.
+  /// A coordinate in grid steps from the grid point 0. It is computed by a division, which is exact
+  /// at a grid point; a product with the rounded reciprocal may miss the whole number.
   [[nodiscard]] double X(double longitude_deg) const {
     return (longitude_deg - lon_offset_deg) / lon_res_deg;
   }
@@ -94,8 +94,8 @@ struct Grid {
   }
 };
 
-/// Column and row of a grid value in its tile; the row counts from the tile's south edge, whatever
-/// the order of storage.
+/// Column and row of a grid value in its tile. Rows count from the tile's south edge, whatever the
+/// order of storage.
 struct TileIndex {
   std::int64_t column;
   std::int64_t row;
@@ -103,7 +103,7 @@ struct TileIndex {
   friend bool operator==(const TileIndex&, const TileIndex&) = default;
 };
 
-/// How values lie in a tile file.
+/// The layout of the values in a tile file.
 struct Storage {
   bool line_wise;
   bool y_origin_north;
@@ -111,7 +111,8 @@ struct Storage {
   int record_header_bytes;
 };
 
-/// Byte offset of a grid value, the first offset left out, as a linear function of column and row.
+/// The byte offset of a grid value, without the first offset, as a linear function of column and
+/// row.
 struct OffsetFunction {
   std::int64_t origin;
   std::int64_t per_column;
@@ -122,7 +123,7 @@ struct OffsetFunction {
   }
 };
 
-/// The rectangle of the global grid that a tile covers, and what follows from it.
+/// The rectangle of the global grid that a tile covers.
 struct TileExtent {
   int west;
   int south;
@@ -131,7 +132,7 @@ struct TileExtent {
   std::int64_t rows;     ///< R
   std::int64_t wrap;  ///< columns of the whole globe if the tile crosses the antimeridian, else 0
 
-  /// `east` below `west` makes a tile across the antimeridian.
+  /// If `east` is below `west`, the tile crosses the antimeridian.
   [[nodiscard]] static TileExtent Between(int west, int north, int east, int south,
                                           double lon_res_deg) {
     const auto globe = static_cast<std::int64_t>(360.0 / lon_res_deg);
@@ -144,7 +145,7 @@ struct TileExtent {
             .wrap = wrap};
   }
 
-  /// May lie outside 0 .. columns - 1: then the tile does not hold that longitude index.
+  /// A result outside 0 .. columns - 1 means that the tile does not hold this longitude index.
   [[nodiscard]] std::int64_t ColumnOf(int lon_index) const {
     const std::int64_t column = std::int64_t{lon_index} - west;
     return column < 0 ? column + wrap : column;
@@ -184,13 +185,13 @@ struct TileExtent {
                                 : OffsetFunction{header, column, value};
 }
 
-/// How the grid lies in one tile file.
+/// The place of the grid in one tile file.
 struct TilePlace {
   TileExtent extent;
   OffsetFunction offset;  ///< without the first offset
 };
 
-/// Whether the tile has at least one value and its offsets stay far from the end of 64 bits.
+/// Whether the tile has at least one value and all its offsets are far below the limit of 64 bits.
 [[nodiscard]] inline bool DimensionsAreUsable(const TileExtent& tile, const Storage& storage) {
   constexpr std::int64_t kMaxBytes = std::int64_t{1} << 60;
   if (tile.columns < 1 || tile.rows < 1) return false;

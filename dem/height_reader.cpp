@@ -45,7 +45,7 @@ TerrainHeight HeightReader::Find(double x, double y, Wide missing) const noexcep
     if (tile.Interpolate<Value>(x, y, missing, height_m) && height_m == height_m) {
       return {height_m, HeightStatus::kFound};
     }
-    // The first tile that holds a corner gives it: those behind must not be asked for the whole.
+    // The first tile that holds a corner supplies it, so later tiles must not interpolate the cell.
     if (tile.MayTouch(x, y)) break;
   }
   return FindAnywhere<Value>(x, y);

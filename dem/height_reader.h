@@ -21,19 +21,20 @@ struct TerrainHeight {
   HeightStatus status;
 };
 
-/// All tiles of a DEM, mapped: several files, every value type, with or without headers. Any number
-/// of threads may look heights up in one reader. A look-up neither logs nor throws nor allocates.
-/// Copies share the mappings. As with every mapping, a tile that is cut short meanwhile ends the
-/// process: replace tiles by renaming.
+/// All tiles of a DEM, mapped: any number of files of every value type, with or without headers.
+/// Any number of threads may look heights up in one reader. A look-up neither logs nor throws nor
+/// allocates. Copies share the mappings. As with every mapping, cutting a tile short during use
+/// ends the process: replace tiles by renaming.
 class HeightReader {
  public:
-  /// Takes the layout from `document`, whose headers have been verified, and does not need it
-  /// afterwards. Throws what MEM_MGR::MapFile() throws, and ERROR_CANNOT_READ_SUBDOC for a tile
-  /// that is too short for its grid.
+  /// Takes the layout from `document`, whose headers must have been verified; `document` is not
+  /// needed afterwards. Throws what MEM_MGR::MapFile() throws, and ERROR_CANNOT_READ_SUBDOC for a
+  /// tile that is too short for its grid.
   explicit HeightReader(const DEM_DOCUMENT& document);
 
-  /// The same height, to the last bit, as DEM_DOCUMENT::GetElevationInterpolated(), in metres above
-  /// the DEM's own zero. Geodetic degrees; longitudes may lie in [-180, 180] or in [0, 360].
+  /// Returns the same height, to the last bit, as DEM_DOCUMENT::GetElevationInterpolated(), in
+  /// metres above the zero level of the DEM. Takes geodetic degrees; longitudes may be in [-180,
+  /// 180] or in [0, 360].
   [[nodiscard]] TerrainHeight At(double longitude_deg, double latitude_deg) const noexcept;
 
  private:

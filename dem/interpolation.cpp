@@ -8,9 +8,9 @@ namespace quellmark::dem {
 
 namespace {
 
-// A fraction that differs from 0 or 1 by no more than the rounding of its coordinate becomes 0
-// or 1. The coordinate, the resolution, the offset's subtraction and the division each round by
-// half an epsilon; the bound has twice their sum.
+// Sets a fraction to 0 or 1 if it differs from that by no more than the rounding of its coordinate.
+// The coordinate, the resolution, the subtraction of the offset and the division each round by half
+// an epsilon; the bound is twice their sum.
 double WithoutNoise(double fraction, int index) {
   const double noise =
       4.0 * std::numeric_limits<double>::epsilon() * (std::abs(static_cast<double>(index)) + 1.0);

@@ -11,7 +11,7 @@ namespace quellmark::dem {
 /// South-west, south-east, north-west, north-east.
 using CornerValues = std::array<double, 4>;
 
-/// The fractions are 0 at the west and south edge, 1 at the other.
+/// The fractions are 0 at the west and south edges and 1 at the opposite ones.
 [[nodiscard]] inline double Bilinear(double south_west, double south_east, double north_west,
                                      double north_east, double east_fraction,
                                      double north_fraction) {
@@ -20,10 +20,10 @@ using CornerValues = std::array<double, 4>;
   return south + north_fraction * (north - south);
 }
 
-/// The bilinear height at the point. Corners equal to `missing` (NaN equals none) leave the
-/// interpolation to the others, in proportion to their weights. When these weights are all 0, the
-/// nearest of the others is the height. Weights that are only rounding noise of the point's
-/// coordinates count as 0. Nothing if all four are missing.
+/// The bilinear height at the point. Corners equal to `missing` (NaN equals none) are left out, and
+/// the weights of the others are scaled up. If these weights are all 0, the nearest of the valid
+/// corners is the height. Weights that are only rounding noise of the point's coordinates count as
+/// 0. Returns nothing if all four corners are missing.
 [[nodiscard]] std::optional<double> InterpolateCell(const CellPoint& point,
                                                     const CornerValues& corners, double missing);
 

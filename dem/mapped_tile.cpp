@@ -13,7 +13,8 @@ namespace {
 using runtime::LogLevel;
 using runtime::LogLine;
 
-// How many cells of a tile, from its first index on, lie within it and within the global grid.
+// The number of cells that lie both in the tile, which starts at this index, and in the global
+// grid.
 double InnerCells(int first_index, std::int64_t count, IndexBounds bounds) {
   if (first_index < bounds.min) return 0.0;
   const std::int64_t last = std::min(first_index + count - 1, std::int64_t{bounds.max});
@@ -40,7 +41,8 @@ MappedTile::MappedTile(std::shared_ptr<MEM_MGR> memory, const TilePlace& place,
       offset_(place.offset),
       memory_(std::move(memory)) {
   offset_.origin += first_offset;
-  // Offsets are linear in column and row: the smallest and the largest stand at grid corners.
+  // Offsets are linear in column and row, so the smallest and the largest belong to corners of the
+  // tile.
   const auto [first, last] = std::minmax({offset_({0, 0}), offset_({extent_.columns - 1, 0}),
                                           offset_({0, extent_.rows - 1}),
                                           offset_({extent_.columns - 1, extent_.rows - 1})});

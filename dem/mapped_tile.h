@@ -20,37 +20,38 @@ template <class Value>
   return value;
 }
 
-/// Write a DEBUG line and throw ERROR_CANNOT_READ_SUBDOC: the file does not reach as far as the
-/// offset, or no file does.
+/// These two write a DEBUG line and throw ERROR_CANNOT_READ_SUBDOC: the offset is beyond the end of
+/// the file, or no file can have it.
 [[noreturn]] void FailTooLarge(std::int64_t offset, std::int64_t file_size);
 [[noreturn]] void FailSeek(std::int64_t offset);
 
-/// A mapping and the place of the grid in it. Inner cells are read without checks, since every
-/// offset has been held against the file. Copies share the mapping, which goes with the last of
-/// them. Any number of threads may read.
+/// A mapped tile file and the place of the grid in it. Inner cells are read without checks, because
+/// every offset has been compared with the file's size. Copies share the mapping, which is released
+/// with the last of them. Any number of threads may read.
 class MappedTile {
  public:
-  /// Nothing is mapped, and no point lies in it.
+  /// A tile without a mapping, which holds no point.
   MappedTile() = default;
-  /// Throws ERROR_CANNOT_READ_SUBDOC, after a DEBUG line, if the file lacks grid values; see also
-  /// IsWhole(). Maps more of `memory` where the grid needs it.
+  /// Throws ERROR_CANNOT_READ_SUBDOC, after a DEBUG line, if the file lacks grid values; IsWhole()
+  /// names the exception. Maps more of `memory` where the grid needs it.
   MappedTile(std::shared_ptr<MEM_MGR> memory, const TilePlace& place, const Storage& storage,
              std::int64_t first_offset, const Grid& grid);
 
   [[nodiscard]] bool IsMapped() const { return memory_ != nullptr; }
-  /// Whether all grid values are there. North-first columns start one value late, and a file
-  /// without room for that one more value has all others: then no cell is an inner one.
+  /// Whether the file holds all grid values. North-first columns start one value late; a file
+  /// without room for this one more value holds all the others and is accepted, but has no inner
+  /// cells.
   [[nodiscard]] bool IsWhole() const { return is_whole_; }
   [[nodiscard]] const unsigned char* FileBase() const { return memory_->FileBase(); }
 
-  /// Whether the tile may hold a corner of the cell around (x, y), in grid steps.
+  /// Whether the tile may hold a corner of the cell around (x, y), given in grid steps.
   [[nodiscard]] bool MayTouch(double x, double y) const {
     return x > touched_west_ && x < touched_east_ && y > touched_south_ && y < touched_north_;
   }
 
-  /// The bilinear height at (x, y), in grid steps, if the cell around that point is an inner one
-  /// (it lies in the tile and needs no wrap and no pole) without a missing value; else false.
-  /// `Wide` holds all values and `missing`, which may be a number that is no value.
+  /// Computes the bilinear height at (x, y), given in grid steps. Returns false unless the cell
+  /// around the point is an inner one (it lies in the tile, without wrap or pole) and has no
+  /// missing value. `Wide` can hold every value, and also a `missing` that no value equals.
   template <class Value, class Wide>
   [[nodiscard]] bool Interpolate(double x, double y, Wide missing, double& height_m) const {
     const double from_west = x - west_;
@@ -61,7 +62,7 @@ class MappedTile {
     }
     const auto column = static_cast<int>(from_west);
     const auto row = static_cast<int>(from_south);
-    // The very fractions that all other cells work with. The differences above may have been
+    // These are the same fractions as for all other cells. The differences above may have been
     // rounded up to the next whole number.
     const double east_fraction = x - (west_ + column);
     const double north_fraction = y - (south_ + row);
@@ -81,16 +82,16 @@ class MappedTile {
     return true;
   }
 
-  /// Where a grid value stands in memory; null if the tile does not hold it.
+  /// The address of a grid value in memory; null if the tile does not hold it.
   [[nodiscard]] const unsigned char* Find(int lon_index, int lat_index) const;
 
  private:
-  double west_ = 0.0;  // of the tile, as global indices
+  double west_ = 0.0;  // of the tile, as a global index
   double south_ = 0.0;
   double inner_columns_ = 0.0;
   double inner_rows_ = 0.0;
-  const unsigned char* first_value_ = nullptr;  // at the south-west corner of the tile
-  std::int64_t per_column_ = 0;                 // from one value to the next [bytes]
+  const unsigned char* first_value_ = nullptr;  // south-west corner of the tile
+  std::int64_t per_column_ = 0;                 // distance between neighbours [bytes]
   std::int64_t per_row_ = 0;
   double touched_west_ = 0.0;
   double touched_east_ = 0.0;
@@ -98,7 +99,7 @@ class MappedTile {
   double touched_north_ = 0.0;
   TileExtent extent_{};
   OffsetFunction offset_{};
-  std::int64_t last_offset_ = 0;  // at which the file still has a whole value
+  std::int64_t last_offset_ = 0;  // of a whole value in the file
   bool is_whole_ = true;
   std::shared_ptr<MEM_MGR> memory_;
 };

@@ -41,7 +41,7 @@ int ProtectionFor(int open_flag) {
   Fail<ERROR_CAN_NOT_MMAP>("MEM_MGR: ", std::generic_category().message(error));
 }
 
-// The bytes of all pixels, or one more than the file has left when they can not all be in it.
+// The size of all pixels in bytes, or `room` + 1 if they need more than `room` bytes.
 std::uint64_t PixelBytes(const SrfHeader& header, const PixelType& pixel, std::uint64_t room) {
   const std::uint64_t pixels = std::uint64_t{header.width} * header.height;
   const auto size = static_cast<std::uint64_t>(pixel.size_bytes);
@@ -53,7 +53,7 @@ std::uint64_t PixelBytes(const SrfHeader& header, const PixelType& pixel, std::u
 MEM_MGR::~MEM_MGR() {
   try {
     Release();
-  } catch (...) {  // the log had no memory for its line; the mapping is gone all the same
+  } catch (...) {  // the log had no memory for its line; the file is unmapped all the same
   }
 }
 

@@ -1,4 +1,4 @@
-// A raster image whose memory is a shared mapping of its file.
+// A raster image that is a shared mapping of its file.
 #pragma once
 
 #include <cstddef>
@@ -10,12 +10,11 @@
 #include "dem/pixel_type.h"
 
 /// Maps an existing image file and knows its geometry. Any number of threads may read a read-only
-/// mapping; mapping and releasing must not run beside readers. All sizes are settled against the
-/// file when it is mapped; a file that another process cuts short later can still not be read
-/// safely.
+/// mapping, but no thread may read while another maps or releases. All sizes are checked against
+/// the file when it is mapped. If another process cuts the file short later, reading is not safe.
 class MEM_MGR {
  public:
-  /// The three parts of the colour table; they lie inside the mapping, in front of the pixels.
+  /// The three parts of the colour table. They lie inside the mapping, in front of the pixels.
   struct ColourTable {
     const unsigned char* red = nullptr;
     const unsigned char* green = nullptr;
@@ -29,23 +28,23 @@ class MEM_MGR {
   virtual ~MEM_MGR();
 
   /// Maps the SRF file `path` from its first byte to the last pixel that its header describes, and
-  /// gives the length of a colour table part. `open_flag` is the access mode of open(): O_RDONLY
-  /// maps for reading, O_WRONLY for writing, O_RDWR for both, anything else with no access.
-  /// What was mapped before is released. Throws ERROR_CAN_NOT_OPEN_FILE, ERROR_CAN_NOT_READ_FILE
-  /// (shorter than a header, or no regular file), ERROR_NOT_SUPPORTED_PIXEL_TYPE and
-  /// ERROR_CAN_NOT_MMAP (also when the file is shorter than its header says).
+  /// returns the length of a colour table part. `open_flag` is the access mode of open(): O_RDONLY
+  /// maps for reading, O_WRONLY for writing, O_RDWR for both, anything else without access. A
+  /// previous mapping is released. Throws ERROR_CAN_NOT_OPEN_FILE, ERROR_CAN_NOT_READ_FILE (shorter
+  /// than a header, or not a regular file), ERROR_NOT_SUPPORTED_PIXEL_TYPE and ERROR_CAN_NOT_MMAP
+  /// (also when the file is shorter than its header says).
   int MapSrf(const std::string& path, int open_flag, short pixel_type = quellmark::dem::kPixelInt2);
 
-  /// Maps the regular file `path` whole for reading, whatever it holds: there is no header and no
-  /// image geometry. What was mapped before is released. Throws ERROR_CAN_NOT_OPEN_FILE,
+  /// Maps the whole regular file `path` for reading, whatever it holds; there is no header and no
+  /// image geometry. A previous mapping is released. Throws ERROR_CAN_NOT_OPEN_FILE,
   /// ERROR_CAN_NOT_READ_FILE and ERROR_CAN_NOT_MMAP (also for an empty file).
   void MapFile(const std::string& path);
 
-  /// Maps the file again, now its first `length_bytes`; FileBase() changes. For layouts that hold
-  /// more than width x height pixels. Throws ERROR_CAN_NOT_MMAP if the file is shorter.
+  /// Maps the first `length_bytes` of the file anew, for layouts that hold more than width x height
+  /// pixels; FileBase() changes. Throws ERROR_CAN_NOT_MMAP if the file is shorter.
   void Remap(std::size_t length_bytes);
 
-  /// Unmaps and closes; nothing happens when nothing is mapped.
+  /// Unmaps and closes. Does nothing if nothing is mapped.
   void Release();
 
   [[nodiscard]] bool IsMapped() const { return base_ != nullptr; }
@@ -53,7 +52,7 @@ class MEM_MGR {
   [[nodiscard]] const unsigned char* FileBase() const { return base_; }
   /// The address of the first pixel.
   [[nodiscard]] const unsigned char* Data() const { return base_ + header_length_; }
-  /// Header and colour table together [bytes].
+  /// Length of header and colour table together [bytes].
   [[nodiscard]] std::size_t HeaderLength() const { return header_length_; }
   [[nodiscard]] std::size_t MappedLength() const { return mapped_length_; }
   /// The size of the file when it was mapped [bytes].

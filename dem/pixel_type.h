@@ -22,7 +22,7 @@ inline constexpr std::array<PixelType, 3> kPixelTypes = {{
     {kPixelFloat4, 4, "FLT_4"},
 }};
 
-/// The row of a code; null for a code that is in no row.
+/// Returns the row of a code; null for an unknown code.
 [[nodiscard]] constexpr const PixelType* FindPixelType(int code) {
   for (const PixelType& type : kPixelTypes) {
     if (type.code == code) return &type;

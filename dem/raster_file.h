@@ -1,4 +1,4 @@
-// Opening a raster file and reading its Sun raster (SRF) header.
+// Opens raster files and reads their Sun raster (SRF) headers.
 #pragma once
 
 #include <array>
@@ -25,19 +25,19 @@ struct SrfHeader {
 inline constexpr std::size_t kSrfHeaderBytes = 32;
 inline constexpr std::uint32_t kSrfMagic = 0x59A66A95;
 
-/// The words of a header as it stands in a file, most significant byte first.
+/// Decodes the words of a header as it stands in a file, most significant byte first.
 [[nodiscard]] SrfHeader DecodeSrfHeader(const std::array<unsigned char, kSrfHeaderBytes>& bytes);
 
-/// Reads the header at the start of an open file; nothing if the file does not hold 32 bytes or
-/// can not be read.
+/// Reads the header at the start of an open file. Returns nothing if the file is shorter than 32
+/// bytes or cannot be read.
 [[nodiscard]] std::optional<SrfHeader> ReadSrfHeader(int fd);
 
-/// Opens `path` with an access mode of open(). Does not wait for the other end of a FIFO.
-/// Not open (with errno set) if that fails.
+/// Opens `path` with an access mode of open(). Does not wait for the other end of a FIFO. If
+/// opening fails, the result is not open and errno is set.
 [[nodiscard]] basic::UniqueFd OpenRaster(const std::string& path, int access_mode);
 
-/// The size of an open regular file [bytes]; nothing for all other kinds (directory, FIFO, device)
-/// and when the status can not be read.
+/// The size of an open regular file [bytes]. Returns nothing for all other kinds (directory, FIFO,
+/// device) and if the status cannot be read.
 [[nodiscard]] std::optional<std::int64_t> RegularFileSize(int fd);
 
 }  // namespace quellmark::dem

@@ -1,5 +1,5 @@
-// Runs of the program that must fail: last lines of the log, exit status, status files, and pools
-// that keep what the user wrote.
+// Runs of the program that must fail: the last lines of the log, exit status, status files, and
+// pools that keep what the user wrote.
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -30,14 +30,14 @@ std::string Alarm(const std::string& line) { return "ALARM : quellmark : " + lin
 // The run fails with these ALARM lines at the end of its log.
 void ExpectFailure(SceneRun& scene, const std::vector<std::string>& arguments,
                    const std::vector<std::string>& alarm_lines) {
-  WriteFile(scene.directory / "OK.quellmark", "0");  // of the run before
+  WriteFile(scene.directory / "OK.quellmark", "0");  // left by the run before
   const ProgramRun run = scene.Run(arguments);
   EXPECT_EQ(run.exit_status, 1) << run.output;
   EXPECT_EQ(ReadFile(scene.directory / "ERROR.quellmark"), "1");
   EXPECT_FALSE(scene.Has("OK.quellmark"));
   std::string alarms;
   for (const std::string& line : alarm_lines) alarms += Alarm(line);
-  // Debug lines of pools that are closed while the failure unwinds may stand between the lines.
+  // Pools that are closed while the failure unwinds may write debug lines in between.
   std::string log_alarms;
   std::istringstream log(scene.Log());
   for (std::string line; std::getline(log, line);) {
@@ -93,7 +93,7 @@ TEST(DriverFailures, PoolCutAtAnyLine) {
     const std::string cut = pool.substr(0, end + 1);
     SceneRun scene(cut);
     const ProgramRun run = scene.Run({"-lfl", "ALARM"});
-    // Cuts behind the last entry that is needed leave a whole scene.
+    // A cut after the last entry that is needed leaves a whole scene.
     if (run.exit_status == 0) continue;
     ++failures;
     EXPECT_EQ(run.exit_status, 1) << "signal " << run.signal << " at byte " << end;
@@ -113,7 +113,7 @@ TEST(DriverFailures, Parameters) {
   ExpectFailure(scene, {"-SCENE_POOL", "no/such/directory/pool"},
                 {"can not open parameter file no/such/directory/pool\n",
                  "pool error - can not open parameter pool\n"});
-  // Every text but "false" wants the DEM.
+  // Every text other than "false" asks for the DEM.
   for (const char* text : {"FALSE", "False", "no", "0", "true", "", "false "}) {
     SCOPED_TRACE(text);
     ExpectFailure(scene, {"-USE_DEM", text, "-DEM_FILE", ""}, {kFatal});
@@ -123,7 +123,7 @@ TEST(DriverFailures, Parameters) {
 
 TEST(DriverFailures, LogPoolThatCanNotBeWritten) {
   SceneRun scene(Scene());
-  // A regular file beside which no copy can be made.
+  // A regular file, beside which no copy can be made.
   ExpectFailure(scene, {"-log_pp", "/proc/self/comm"},
                 {"no permission to change pool file: /proc/self/comm\n",
                  "pool error - parameter pool update(): insufficient file permission\n"});
@@ -135,7 +135,7 @@ TEST(DriverFailures, LastLinesCarryTheProcessName) {
   EXPECT_THAT(scene.Log(),
               EndsWith("ALARM : step 7 : KVT_MSG|ERROR|step 7 terminated with error!\n"));
   EXPECT_EQ(ReadFile(scene.directory / "ERROR.step 7"), "1");
-  // A signal while the program asks for "USE_DEM": its message line goes to the controller too.
+  // A signal arrives while the program asks for "USE_DEM". The controller gets a message line too.
   const std::string command =
       "mkfifo keys; exec 3<>keys; touch log; " QM_PROGRAM
       " -log_pp log.pool -SCENE_POOL scene.pool -lfn log <&3 & "
@@ -145,8 +145,8 @@ TEST(DriverFailures, LastLinesCarryTheProcessName) {
   EXPECT_THAT(scene.Log(), HasSubstr("KVT_MSG|ERROR|quellmark got fatal signal 15"));
 }
 
-// Runs the program's own code in a child in which only `allocations` calls of operator new succeed;
-// gives its wait status. What it prints goes to "screen".
+// Runs the program's own code in a child in which only `allocations` calls of operator new succeed,
+// and returns its wait status. Its output goes to "screen".
 int RunWithMemory(const SceneRun& scene, std::size_t allocations) {
   const char* argv[] = {"quellmark", "-log_pp", "log.pool", "-SCENE_POOL", "scene.pool",
                         "-USE_DEM",  "false",   "-lfn",     "log",         nullptr};

@@ -33,7 +33,7 @@ __attribute__((format(printf, 1, 2))) std::string Format(const char* format, ...
   return text;
 }
 
-// `log` with what differs from run to run and from build to build replaced.
+// `log` with replacements for the parts that differ from run to run and from build to build.
 std::string Masked(std::string log) {
   const std::pair<const char*, const char*> masks[] = {
       {"(compile date: ).*(  compiled by: ).*", "$1DATE$2COMPILER"},
@@ -51,10 +51,10 @@ TEST(Driver, LogOfARunByteForByte) {
   const ProgramRun run = scene.Run({"-lfl", "INFO", "-lsl", "INFO"});
   ASSERT_EQ(run.exit_status, 0) << run.output;
 
-  // Typed by hand; the values are those of the separate solver's table.
+  // Typed by hand; the values come from the separate solver's table.
   const std::string expected = ReadFile(QM_APP_TEST_DATA "/quebec.log");
   EXPECT_EQ(Masked(scene.Log()), expected);
-  // The screen has one line more before its threshold is known.
+  // The screen shows one more line, because its threshold is not yet known then.
   EXPECT_THAT(Masked(run.output), EndsWith(expected.substr(expected.find("INFO"))));
 }
 
@@ -80,7 +80,7 @@ TEST(Driver, StatusFilesAndSoftwareIdentification) {
 }
 
 TEST(Driver, KeepsEveryByteThatIsNotAResult) {
-  // Line ends of all kinds, Latin-1, NUL, a long line, a last line without its end.
+  // Line ends of all kinds, Latin-1, NUL, a long line, and a last line without line end.
   const std::string foreign = std::string("# caf\xE9\r\n\t indented\r\nother_key UNHEARD_OF  x\n") +
                               std::string("# nul \0 byte\n", 13) + "long " +
                               std::string(3000, 'y') + "\n#last line";
@@ -107,7 +107,7 @@ TEST(Driver, TwoPoolsInOneFile) {
   EXPECT_THAT(pool, HasSubstr(kFullVersion));
 }
 
-// A satellite that crosses the antimeridian eastward over the equator, just at line 0: the zero
+// A satellite that crosses the antimeridian eastward over the equator exactly at line 0. The zero
 // Doppler plane is then the meridian itself, and right is south.
 TEST(Driver, LooksToEitherSideOfTheAntimeridian) {
   const std::string base =
@@ -138,8 +138,8 @@ TEST(Driver, LooksToEitherSideOfTheAntimeridian) {
   EXPECT_EQ(latitude[1], -latitude[0]);
 }
 
-// The same orbit under every pool representation: a reference time and the epochs after it, as the
-// time type's own texts.
+// The same orbit in every pool representation: a reference time and epochs, as texts of each time
+// type.
 struct TimeKind {
   const char* name;
   const char* reference;
@@ -158,7 +158,7 @@ const TimeKind kTimeKinds[] = {
     {"met", "+0012/10:21:00.000000", [](double t) { return "+0012/10:" + MinutesAndSeconds(t); }},
 };
 
-// Seconds of the scene's epochs after its reference time, which is a whole minute of their hour.
+// The epochs of the scene in seconds after its reference time, which is a full minute.
 std::vector<double> EpochsOf(const std::string& pool) {
   const std::regex time(R"re("\d{4}-\d\d-\d\dT\d\d:(\d\d):(\d\d\.\d{6})Z"\n)re");
   std::vector<double> seconds;
@@ -171,8 +171,9 @@ std::vector<double> EpochsOf(const std::string& pool) {
   return seconds;
 }
 
-// How many degrees a corner may be off. Seven digits are written: 1.5e-5 of a longitude. The spline
-// suffers from its ends. A single-precision coordinate steps by 0.5 m, which a fit enlarges.
+// The tolerance of a corner in degrees. Seven digits are written, which is 1.5e-5 of a longitude.
+// The spline is less accurate because of its ends. Single-precision coordinates have steps of 0.5
+// m, which a fit enlarges.
 struct InterpolationKind {
   const char* text;
   double tolerance_deg, float_tolerance_deg;
@@ -191,41 +192,43 @@ const InterpolationKind kInterpolations[] = {
     {"everett_6", 2e-5, 5e-5},
 };
 
-TEST(Driver, EveryOrbitAndInterpolationLocatesEveryScene) {
+// The scene's pool with its orbit in another representation and interpolation.
+std::string WithOrbit(const std::string& pool, const TimeKind& time, const std::string& number,
+                      const InterpolationKind& kind) {
+  const std::vector<double> seconds = EpochsOf(pool);
+  std::string epochs = Format("orbit_time STR_V 0 %zu\n {\n", seconds.size());
+  for (const double t : seconds) epochs += "  " + Quoted(time.epoch(t)) + "\n";
+  return Overridden(
+      pool, {Entry("orbit_representation", "STR", Quoted("orbit_pool_" + number + "_" + time.name)),
+             Entry("orbit_interpolation", "STR", Quoted(kind.text)),
+             Entry("orbit_reference_time", "STR", Quoted(time.reference)), epochs + " }\n"});
+}
+
+// Each scene takes each interpolation once, and the six representations in turn. The orbit's own
+// tests have every pair of representation and interpolation.
+TEST(Driver, EveryInterpolationLocatesEveryScene) {
+  std::size_t turn = 0;
   for (const std::string name : kSceneNames) {
-    const std::string pool = ScenePool(name);
-    const std::vector<double> seconds = EpochsOf(pool);
-    const auto expected = SceneResultsTable(name);
-    for (const TimeKind& time : kTimeKinds) {
-      std::string epochs = Format("orbit_time STR_V 0 %zu\n {\n", seconds.size());
-      for (const double t : seconds) epochs += "  " + Quoted(time.epoch(t)) + "\n";
-      for (const std::string number : {"double", "float"}) {
-        const std::string representation = "orbit_pool_" + number + "_" + time.name;
-        for (const InterpolationKind& kind : kInterpolations) {
-          SCOPED_TRACE(name + " " + representation + " " + kind.text);
-          SceneRun scene(Overridden(
-              pool,
-              {Entry("orbit_representation", "STR", Quoted(representation)),
-               Entry("orbit_interpolation", "STR", Quoted(kind.text)),
-               Entry("orbit_reference_time", "STR", Quoted(time.reference)), epochs + " }\n"}));
-          const int status = scene.Run().exit_status;
-          if (name == kScene && std::string_view(kind.text) == "everett_6") {
-            // The epochs of this scene wobble by a microsecond.
-            EXPECT_EQ(status, 1);
-            EXPECT_THAT(scene.Log(), HasSubstr("only possible on equidistant grid.\n"));
-            continue;
-          }
-          ASSERT_EQ(status, 0) << scene.Log();
-          const double tolerance =
-              number == "float" ? kind.float_tolerance_deg : kind.tolerance_deg;
-          for (const auto& [key, value] : expected) {
-            if (key.find("lon") == std::string::npos && key.find("lat") == std::string::npos)
-              continue;
-            EXPECT_NEAR(std::stod(ValueOf(scene.Pool(), key)), value, tolerance) << key;
-          }
-        }
+    for (const InterpolationKind& kind : kInterpolations) {
+      const TimeKind& time = kTimeKinds[turn / 2 % std::size(kTimeKinds)];
+      const bool is_float = turn++ % 2 == 1;
+      SCOPED_TRACE(name + " " + time.name + (is_float ? " float " : " double ") + kind.text);
+      SceneRun scene(WithOrbit(ScenePool(name), time, is_float ? "float" : "double", kind));
+      const int status = scene.Run().exit_status;
+      if (name == kScene && std::string_view(kind.text) == "everett_6") {
+        // The epochs of this scene wobble by a microsecond.
+        EXPECT_EQ(status, 1);
+        EXPECT_THAT(scene.Log(), HasSubstr("only possible on equidistant grid.\n"));
+        continue;
+      }
+      ASSERT_EQ(status, 0) << scene.Log();
+      const double tolerance = is_float ? kind.float_tolerance_deg : kind.tolerance_deg;
+      for (const auto& [key, value] : SceneResultsTable(name)) {
+        if (key.find("lon") == std::string::npos && key.find("lat") == std::string::npos) continue;
+        EXPECT_NEAR(std::stod(ValueOf(scene.Pool(), key)), value, tolerance) << key;
       }
     }
+    ++turn;  // so that the next scene pairs them differently
   }
 }
 
@@ -285,7 +288,7 @@ TEST(Driver, UnknownArgumentsAreReported) {
               HasSubstr(warnings + "WARN  : quellmark : argument -lsl has no value: not used\n"));
 }
 
-// Results that nobody should trust are written, beside a line that says why.
+// Results that nobody should trust are still written, and a line in the log says why.
 TEST(Driver, ImplausibleScenesAreReported) {
   const std::string beyond = "the image lines reach beyond the state vectors: ";
   const std::tuple<std::string, std::string, std::string> rows[] = {

@@ -24,7 +24,7 @@ using TableRow = std::map<std::string, std::string>;
 [[nodiscard]] std::vector<std::pair<std::string, double>> SceneResultsTable(
     const std::string& scene);
 
-/// `pool` with `entries` in front, as pool text: a look-up takes the first entry of a key.
+/// `pool` with `entries` in front, as pool text. A look-up finds the first entry of a key.
 [[nodiscard]] std::string Overridden(const std::string& pool,
                                      const std::vector<std::string>& entries);
 /// An entry as a line of pool text.
@@ -43,8 +43,8 @@ class SceneRun {
  public:
   explicit SceneRun(const std::string& pool) { WriteFile(directory / "scene.pool", pool); }
 
-  /// Runs the program with log file "log", both thresholds TRACE unless `arguments` say otherwise;
-  /// `arguments` come behind the usual ones, and the last occurrence of a parameter wins.
+  /// Runs the program with log file "log" and both thresholds at TRACE. `arguments` follow the
+  /// usual ones and override them, because the last occurrence of a parameter wins.
   ProgramRun Run(const std::vector<std::string>& arguments = {});
 
   [[nodiscard]] std::string Pool() const { return ReadFile(directory / "scene.pool"); }

@@ -58,7 +58,7 @@ TEST_F(ExampleScene, LocatesOnTheTerrainOnlyWithTheFlagSet) {
         dem.GetElevationInterpolated(on_terrain.longitude_deg - 360.0, on_terrain.latitude_deg);
     EXPECT_GT(terrain_m, 500.0);
     EXPECT_NEAR(on_terrain.height_m, terrain_m, 1.0) << "the search's tolerance";
-    // The ellipsoid raised to that height has the same point.
+    // The ellipsoid raised to this height has the same point.
     parameters.local_height_m = on_terrain.height_m;
     scene.SetParameters(parameters);
     scene.SetUseDem(false);
@@ -94,7 +94,7 @@ TEST_F(ExampleScene, ReadsInTheDocumentedOrder) {
                               "first_rg_time",
                               "first_az_time"};
   std::string text = ScenePool("s1a_iw1_slc_quebec");
-  for (const std::string key : keys) {  // the last of them goes first
+  for (const std::string key : keys) {  // the last key is removed first
     text = Without(text, key);
     WriteFile(directory_ / "scene.pool", text);
     PARAMETER_POOL pool;

@@ -1,4 +1,4 @@
-// The real scenes against what somebody else computed for them.
+// The real scenes compared with results that others have computed for them.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -17,7 +17,7 @@ namespace {
 constexpr double kRadPerDeg = std::numbers::pi / 180.0;
 constexpr double kMeterPerDeg = 111'320.0;
 
-// How far narrowing to single precision may move a value.
+// The rounding to single precision.
 double HalfStep(double value) {
   const auto narrow = static_cast<float>(std::abs(value));
   const float next = std::nextafter(narrow, std::numeric_limits<float>::infinity());
@@ -29,12 +29,12 @@ struct Accuracy {
   const char* interpolation;
   double position_m;     // what a correct solver reaches; see the example scenes' notes
   double incidence_deg;  // against the ellipsoid normal
-  double fm_rate;        // relative, rows where the product's polynomial is a good answer
+  double fm_rate;        // relative, for rows where the product's polynomial is a good answer
 };
 
-// Positions: a quick-look orbit's velocities do not quite match its positions' slope, so the first
-// two scenes are worse than the third; the figures are those of a separate solver, and up to 0.01 m
-// more.
+// Positions: the velocities of a quick-look orbit do not quite match the slope of its positions, so
+// the first two scenes are worse than the third. The figures are those of a separate solver plus up
+// to 0.01 m.
 constexpr Accuracy kAccuracies[] = {
     {"s1b_iw_grd_alps", "localhermite_7_4", 0.38, 9e-7, 1.4e-4},
     {"s1b_iw_grd_alps", "localpolynom_7_8", 0.28, 6e-7, 1.4e-4},
@@ -44,7 +44,7 @@ constexpr Accuracy kAccuracies[] = {
     {"s1a_iw1_slc_quebec", "localpolynom_7_8", 0.015, 8e-8, 3.2e-5},
 };
 
-// The scene put on the one point, one sample and one line large.
+// The scene reduced to this one point, one sample and one line large.
 app::PointLocation LocateRow(const TempDir& directory, const std::string& base,
                              const TableRow& row) {
   const std::string path = directory / "point.pool";
@@ -84,7 +84,7 @@ void ExpectAccuracy(const Accuracy& accuracy) {
     if (std::stod(row.at("slant_range_time_s")) < fm_rate_limit_s) {
       EXPECT_NEAR(p.fm_rate / std::stod(row.at("abs_fm_rate_hz_per_s")), 1.0, accuracy.fm_rate);
     }
-    if (testing::Test::HasFailure()) break;  // one point tells enough
+    if (testing::Test::HasFailure()) break;  // one point is enough
   }
 }
 
@@ -118,7 +118,7 @@ TEST(SceneTruth, WholeScenesAgreeWithHighPrecisionSolver) {
         EXPECT_NEAR(value / expected, 1.0, 1e-9);
       } else {
         const bool is_wrapped = key.find("lon") != std::string::npos && expected < 0.0;
-        // Ten digits behind the point are printed: 5e-11 of the value.
+        // The table has ten digits after the decimal point, which is 5e-11 of the value.
         const double printed = 5e-11 * std::abs(expected);
         EXPECT_NEAR(value, expected, HalfStep(is_wrapped ? expected + 360.0 : expected) + printed);
       }

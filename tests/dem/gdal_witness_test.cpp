@@ -17,7 +17,7 @@ constexpr int kSouth = -2000;
 constexpr int kFiner = 8;  // heights per grid step
 constexpr int kFineSize = (kSize - 1) * kFiner;
 
-// The tile as a raw raster: rows from north to south, behind the 32 bytes of the header.
+// The tile as a raw raster: rows from north to south, after the 32 bytes of the header.
 constexpr const char* kRawRaster =
     "<VRTDataset rasterXSize='40' rasterYSize='40'><SRS>EPSG:4326</SRS>"
     "<GeoTransform>9.995,0.01,0,-19.605,0,-0.01</GeoTransform>"

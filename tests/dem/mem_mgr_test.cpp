@@ -16,7 +16,7 @@ using ::testing::HasSubstr;
 
 class MemMgr : public ::testing::Test {
  protected:
-  // Writes the bytes and gives the path.
+  // Writes the bytes and returns the path.
   std::string File(const std::string& bytes) {
     WriteFile(directory_ / "image.srf", bytes);
     return directory_ / "image.srf";
@@ -42,7 +42,7 @@ TEST_F(MemMgr, MapsPixelsBehindTheColourTable) {
   EXPECT_EQ(table.red + 768, memory_.Data());
   EXPECT_EQ(table.green - table.red, 256);
   EXPECT_EQ(table.blue - table.green, 256);
-  // The next file takes its place; this one has no colour table, and no pixels either.
+  // The next file replaces it; that one has neither a colour table nor pixels.
   EXPECT_EQ(memory_.MapSrf(File(SrfHeaderBytes(0, 0, 1)), O_RDWR), 0);
   EXPECT_EQ(memory_.Colours().red, nullptr);
   EXPECT_EQ(memory_.MappedLength(), 32U);
@@ -76,7 +76,7 @@ TEST_F(MemMgr, RefusesSizesThatTheFileDoesNotHave) {
       SrfHeaderBytes(1, 1, 1, 768),     SrfHeaderBytes(1, 1, 1, kHuge),
   };
   for (const std::string& header : headers) {
-    memory_.MapSrf(File(SrfHeaderBytes(0, 0, 1)), O_RDONLY);  // is released all the same
+    memory_.MapSrf(File(SrfHeaderBytes(0, 0, 1)), O_RDONLY);  // the failure below releases it
     const std::string log = LogOfFailure<ERROR_CAN_NOT_MMAP>(
         [&] { memory_.MapSrf(File(header + std::string(11, 'x')), O_RDONLY); });
     EXPECT_THAT(log, HasSubstr("ALARM : MEM_MGR: mmap: mmap failed..\nALARM : MEM_MGR: "));

@@ -21,8 +21,9 @@ using quellmark::dem::HeightReader;
 using quellmark::dem::HeightStatus;
 using ::testing::HasSubstr;
 
-// Near 180 degrees a double has steps of 2.8e-14 degrees, 3.4e-11 cells of 3 arc seconds; a few of
-// these on slopes of up to 13 m a cell. The largest difference seen is 1.6e-10 m.
+// Near 180 degrees a double has steps of 2.8e-14 degrees, which is 3.4e-11 cells of 3 arc seconds.
+// The tolerance is a few of these steps on slopes of up to 13 m per cell. The largest difference
+// seen is 1.6e-10 m.
 constexpr double kHeightTolerance_m = 1e-9;
 
 const TestDem kSmall{.tiles = {{100, 58, 110, 50}}};
@@ -39,7 +40,7 @@ class SrfDocument : public ::testing::Test {
   std::string TilePath(int k = 0) const {
     return directory_ / ("tile" + std::to_string(k) + ".srf");
   }
-  // Opens a DEM of which one descriptor line is another (or none).
+  // Opens a DEM with one line of its descriptor replaced (or left out).
   SRF_DOCUMENT OpenWithLine(const std::string& key, const std::string& line,
                             const TestDem& dem = kSmall) {
     const std::string path = WriteDem(directory_, dem);
@@ -51,7 +52,7 @@ class SrfDocument : public ::testing::Test {
   ScopedLog quiet_;
 };
 
-// Compares with the closed form at random points of the cells whose south-west corner lies in
+// Compares heights with the closed form at random points. Their cells have south-west corners in
 // `columns` x `rows` global indices from (west, south).
 void ExpectTerrain(SRF_DOCUMENT& document, const TestDem& dem, int west, int columns, int south,
                    int rows) {
@@ -153,7 +154,8 @@ TEST_F(SrfDocument, WholeGlobeWithoutCorners) {
   for (const bool fast : {false, true}) {
     SRF_DOCUMENT document = Reopen(path, fast);
     ExpectTerrain(document, dem, -18, 36, -9, 17);
-    // At a pole the western value of the last row is the height; the nearest value stays in it too.
+    // At a pole the height is the western value of the last row, and the nearest value is in that
+    // row too.
     EXPECT_EQ(document.GetElevationInterpolated(-175.0, 89.9), TerrainAt(-18, 8));
     EXPECT_NEAR(document.GetElevationInterpolated(14.0, -90.0), TerrainHeight(dem, 14.0, -90.0),
                 kHeightTolerance_m);
@@ -168,7 +170,8 @@ TEST_F(SrfDocument, WholeGlobeWithoutCorners) {
 }
 
 TEST_F(SrfDocument, NearestStaysInTheGridAtTheSouthPole) {
-  // 5 degrees beyond the last value lies the pole, half a step: rounded to the even index, -10.
+  // The pole is 5 degrees beyond the last value, which is half a step: it rounds to the even index,
+  // -10.
   const TestDem dem{
       .tiles = {{-18, 8, 17, -9}}, .resolution_arcsec = 36000, .annotation = "PIXEL_EDGE"};
   EXPECT_EQ(Open(dem, true).GetElevationNearest(14.0, -90.0), TerrainAt(1, -9));
@@ -182,11 +185,11 @@ TEST_F(SrfDocument, SeveralTilesAreReadOneAfterTheOther) {
               HasSubstr("WARN  : DEM_DOCUMENT::CheckDescriptor: More than one bitmap file. Memmory "
                         "mapping not implemented yet. Please turn off multithreading if on.\n"));
   ExpectTerrain(document, dem, 0, 20, 0, 10);
-  EXPECT_EQ(document.SelectSubdocument(10, 5), 0);  // the first in the descriptor's order
+  EXPECT_EQ(document.SelectSubdocument(10, 5), 0);  // the first one in the descriptor's order
   EXPECT_EQ(document.SelectSubdocument(11, 5), 1);
-  SRF_DOCUMENT copy = document;  // opens its own
+  SRF_DOCUMENT copy = document;  // it opens its own tiles
   EXPECT_EQ(copy.GetGridValue(11, 5), TerrainAt(11, 5));
-  // Where tiles overlap, and differ, the first one counts for each of a cell's corners.
+  // Where tiles overlap and differ, the first one supplies each corner of a cell.
   TestDem other = dem;
   other.terrain = [](int x, int y) { return 1000 + TerrainAt(x, y); };
   const TestDem overlapping{.tiles = {{0, 10, 10, 0}, {5, 10, 20, 0}}};
@@ -211,7 +214,7 @@ TEST_F(SrfDocument, SeveralTilesAreReadOneAfterTheOther) {
 }
 
 TEST_F(SrfDocument, OutsideOfAllTiles) {
-  // No files are a DEM without heights.
+  // A DEM may have no files and therefore no heights.
   SRF_DOCUMENT empty = Open(TestDem{}, true);
   EXPECT_FALSE(empty.IsFast());
   EXPECT_EQ(HeightReader(empty).At(1.0, 1.0).status, HeightStatus::kOutside);
@@ -253,7 +256,7 @@ TEST_F(SrfDocument, MissingCornersLeaveTheHeightToTheOthers) {
     TestDem dem = kSmall;
     dem.resolution_arcsec = dem.lat_resolution_arcsec = 1800.0;  // half degrees are exact
     dem.value_type = type;
-    // In a file of floats the coding is rounded as the heights are.
+    // In a file of floats the special coding is rounded like the heights.
     if (type == 5) dem.special_coding = -16777217;
     for (const std::pair<int, int>& missing : corners) {
       double sum = 0.0, weights = 0.0;
@@ -268,11 +271,11 @@ TEST_F(SrfDocument, MissingCornersLeaveTheHeightToTheOthers) {
       EXPECT_NEAR(height, sum / weights, kHeightTolerance_m);
       EXPECT_EQ(HeightReader(document).At(lon, lat).height_m, height);
     }
-    // On a missing grid point itself the others weigh nothing, and the nearest counts.
+    // On a missing grid point the other points have weight 0, and the nearest one is the height.
     SRF_DOCUMENT three = Open(dem, true, {{104, 54}, {105, 54}});
     EXPECT_EQ(three.GetElevationInterpolated(52.0, 27.0), TerrainAt(104, 55));
 
-    // So too where a coordinate's rounding leaves the others weights of 1e-14.
+    // The same holds where the rounding of a coordinate gives the other points weights of 1e-14.
     EXPECT_EQ(Open(dem, true, {{104, 54}})
                   .GetElevationInterpolated(std::nextafter(52.0, 53.0), std::nextafter(27.0, 28.0)),
               TerrainAt(105, 54));
@@ -306,8 +309,8 @@ TEST_F(SrfDocument, FastModeFallsBackOrMapsWhatTheGridNeeds) {
               HasSubstr("WARN  : DEM_DOCUMENT::CheckDescriptor: Non INT_2 DEM. Memmory mapping not "
                         "implemented yet. Please turn off multithreading if on.\n"));
 
-  // North-first columns start one value late. Without that value at its end the file is read
-  // with checks, and just the one grid point fails.
+  // North-first columns start one value late. A file without that one more value is read with
+  // checks, and only that grid point fails.
   TestDem late = kSmall;
   late.line_wise = false;
   late.north_first = true;
@@ -375,7 +378,7 @@ TEST_F(SrfDocument, DescriptorsThatAreRefused) {
 }
 
 TEST_F(SrfDocument, TheCornersAloneSayHowLargeTheGridIs) {
-  // Width and height of the header are not examined. Several pages are to be mapped.
+  // Width and height of the header are not examined. Several pages must be mapped.
   const TestDem large{.tiles = {{0, 99, 99, 0}}};
   const std::string path = WriteDem(directory_, large);
   WriteFile(TilePath(), SrfHeaderBytes(0, 0, 1) + ReadFile(TilePath()).substr(32));

@@ -11,7 +11,7 @@ namespace {
 
 int ValueBytes(const TestDem& dem) { return dem.value_type == 2 ? 2 : 4; }
 
-// The table of docs/dem-format.md, typed here a second time on purpose.
+// The table of docs/dem-format.md, repeated here on purpose.
 long OffsetInGrid(const TestDem& dem, long columns, long rows, long c, long r) {
   const long s = ValueBytes(dem);
   const long h = dem.record_header;
@@ -51,7 +51,8 @@ double TerrainHeight(const TestDem& dem, double longitude_deg, double latitude_d
   long double height = 0;
   for (const long x : {i, i + 1}) {
     for (const long y : {j, j + 1}) {
-      const long wrapped = ((x + count / 2) % count + count) % count - count / 2;  // globe closes
+      // The globe is closed.
+      const long wrapped = ((x + count / 2) % count + count) % count - count / 2;
       const long double weight = (1 - std::abs(u - static_cast<long double>(x))) *
                                  (1 - std::abs(v - static_cast<long double>(y)));
       height += weight * dem.terrain(static_cast<int>(wrapped), static_cast<int>(y));
@@ -98,7 +99,7 @@ std::string TileBytes(const TestDem& dem, const TestTile& tile,
 
 std::string DescriptorText(const TestDem& dem) {
   const auto corners = [&](const char* key, int TestTile::*x, int TestTile::*y) {
-    // The first index of a corner vector is anything: here 3.
+    // A corner vector may start at any index, here 3.
     std::string text = key + (" INT_32_INT_32_V 3 " + std::to_string(dem.tiles.size())) + "\n  {\n";
     for (const TestTile& tile : dem.tiles) {
       text += "    " + std::to_string(tile.*x) + "\t" + std::to_string(tile.*y) + "\n";

@@ -1,4 +1,4 @@
-// DEMs made for a test: a terrain that is known in closed form, written as tiles and a descriptor.
+// DEMs made for a test: a terrain known in closed form, written as tiles and a descriptor.
 #pragma once
 
 #include <cstdint>
@@ -11,7 +11,7 @@
 
 namespace quellmark::test {
 
-/// One tile by its corners, as the descriptor gives them.
+/// One tile, defined by its corners as in the descriptor.
 struct TestTile {
   int west;
   int north;
@@ -20,10 +20,10 @@ struct TestTile {
 };
 
 /// The terrain at a grid point: whole metres of either sign, with steps of a few metres between
-/// neighbours, so that no two cells are alike and a wrong cell, row or byte shows.
+/// neighbours. No two cells are alike, so that a wrong cell, row or byte shows.
 [[nodiscard]] int TerrainAt(int lon_index, int lat_index);
 
-/// What a DEM is made of; the defaults are the simplest there is.
+/// The properties of a DEM; the defaults are the simplest.
 struct TestDem {
   std::vector<TestTile> tiles{};
   double resolution_arcsec = 3.0;
@@ -34,7 +34,7 @@ struct TestDem {
   int record_header = 0;
   std::uint32_t colormap_length = 0;
   std::string annotation = "PIXEL_CENTRE";
-  /// Without it the descriptor has no use for the header that is there, and gives the first offset:
+  /// Without it, the descriptor does not use the header of the tile but states the first offset,
   /// 100 bytes.
   bool has_header = true;
   std::optional<int> special_coding = -32767;
@@ -55,13 +55,13 @@ struct TestDem {
 [[nodiscard]] std::string SrfHeaderBytes(std::uint32_t width, std::uint32_t height,
                                          std::uint32_t type, std::uint32_t colormap_length = 0,
                                          std::uint32_t magic = 0x59A66A95);
-/// The descriptor's text; tile k is "tile<k>.srf".
+/// The text of the descriptor; tile k is "tile<k>.srf".
 [[nodiscard]] std::string DescriptorText(const TestDem& dem);
-/// Writes descriptor and tiles into `directory` and gives the descriptor's path.
+/// Writes descriptor and tiles into `directory` and returns the descriptor's path.
 std::string WriteDem(const TempDir& directory, const TestDem& dem,
                      const std::vector<std::pair<int, int>>& missing = {});
 
-/// The text with the line that begins with `key` replaced by `line` (left out when empty).
+/// The text with the line that begins with `key` replaced by `line`, or removed if `line` is empty.
 [[nodiscard]] std::string WithLine(const std::string& text, const std::string& key,
                                    const std::string& line);
 
