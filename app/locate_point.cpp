@@ -5,15 +5,16 @@
 //   P0 P1  ground points at the same tau, at t and at t + kTimeStep_s [m]
 //   B    B-parameter (S - P0) . A + |V|^2 [m^2/s^2]
 #include "app/sar_scene.h"
+#include "basic/constants.h"
 #include "basic/errors.h"
 #include "runtime/log.h"
 
 namespace {
 
 using quellmark::app::PointLocation;
+using quellmark::basic::kSpeedOfLight_ms;
 using quellmark::runtime::Fail;
 
-constexpr double kSpeedOfLight_ms = 299792458.0;
 // Azimuth time between the two ground points of the zero-Doppler velocity.
 constexpr double kTimeStep_s = 0.01;
 constexpr double kZeroDoppler_ms = 0.0;

@@ -181,7 +181,7 @@ void DEM_DOCUMENT::SetDescriptor(bool fast) {
   mapping_->MapSrf(path, O_RDONLY, descriptor_.value_type);
 }
 
-void DEM_DOCUMENT::SettleMapping() {
+void DEM_DOCUMENT::EnableFastMode() {
   if (!mapping_) return;
   MappedTile tile(std::exchange(mapping_, nullptr), tiles_.front(), storage_,
                   descriptor_.first_offset, grid_);

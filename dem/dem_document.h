@@ -73,7 +73,7 @@ class DEM_DOCUMENT {
  protected:
   /// Throws ERROR_NOT_SUPPORTED_PIXEL_TYPE for an unknown value type, and ERROR_DESCRIPTOR_VALUE
   /// for resolutions and corners that do not form a grid. With `fast`, maps the tile if possible
-  /// (else a line says why not); the mapping is used from SettleMapping() on.
+  /// (else a line says why not); the mapping is used from EnableFastMode() on.
   explicit DEM_DOCUMENT(const DEM_DESCRIPTOR& descriptor, bool fast = false);
   /// A copy opens its own tiles. A mapping is shared and is released with its last user.
   DEM_DOCUMENT(const DEM_DOCUMENT&) = default;
@@ -85,7 +85,7 @@ class DEM_DOCUMENT {
   /// Turns fast mode on if a tile is mapped and every offset of its grid fits the file; throws
   /// ERROR_CANNOT_READ_SUBDOC if one does not. The constructor of each derived class must call it
   /// once the first offset is known.
-  void SettleMapping();
+  void EnableFastMode();
 
   DEM_DESCRIPTOR descriptor_;
 

@@ -39,7 +39,7 @@ SRF_DOCUMENT::SRF_DOCUMENT(const DEM_DESCRIPTOR& descriptor, bool fast_mode)
     Fail<ERROR_DESCRIPTOR_VALUE>("SRF_DOCUMENT: document type ", descriptor_.type, " is not SRF\n");
   }
   if (descriptor_.has_header) SRF_DOCUMENT::VerifyTileHeaders();
-  SettleMapping();
+  EnableFastMode();
 }
 
 unsigned short SRF_DOCUMENT::DocumentType() const { return quellmark::dem::kDocumentSrf; }
