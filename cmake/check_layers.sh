@@ -1,11 +1,12 @@
 #!/usr/bin/env bash
-# Fails on an include that points upward. One root on the include path can not enforce the layers,
-# so this does; the same arrows stand in the DEPENDS of the targets.
+# Fails on an include that points upward. A single root on the include path cannot enforce the
+# layers, so this script does. The DEPENDS of the targets follow the same arrows.
 # usage: cmake/check_layers.sh [ROOT]   (the repository by default)
 set -eu
 cd "${1:-$(dirname "$0")/..}"
 
-# What a layer may include besides itself, as listed and as those may include in turn.
+# The layers, defined here and nowhere else. A layer may include itself, the layers in its row, and
+# whatever those may include.
 declare -A below=(
   [basic]=""
   [log]="basic"
