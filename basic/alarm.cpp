@@ -9,7 +9,7 @@ namespace quellmark::basic {
 namespace {
 
 void ToStandardError(std::string_view line) {
-  // There is nobody left to tell that even this could not be written.
+  // If even this write fails, nobody is left to report to.
   if (::write(STDERR_FILENO, line.data(), line.size()) < 0) return;
 }
 

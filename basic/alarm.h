@@ -4,14 +4,15 @@
 
 namespace quellmark::basic {
 
-/// Takes one line of text that ends in "\n".
+/// Receives one line of text that ends in "\n".
 using AlarmSink = void (*)(std::string_view line);
 
-/// Where this layer, which stands below the log, tells a failure before it throws. Standard error
-/// until the log, when it comes into being, puts itself here with its highest level.
+/// This layer stands below the log. It reports a failure here before it throws. The text goes to
+/// standard error until the log is created; the log then receives it at its highest level.
 void Alarm(std::string_view line);
 
-/// Sends the alarms to `sink`; gives the one before it. Not for use beside a running Alarm().
+/// Sends the alarms to `sink` and returns the previous sink. Must not run at the same time as
+/// Alarm().
 AlarmSink SetAlarmSink(AlarmSink sink) noexcept;
 
 }  // namespace quellmark::basic

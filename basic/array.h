@@ -1,5 +1,5 @@
-// One-dimensional array with an index range of its own: the first valid index is stored with the
-// array and may be any integer. Numerical code uses start index 1.
+// One-dimensional array with its own index range: the array stores its first valid index, which may
+// be any integer. Numerical code uses start index 1.
 #pragma once
 
 #include <cstddef>
@@ -11,23 +11,25 @@
 
 class STRING;
 
-/// Status codes of the low-level operations; returned, not thrown. There is no code 1.
+/// Status codes of the low-level operations, which return them and do not throw. There is no code
+/// 1.
 enum ArrayStatus : int {
   kArrayOk = 0,
   kArrayNoMemory = 2,
   kArrayInvalidRange = 3,
 };
 
-/// Owns its elements. Copying is deep and throws the character string "ARRAY : can not copy array"
-/// when the target can not be sized. An operation that fails, by status or because an element
-/// throws while it is made or copied, leaves the array as it was; only an assignment between equal
-/// ranges, which keeps the storage, may then have copied some of the elements already. The virtual
-/// operations stand in the order of their slots, the members in theirs.
+/// Owns its elements. Copying is deep; it throws the character string "ARRAY : can not copy array"
+/// if the target cannot be allocated. An operation that fails, by status or because an element
+/// throws while it is made or copied, does not change the array. The only exception is an
+/// assignment between equal ranges: it keeps the storage, and may have copied some of the elements
+/// before it fails. The virtual operations and the members are declared in the order of their
+/// slots.
 template <class T>
 class ARRAY {
  public:
   ARRAY() = default;
-  /// Creates the range; throws the character string "ARRAY : can not copy array" if it can not.
+  /// Creates the range. Throws the character string "ARRAY : can not copy array" if that fails.
   explicit ARRAY(const RANGE<int>& range);
   ARRAY(int start, std::initializer_list<T> values);
   ARRAY(const ARRAY& other);
@@ -36,13 +38,13 @@ class ARRAY {
   ARRAY& operator=(ARRAY&& other) noexcept;
 
   virtual ~ARRAY();
-  /// Forgets storage, range and created flag; frees nothing (deliberate: for arrays whose storage
-  /// has been handed over). Free() is the one that releases.
+  /// Forgets storage, range and created flag without freeing anything. This is deliberate, for
+  /// arrays whose storage has been handed over. Free() releases the storage.
   virtual void Reset();
-  /// Takes the range with value-initialised elements; what the array held before is released.
+  /// Takes the range with value-initialised elements and releases the previous ones.
   [[nodiscard]] virtual int Allocate(const RANGE<int>& range);
-  /// As Allocate(), and marks the array as created. Only this sets the mark; Free() and every
-  /// resizing that gets new storage clear it.
+  /// As Allocate(), and sets the created flag. Nothing else sets the flag; Free() and every
+  /// resizing with new storage clear it.
   [[nodiscard]] virtual int Create(const RANGE<int>& range);
   virtual void Free();
   [[nodiscard]] virtual int Length() const;
@@ -50,11 +52,11 @@ class ARRAY {
   /// First() + Length() - 1.
   [[nodiscard]] virtual int Last() const;
   [[nodiscard]] virtual RANGE<int> Range() const;
-  /// The storage shifted so that index `base` addresses the first element; null without storage.
+  /// The storage, shifted so that index `base` addresses the first element. Null without storage.
   [[nodiscard]] virtual T* Data(int base) const;
-  /// Data(First()): the array's own indices address the elements directly, unchecked.
+  /// Data(First()), so that the array's own indices address the elements. Unchecked.
   [[nodiscard]] virtual T* Data() const;
-  /// Takes a new range and keeps the elements by position, first to first.
+  /// Takes a new range and keeps the elements by position, beginning with the first.
   [[nodiscard]] virtual int Resize(const RANGE<int>& range);
 
   /// Element at an index of the range; unchecked.
@@ -67,7 +69,7 @@ class ARRAY {
 
  private:
   [[nodiscard]] std::size_t Size() const { return static_cast<std::size_t>(range_.Length()); }
-  // In the wide type: the distance of two ints need not be one.
+  // Uses the wide type, because the difference of two ints may not fit into an int.
   [[nodiscard]] std::size_t Position(int index) const {
     return static_cast<std::size_t>(static_cast<std::ptrdiff_t>(index) - range_.Start());
   }
@@ -79,13 +81,14 @@ class ARRAY {
 
 namespace quellmark::basic {
 
-/// `count` value-initialised elements from array new; null for none, and null if they can not be
-/// had. What an element's constructor throws, other than std::bad_alloc, passes through.
+/// Allocates `count` value-initialised elements with array new. Returns null for none, and null if
+/// there is no memory. Exceptions of an element's constructor, other than std::bad_alloc, pass
+/// through.
 template <class T>
 [[nodiscard]] std::unique_ptr<T[]> TryAllocate(std::size_t count);
 
-/// `storage` as an address that is shifted so that index `base` is its first element. The one place
-/// where an address outside the storage is formed, which the arrays hand out by contract.
+/// Shifts the address `storage` so that index `base` addresses its first element. Only here an
+/// address outside the storage is formed; the arrays must be able to return such addresses.
 template <class T>
 [[nodiscard]] T* ShiftedTo(std::ptrdiff_t base, T* storage);
 

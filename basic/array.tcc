@@ -1,4 +1,4 @@
-// Bodies of array.h; not to be included by itself.
+// Bodies of array.h; only array.h may include this file.
 #pragma once
 
 #include <algorithm>
@@ -14,7 +14,7 @@ std::unique_ptr<T[]> TryAllocate(std::size_t count) {
   if (count == 0) return nullptr;
   try {
     return std::unique_ptr<T[]>(new (std::nothrow) T[count]());
-  } catch (const std::bad_alloc&) {  // an element could not get its own storage
+  } catch (const std::bad_alloc&) {  // an element could not allocate its own storage
     return nullptr;
   }
 }
@@ -22,7 +22,7 @@ std::unique_ptr<T[]> TryAllocate(std::size_t count) {
 template <class T>
 T* ShiftedTo(std::ptrdiff_t base, T* storage) {
   if (storage == nullptr) return nullptr;
-  // As an integer, since a pointer must not leave its storage.
+  // Computes with integers, because a pointer must not leave its storage.
   const auto shift = static_cast<std::uintptr_t>(base) * sizeof(T);
   // NOLINTNEXTLINE(performance-no-int-to-ptr)
   return reinterpret_cast<T*>(reinterpret_cast<std::uintptr_t>(storage) - shift);
@@ -148,7 +148,7 @@ int ARRAY<T>::Resize(const RANGE<int>& range) {
   T* const from = storage_.get();
   if constexpr (std::is_nothrow_move_assignable_v<T> || !std::is_copy_assignable_v<T>) {
     std::move(from, from + kept, resized.storage_.get());
-  } else {  // a move that throws half way would have damaged what is still held
+  } else {  // a move that throws half way would damage the old elements
     std::copy_n(from, kept, resized.storage_.get());
   }
   *this = std::move(resized);

@@ -30,7 +30,7 @@ class DataType : public ENUMERATION<kDataType> {
   using ENUMERATION::ENUMERATION;
 };
 
-/// The pool entries that record the processing history.
+/// The pool entries that hold the processing history.
 class PoolType : public ENUMERATION<kPoolType> {
  public:
   using ENUMERATION::ENUMERATION;

@@ -1,4 +1,4 @@
-// Constants of nature and of the circle, as the results are fixed with them.
+// Physical and mathematical constants. The results depend on these exact values.
 #pragma once
 
 namespace quellmark::basic {

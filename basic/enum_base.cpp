@@ -13,13 +13,13 @@ namespace {
 
 using quellmark::basic::ErrorLock;
 
-// Guarded by ErrorLock().
+// ErrorLock() protects it.
 RefusedText& Refused() {
   static RefusedText refused;
   return refused;
 }
 
-// Whatever the locale.
+// Does not depend on the locale.
 constexpr char Lowered(char c) {
   return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
 }

@@ -14,17 +14,17 @@ namespace BASIC::TYPES {
 /// One value of an enumeration.
 struct EnumValue {
   std::string_view text;
-  int id = 0;                         ///< 0: the place in the table, counted from 1
+  int id = 0;                         ///< 0 stands for the place in the table, counted from 1
   std::string_view second_text = {};  ///< accepted on input, never printed
 };
 
-/// One more name of the value whose text is `text`.
+/// Another name of the value whose text is `text`.
 struct EnumAlias {
   std::string_view name;
   std::string_view text;
 };
 
-/// Everything that tells one enumeration from another: declared once for each of them.
+/// The definition of one enumeration, declared once for each.
 struct EnumTable {
   static constexpr std::size_t kMaxValues = 28;
   static constexpr std::size_t kMaxAliases = 9;
@@ -34,7 +34,7 @@ struct EnumTable {
   EnumValue values[kMaxValues];
   EnumAlias aliases[kMaxAliases] = {};
 
-  /// What is listed; the rest of the room has no texts.
+  /// The values that are listed; unused places of the array have no texts.
   [[nodiscard]] constexpr std::span<const EnumValue> Values() const {
     return {values, std::ranges::find(values, std::string_view(), &EnumValue::text)};
   }
@@ -46,7 +46,7 @@ struct EnumTable {
   [[nodiscard]] constexpr int IdOf(const EnumValue& value) const {
     return value.id != 0 ? value.id : static_cast<int>(&value - values) + 1;
   }
-  /// The value with that id; null for a sentinel and beyond.
+  /// The value with this id; null for any other number.
   [[nodiscard]] constexpr const EnumValue* Find(int id) const {
     for (const EnumValue& value : Values()) {
       if (IdOf(value) == id) return &value;
@@ -59,7 +59,7 @@ struct EnumTable {
     }
     return nullptr;
   }
-  /// Whether each id has one value, and each alias too.
+  /// Whether every id has exactly one value and every alias names one.
   [[nodiscard]] constexpr bool IsComplete() const {
     const auto id_of = [this](const EnumValue& value) { return IdOf(value); };
     for (int id = 1; id <= Size(); ++id) {
@@ -71,24 +71,24 @@ struct EnumTable {
   }
 };
 
-/// The text that was refused last, by any enumeration of the process.
+/// The text that any enumeration of the process refused last.
 struct RefusedText {
   std::string text;
   std::string class_name;
-  std::string valid_values;  ///< "Valid values are: 'A' 'B' ", a blank after each
+  std::string valid_values;  ///< "Valid values are: 'A' 'B' ", with a blank after each value
 };
 
-/// A value of an enumeration; which one, the derived class tells with its table. A new value is not
-/// set: id 0, text "-".
+/// A value of an enumeration; the table of the derived class defines which. A new value is not set:
+/// it has the id 0 and the text "-".
 class ENUM_BASE {
  public:
   virtual ~ENUM_BASE() = default;
   [[nodiscard]] virtual const EnumTable& Table() const = 0;
 
-  /// Takes the value that bears `text`: its own text, in the order of the ids, or else any of its
-  /// further names. Small and capital letters are the same unless `strict`. Throws
-  /// ERROR_ENUM_BASE_INVALID_VALUE and then keeps its value; the alarm before it lists the valid
-  /// texts.
+  /// Takes the value with this text. Own texts are tried first, in the order of the ids, then all
+  /// further names. Upper and lower case are equal unless `strict`. Throws
+  /// ERROR_ENUM_BASE_INVALID_VALUE and keeps its value if there is no match; an alarm lists the
+  /// valid texts first.
   void Set(std::string_view text, bool strict = false);
   /// Throws ERROR_ENUM_BASE_INVALID_ID for an id that has no value.
   void SetId(int id);
@@ -97,7 +97,7 @@ class ENUM_BASE {
 
   [[nodiscard]] int Id() const { return id_; }
   [[nodiscard]] bool IsSet() const { return id_ != 0; }
-  /// The views stay valid to the end of the program and end in NUL.
+  /// The views stay valid until the program ends, and their texts end in NUL.
   [[nodiscard]] std::string_view Text() const { return text_; }
   /// The n-th alias of the value, counted from 1; the text itself if there is none.
   [[nodiscard]] std::string_view AliasText(int n) const;

@@ -4,7 +4,7 @@
 
 namespace quellmark::basic {
 
-/// The process-wide lock over the texts that an enumeration error leaves behind.
+/// The process-wide lock of the texts that an enumeration error leaves behind.
 [[nodiscard]] inline std::mutex& ErrorLock() {
   static std::mutex lock;
   return lock;

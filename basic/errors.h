@@ -1,12 +1,12 @@
-// The tree of all failures that are thrown as objects. An object carries nothing but its class (one
-// exception at the end); what happened in detail is in the log, written just before the throw.
+// The tree of all failures that are thrown as objects. With one exception, at the end, an object
+// carries nothing but its class. The log has the details, written just before the throw.
 #pragma once
 
 #include <string>
 #include <string_view>
 
-/// Root of the tree. Exactly three virtual operations, in this order of slots: the two destructors
-/// and the message.
+/// The root of the tree. It has exactly three virtual operations, in this order of slots: two
+/// destructors and the message.
 class ERROR_EXCEPTION {
  public:
   ERROR_EXCEPTION() = default;
@@ -14,7 +14,7 @@ class ERROR_EXCEPTION {
   ERROR_EXCEPTION& operator=(const ERROR_EXCEPTION&) = default;
   virtual ~ERROR_EXCEPTION();
 
-  /// The class's fixed text; the text is held once for the class and never freed.
+  /// The fixed text of the class. It exists once per class and is never freed.
   [[nodiscard]] virtual const char* Message() const;
 };
 
@@ -32,16 +32,16 @@ namespace BASIC::TYPES {
 
 #include "basic/enum_error_table.inc"
 
-/// A text that is no value of an enumeration; the one class that carries data.
+/// A text that is not a value of an enumeration. Only this class carries data.
 class ERROR_ENUM_BASE_INVALID_VALUE : public ERROR_ENUM_BASE {
  public:
   /// `value` is the refused text, `class_name` the name of the enumeration class.
   ERROR_ENUM_BASE_INVALID_VALUE(std::string_view class_name, std::string_view value)
       : class_name_(class_name), value_(value) {}
 
-  /// "enumeration data type - invalid value of class C: V", built on request. Unlike the other
-  /// messages the text is allocated with array new and is the caller's to free: deliberate, the
-  /// catchers of this class rely on it.
+  /// Builds "enumeration data type - invalid value of class C: V" on request. Unlike the other
+  /// messages, the text is allocated with array new and the caller must free it. This is
+  /// deliberate: the catchers of this class rely on it.
   [[nodiscard]] const char* Message() const override;
 
   [[nodiscard]] const std::string& Value() const { return value_; }

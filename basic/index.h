@@ -27,8 +27,8 @@ class INDEX {
   U second_{};
 };
 
-/// A pair read as (start, length); RANGE<int> is the index range of every array, and a negative
-/// length is invalid there.
+/// A pair read as (start, length). RANGE<int> is the index range of every array; a negative length
+/// is invalid there.
 template <class T>
 class RANGE : public INDEX<T, T> {
  public:
@@ -36,7 +36,8 @@ class RANGE : public INDEX<T, T> {
 
   [[nodiscard]] T Start() const { return this->first_; }
   [[nodiscard]] T Length() const { return this->second_; }
-  /// Start + length - 1: one before the start when the range is empty. What does not fit wraps.
+  /// Start + length - 1, which is one before the start if the range is empty. A result that does
+  /// not fit wraps.
   [[nodiscard]] T Last() const {
     if constexpr (std::is_integral_v<T>) {
       using Unsigned = std::make_unsigned_t<T>;

@@ -4,7 +4,7 @@
 #include <list>
 #include <utility>
 
-/// A linked list: items keep their addresses, and removing one leaves the iterators of the others
+/// A linked list: items keep their addresses, and removing one keeps the iterators of the others
 /// valid.
 template <class T>
 class LIST {
@@ -14,9 +14,9 @@ class LIST {
 
   [[nodiscard]] std::size_t Length() const { return items_.size(); }
   [[nodiscard]] bool IsEmpty() const { return items_.empty(); }
-  /// Adds `item` at the end and gives it as it stands in the list.
+  /// Adds `item` at the end and returns it as it stands in the list.
   T& Append(T item) { return items_.emplace_back(std::move(item)); }
-  /// Gives the item after the removed one.
+  /// Returns the item after the removed one.
   iterator Remove(const_iterator position) { return items_.erase(position); }
   void Clear() { items_.clear(); }
 

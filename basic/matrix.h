@@ -1,4 +1,4 @@
-// Two-dimensional array with index ranges of its own for rows and columns.
+// Two-dimensional array with its own index ranges for rows and columns.
 #pragma once
 
 #include <cstddef>
@@ -8,20 +8,21 @@
 #include "basic/array.h"
 #include "basic/complex.h"
 
-/// Owns its elements, which lie in one block row by row. Copying is deep and throws the character
-/// string "MATRIX : can not copy matrix" when the target can not be sized. What fails leaves the
-/// matrix as it was, as with ARRAY.
+/// Owns its elements, which lie in one block row by row. Copying is deep; it throws the character
+/// string "MATRIX : can not copy matrix" if the target cannot be allocated. As with ARRAY, an
+/// operation that fails does not change the matrix.
 template <class T>
 class MATRIX {
  public:
-  /// Leads to one row: `row[column]` with the matrix's own column indices. Without columns one
-  /// link, which is null, serves all rows: a pool may name two thousand million of them.
+  /// Points to one row: `row[column]` with the matrix's own column indices. In a matrix without
+  /// columns a single link, which is null, serves all rows, because a pool may name two thousand
+  /// million of them.
   struct POINTER_VECTOR_LINK_T {
     T* row = nullptr;
   };
 
   MATRIX() = default;
-  /// Creates the ranges; throws the character string "MATRIX : can not copy matrix" if it can not.
+  /// Creates the ranges. Throws the character string "MATRIX : can not copy matrix" if that fails.
   MATRIX(const RANGE<int>& rows, const RANGE<int>& columns);
   MATRIX(const MATRIX& other);
   MATRIX(MATRIX&& other) noexcept;
@@ -29,10 +30,10 @@ class MATRIX {
   MATRIX& operator=(MATRIX&& other) noexcept;
 
   virtual ~MATRIX();
-  /// Releases everything and zeroes both ranges and the created flag.
+  /// Releases everything and sets both ranges and the created flag to zero.
   virtual void Reset();
 
-  /// Takes the ranges with value-initialised elements; what was held before is released. Gives an
+  /// Takes the ranges with value-initialised elements and releases the previous ones. Returns an
   /// ArrayStatus.
   [[nodiscard]] int Create(const RANGE<int>& rows, const RANGE<int>& columns);
   [[nodiscard]] RANGE<int> Rows() const { return rows_; }
@@ -41,8 +42,8 @@ class MATRIX {
   /// Element at indices of the ranges; unchecked.
   [[nodiscard]] T& operator()(int row, int column) { return Row(row)[column]; }
   [[nodiscard]] const T& operator()(int row, int column) const { return Row(row)[column]; }
-  /// A row, shifted so that the matrix's own column indices address its elements; unchecked.
-  /// Null in a matrix without columns.
+  /// A row, shifted so that the matrix's own column indices address its elements. Unchecked; null
+  /// in a matrix without columns.
   [[nodiscard]] T* Row(int row) { return (*links_)[row & link_mask_].row; }
   [[nodiscard]] const T* Row(int row) const { return (*links_)[row & link_mask_].row; }
   /// All elements, row by row.
@@ -60,7 +61,7 @@ class MATRIX {
   RANGE<int> columns_{0, 0};
   std::unique_ptr<ARRAY<POINTER_VECTOR_LINK_T>> links_;
   bool created_ = false;
-  int link_mask_ = -1;  // 0 where one link serves all rows
+  int link_mask_ = -1;  // 0 if a single link serves all rows
   std::unique_ptr<T[]> elements_;
 };
 

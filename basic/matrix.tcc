@@ -1,4 +1,4 @@
-// Bodies of matrix.h; not to be included by itself.
+// Bodies of matrix.h; only matrix.h may include this file.
 #pragma once
 
 #include <algorithm>

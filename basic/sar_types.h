@@ -1,4 +1,4 @@
-// The enumerations of a radar scene. Texts and aliases are read by other programs: kept exactly.
+// The enumerations of a radar scene. Other programs read the texts and aliases: kept exactly.
 #pragma once
 
 #include <bitset>
@@ -50,7 +50,7 @@ inline constexpr EnumTable kAntennaLookDirection = {.class_name = "SAR::AntennaL
                                                                 {"elevationUndefined", "U"},
                                                                 {"UNDEFINED", "U"}}};
 
-// Listed clockwise from the top, numbered otherwise: kept exactly, do not correct.
+// The list is clockwise from the top, but the ids are not: kept exactly, do not correct.
 inline constexpr EnumTable kEdge = {
     .class_name = "SAR::Edge",
     .parameter_name = "edge",
@@ -136,25 +136,25 @@ QM_SAR_ENUMERATION(MapProjection, kMapProjection)
 class TxRxType : public ENUMERATION<kTxRxType> {
  public:
   using ENUMERATION::ENUMERATION;
-  /// A polarization that is not set makes no pair: reports "invalid combination of transmit and
-  /// receive polarization" and throws ERROR_ENUM_BASE.
+  /// If a polarization is not set, reports "invalid combination of transmit and receive
+  /// polarization" and throws ERROR_ENUM_BASE.
   TxRxType(const PolarizationType& transmit, const PolarizationType& receive);
 
-  /// Not set if the pair is not.
+  /// Not set if the pair is not set.
   [[nodiscard]] PolarizationType Transmit() const;
   [[nodiscard]] PolarizationType Receive() const;
 };
 
-/// How the image lies: the edge at which the range is near, and the edge at which the azimuth
-/// starts. The opposite edges are those of far range and of the azimuth's stop.
+/// The orientation of the image: the edge of near range and the edge where the azimuth starts. Far
+/// range and the stop of the azimuth are at the opposite edges.
 class ImageDirection : public TUPLE<Edge> {
  public:
   /// Reports "range and azimuth should be at orthogonal edges" and throws ERROR_ENUM_BASE if they
   /// are not.
   ImageDirection(const Edge& range, const Edge& azimuth);
 
-  /// The edge of that position; for a middle one (or none) reports "mid range is at no edge" or
-  /// "mid azimuth is at no edge" and throws ERROR_ENUM_BASE.
+  /// The edge of this position. For a middle position, or one that is not set, reports "mid range
+  /// is at no edge" or "mid azimuth is at no edge" and throws ERROR_ENUM_BASE.
   [[nodiscard]] Edge EdgeOf(const Range& range) const;
   [[nodiscard]] Edge EdgeOf(const Azimuth& azimuth) const;
 };

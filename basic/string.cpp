@@ -12,8 +12,8 @@ namespace {
   throw std::out_of_range("subscript greater than string length");
 }
 
-// Runs what takes memory for a text; a length beyond all bounds is no different from too little of
-// it.
+// Runs an action that allocates memory for a text. A length beyond all limits counts as a lack of
+// memory, too.
 template <class Action>
 void OrNoMemory(Action action) {
   const auto fail = [] {

@@ -7,8 +7,8 @@
 #include <string_view>
 #include <utility>
 
-/// The text type of all interfaces: any bytes but NUL-terminated when handed out. Where memory for
-/// a text can not be had, an alarm is reported, ERROR_NO_MEMORY thrown and nothing has changed.
+/// The text type of all interfaces. It may hold any bytes and is NUL-terminated when handed out. If
+/// there is no memory for a text, reports an alarm, throws ERROR_NO_MEMORY and changes nothing.
 class STRING {
  public:
   STRING() = default;
@@ -24,14 +24,15 @@ class STRING {
 
   [[nodiscard]] std::size_t Length() const { return text_.size(); }
   [[nodiscard]] bool IsEmpty() const { return text_.empty(); }
-  /// The bytes as a view; never throws. Not to be stored beyond the STRING's life.
+  /// The bytes as a view; never throws. The view must not outlive the STRING.
   [[nodiscard]] std::string_view View() const { return text_; }
 
-  /// The text, NUL-terminated. An empty STRING has none to hand out and throws std::out_of_range
-  /// "subscript greater than string length": deliberate, the driver's failure path relies on it.
+  /// The text, NUL-terminated. An empty STRING has no text and throws std::out_of_range "subscript
+  /// greater than string length". This is deliberate: the driver's failure path relies on it.
   [[nodiscard]] const char* Text() const;
 
-  /// The character at `index` (from 0); beyond the length throws std::out_of_range as Text() does.
+  /// The character at `index` (from 0). An index beyond the length throws std::out_of_range as
+  /// Text() does.
   [[nodiscard]] char operator[](std::size_t index) const;
 
   STRING& operator+=(std::string_view tail);

@@ -7,24 +7,25 @@
 #include "basic/array.h"
 #include "basic/point.h"
 
-/// Shows the elements first..last of an array under the array's own indices, without owning them:
-/// the array must outlive the view and keep its storage. A copy-constructed view shows the same
-/// elements; Show() directs a view elsewhere. Assignment is refused.
+/// Shows the elements first..last of an array under the array's own indices, without owning them.
+/// The array must outlive the view and keep its storage. A copy of a view shows the same elements;
+/// Show() directs a view elsewhere. Assignment is refused.
 template <class T>
 class SUB_ARRAY {
  public:
-  /// Shows nothing: length 0.
+  /// A view of nothing, with length 0.
   SUB_ARRAY() = default;
-  /// Throws ERROR_ARGUMENT if first..last is not within the array; last = first - 1 shows nothing.
+  /// Throws ERROR_ARGUMENT if first..last is not within the array. last = first - 1 shows nothing.
   SUB_ARRAY(ARRAY<T>& of, int first, int last) { Show(of, first, last); }
   SUB_ARRAY(const SUB_ARRAY& other) = default;
   ~SUB_ARRAY() = default;
 
-  /// Refused, always: copies the elements as far as both views reach, reports an alarm and throws
-  /// ERROR_NOT_IMPLEMENTED. Deliberate: whoever assigns views has forgotten that they do not own.
+  /// Always refused: copies the elements as far as both views reach, reports an alarm and throws
+  /// ERROR_NOT_IMPLEMENTED. This is deliberate: code that assigns views has forgotten that they do
+  /// not own their elements.
   SUB_ARRAY& operator=(const SUB_ARRAY& other);  // NOLINT(bugprone-unhandled-self-assignment)
 
-  /// Directs the view to another part or another array; throws as the constructor does.
+  /// Directs the view to another part or another array. Throws as the constructor does.
   void Show(ARRAY<T>& of, int first, int last);
 
   [[nodiscard]] int Length() const { return range_.Length(); }

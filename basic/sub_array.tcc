@@ -1,4 +1,4 @@
-// Bodies of sub_array.h; not to be included by itself.
+// Bodies of sub_array.h; only sub_array.h may include this file.
 #pragma once
 
 #include <algorithm>

@@ -4,7 +4,7 @@
 
 namespace quellmark::basic {
 
-/// Owns a file descriptor; -1 is none.
+/// Owns a file descriptor; -1 means none.
 class UniqueFd {
  public:
   UniqueFd() = default;
@@ -20,9 +20,9 @@ class UniqueFd {
   [[nodiscard]] bool IsOpen() const noexcept { return fd_ >= 0; }
   /// Hands the descriptor over to the caller.
   [[nodiscard]] int Release() noexcept { return std::exchange(fd_, -1); }
-  /// Closes what is held and takes `fd`; what close() reports is lost, see Close().
+  /// Closes the held descriptor and takes `fd`. An error of close() is lost, see Close().
   void Reset(int fd = -1) noexcept;
-  /// Closes and gives what close() gave: 0, or -1 with errno set (a late write error).
+  /// Closes and returns the result of close(): 0, or -1 with errno set (a late write error).
   [[nodiscard]] int Close() noexcept;
 
  private:

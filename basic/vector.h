@@ -6,9 +6,9 @@
 
 #include "basic/array.h"
 
-/// Adds arithmetic, for numbers, to ARRAY. Two operands are taken by position, whatever their start
-/// indices; they must have the same length. Errors are thrown as character strings, before any
-/// element is touched.
+/// An ARRAY of numbers with arithmetic. Two operands are combined by position, whatever their start
+/// indices; they must have the same length. Errors are thrown as character strings before any
+/// element changes.
 template <class T>
 class VECTOR : public ARRAY<T> {
  public:
@@ -16,7 +16,7 @@ class VECTOR : public ARRAY<T> {
 
   VECTOR& operator+=(const VECTOR& other) requires std::is_arithmetic_v<T>;
   VECTOR& operator-=(const VECTOR& other) requires std::is_arithmetic_v<T>;
-  /// Divides every element; throws "VECTOR operator /= : division by 0.0" for that divisor.
+  /// Divides every element. The divisor 0 throws "VECTOR operator /= : division by 0.0".
   VECTOR& operator/=(T divisor) requires std::is_arithmetic_v<T>;
   /// The results have the range of the left operand.
   [[nodiscard]] VECTOR operator+(const VECTOR& other) const requires std::is_arithmetic_v<T>;
@@ -26,8 +26,9 @@ class VECTOR : public ARRAY<T> {
   void CrossProduct(const VECTOR& a, const VECTOR& b) requires std::is_arithmetic_v<T>;
 };
 
-/// The scalar product, summed from the last element down to the first: this order fixes the result
-/// bit for bit. 0.0 for empty vectors; throws "DotProduct: vectors have different dimensions".
+/// The scalar product, summed from the last element down to the first: this order fixes every bit
+/// of the result. Returns 0.0 for empty vectors; throws "DotProduct: vectors have different
+/// dimensions".
 template <class T>
 requires std::is_arithmetic_v<T>
 [[nodiscard]] double DotProduct(const VECTOR<T>& a, const VECTOR<T>& b);

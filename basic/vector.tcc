@@ -1,4 +1,4 @@
-// Bodies of vector.h; not to be included by itself.
+// Bodies of vector.h; only vector.h may include this file.
 #pragma once
 
 #include <algorithm>
@@ -7,7 +7,7 @@
 
 namespace quellmark::basic {
 
-// target[i] = operation(target[i], operand[i]), or `message` thrown if the lengths differ.
+// Sets target[i] = operation(target[i], operand[i]). Throws `message` if the lengths differ.
 template <class T, class Operation>
 void CombineElements(VECTOR<T>& target, const VECTOR<T>& operand, Operation operation,
                      const char* message) {
@@ -66,7 +66,8 @@ template <class T>
 void VECTOR<T>::CrossProduct(const VECTOR& a, const VECTOR& b) requires std::is_arithmetic_v<T> {
   RequireThreeComponents(a, b);
   if (this->Resize(a.Range()) != kArrayOk) throw "CrossProduct: can not allocate vector memory";
-  // Read only now: an operand that is this vector has got new storage, in the same order.
+  // The operands are read only now, because an operand that is this vector has new storage, in the
+  // same order.
   const std::span<const T> p = a.Elements();
   const std::span<const T> q = b.Elements();
   const T c0 = p[1] * q[2] - p[2] * q[1];

@@ -31,7 +31,8 @@ template <class T>
   return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
 }
 
-/// Euclidean length; no guard against overflow, the vectors of this system are far from it.
+/// Euclidean length. There is no guard against overflow; the vectors of this system are far from
+/// it.
 template <class T>
 [[nodiscard]] T Length(const VECTOR_3D<T>& v) {
   return std::sqrt(Dot(v, v));

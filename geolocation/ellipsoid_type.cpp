@@ -7,8 +7,8 @@
 
 namespace {
 
-// In the order of the ids. The numbers are the system's own: kept exactly, do not correct, also
-// where their last digits differ from other published sets.
+// In the order of the ids. The numbers are the system's own: kept exactly, do not correct, even
+// where their last digits differ from other published values.
 constexpr std::array<ELLIPSOID<long double>, kEllipsoidType.Size()> kAxesByType = {{
     {6377340.189L, 6356034.447L},  // Airy
     {6377397.155L, 6356078.965L},  // Bessel
@@ -26,7 +26,7 @@ constexpr auto kAxes = [] {
   return axes;
 }();
 
-// Narrowed by way of the widest type they are the same as written in their own width.
+// A value narrowed from the widest type equals a literal of the narrow type.
 static_assert(kAxes<double>[3].semi_minor_m == 6356752.315);
 static_assert(kAxes<float>[3].semi_minor_m == static_cast<float>(6356752.315));
 

@@ -15,16 +15,16 @@ inline constexpr BASIC::TYPES::EnumTable kEllipsoidType = {
     .parameter_name = "ellipsoid_type",
     .values = {{"Airy"}, {"Bessel"}, {"GRS80"}, {"WGS84"}}};
 
-/// Names a predefined ellipsoid, whose axes come in the width T: float, double or long double.
+/// Names a predefined ellipsoid and returns its axes in the type T: float, double or long double.
 template <class T>
 class EllipsoidType : public BASIC::TYPES::ENUMERATION<kEllipsoidType> {
  public:
   using ENUMERATION::ENUMERATION;
 
-  /// The type of the program-wide default ellipsoid, WGS84.
+  /// The type of the program's default ellipsoid, WGS84.
   [[nodiscard]] static const EllipsoidType& Default();
-  /// The program-wide ellipsoid of this type; throws BASIC::TYPES::ERROR_ENUM_BASE_INVALID_ID for a
-  /// type that is not set.
+  /// The ellipsoid of this type, one object for the whole program. Throws
+  /// BASIC::TYPES::ERROR_ENUM_BASE_INVALID_ID for a type that is not set.
   [[nodiscard]] const ELLIPSOID<T>& Axes() const;
 };
 

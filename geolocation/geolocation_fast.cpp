@@ -44,13 +44,13 @@ void FitAnew(TerrainArrays& arrays, const ARRAY<double>& coordinate, ARRAY<doubl
             chi_square, PowerBasis, arrays.lfit);
 }
 
-// The trial heights stay the same, so do the normal equations: they are eliminated with the first
-// fit, which is done here, and later ones go through that elimination.
+// The normal equations depend on the trial heights only, which stay the same. They are eliminated
+// once, with the first fit here; later fits reuse that elimination.
 bool EliminateOnce(TerrainArrays& arrays) {
   try {
     FitAnew(arrays, arrays.xx, arrays.X_);
     return true;
-  } catch (const char*) {  // singular: left to the calls, which fail with this text
+  } catch (const char*) {  // singular: the calls themselves fail with this text
     return false;
   }
 }
@@ -82,7 +82,7 @@ void GEOLOCATION_DEM_WORKSPACE::Prepare(std::uint8_t degree) {
 }
 
 bool GEOLOCATION_DEM_WORKSPACE::IsPreparedFor(std::uint8_t degree) const {
-  return arrays_.ht.Length() == degree + 1;  // all arrays are as long, see TerrainArrays
+  return arrays_.ht.Length() == degree + 1;  // all arrays have the same length, see TerrainArrays
 }
 
 void GEOLOCATION_DEM_WORKSPACE::Check(std::uint8_t degree) const {
@@ -92,7 +92,7 @@ void GEOLOCATION_DEM_WORKSPACE::Check(std::uint8_t degree) const {
     if (current == expected) return;
     LogLine(LogLevel::kTrace, name, what, current, " to ", expected, " in thread ", thread_);
   };
-  // Both blanks of some texts are meant: kept exactly.
+  // Some texts have two blanks: kept exactly.
   const int length = degree + 1;
   for (const auto& [name, member] : kNamedArrays) {
     const ARRAY<double>& array = arrays_.*member;

@@ -37,13 +37,13 @@ using runtime::LogLine;
 
 using Vector = VECTOR_3D<double>;
 
-// Fixed: every residual, in metres or metres per second, must fall below it. Above the rounding of
-// all three for slant ranges up to 4000 km.
+// Fixed: every residual, in metres or metres per second, must be below this value. It is above the
+// rounding of all three for slant ranges up to 4000 km.
 constexpr double kResidualTolerance = 1e-9;
-// Fixed: the iteration that reaches it fails whatever its residuals are.
+// Fixed: the iteration with this number fails, whatever its residuals are.
 constexpr int kIterationLimit = 21;
 
-// Cosines of pi/2 and 3 pi/2 as rounding leaves them, for a sensor over the pole: kept exactly.
+// The rounded cosines of pi/2 and 3 pi/2, for a sensor over the pole: kept exactly.
 constexpr double kCosHalfPi = 6.123233995736766e-17;
 constexpr double kCosThreeHalfPi = -1.8369701987210297e-16;
 
@@ -63,7 +63,7 @@ Direction LongitudeDirection(const Vector& v) {
   return {v.x / axis_distance, v.y / axis_distance};
 }
 
-// Angle of a direction in [0, 360); a tiny negative angle would round to 360 and becomes 0.
+// The angle of a direction in [0, 360). A tiny negative angle would round to 360, so it becomes 0.
 double FullCircleDegrees(double sine, double cosine) {
   const double degrees = std::atan2(sine, cosine) * kDegreesPerRadian;
   if (degrees >= 0.0) return degrees;
@@ -76,15 +76,15 @@ double LongitudeDegrees(const Vector& v) {
   return FullCircleDegrees(v.y, v.x);
 }
 
-// r - b' = b' / sqrt(1 - e cos^2 phi) - b', without the cancellation.
+// r - b' = b' / sqrt(1 - e cos^2 phi) - b', computed without cancellation.
 double RiseAt(const RaisedEllipsoid& ellipsoid, double cos2_phi) {
   const double flattening = ellipsoid.e2 * cos2_phi;
   const double rest = 1.0 - flattening;
   return ellipsoid.rpole_m * flattening / (rest + std::sqrt(rest));
 }
 
-// What a failed call is to be repeated with: 17 digits give the very same numbers back. The shape,
-// with "=" behind the vectors, is as the readers of the log know it.
+// The input of a failed call, with which the call can be repeated: 17 digits restore the same
+// numbers. Readers of the log rely on this form, with "=" after the vectors.
 std::array<char, 512> InputDump(const RangeDopplerQuery& query) {
   std::array<char, 512> text;
   const auto& [px, py, pz] = query.sat_pos;
@@ -123,8 +123,8 @@ std::array<char, 512> InputDump(const RangeDopplerQuery& query) {
   Fail<ERROR_ALGORITHM>("earth_vect.y: ", ground.y);
 }
 
-// The iteration on r. Each step finds the candidate X that belongs to the rise before it, then the
-// rise at the candidate's latitude and the residuals.
+// The iteration on r. A step finds the candidate X for the previous rise, then the rise at the
+// candidate's latitude and the residuals.
 class Solver {
  public:
   Solver(const RangeDopplerQuery& query, const LocalFrame& frame, const RaisedEllipsoid& ellipsoid)
@@ -141,11 +141,11 @@ class Solver {
         side_z_(frame.across.z * query.look_direction),
         rise_(RiseAt(ellipsoid, 1.0 - frame.down.z * frame.down.z)) {}
 
-  // Both spheres, around the sensor and around the earth's centre, meet in a circle across u at the
-  // distance p; the Doppler plane and the look side leave one point of it. Returns false if there
-  // is no such point.
+  // The spheres around the sensor and around the earth's centre meet in a circle perpendicular to u
+  // at the distance p; the Doppler plane and the look side select one of its points. Returns false
+  // if there is no such point.
   bool Step() {
-    // Differences before squares: |S|^2 + R^2 - r^2 would lose 1e-9 m of p.
+    // Takes differences before squares, because |S|^2 + R^2 - r^2 would lose 1e-9 m of p.
     p_ = ((sensor_above_pole_ - rise_) * (sensor_and_pole_ + rise_) + range2_) *
          half_inverse_radius_;
     q_ = doppler_slope_ * p_ + doppler_offset_;
@@ -154,7 +154,7 @@ class Solver {
     const double w = std::sqrt(w2);
     w_ = w * query_.look_direction;
 
-    // sin^2 phi = Z^2 / r^2, with the radius of this step, not of the candidate.
+    // sin^2 phi = Z^2 / r^2 with the radius of this step, not that of the candidate.
     const double radius = ellipsoid_.rpole_m + rise_;
     const double z = query_.sat_pos.z + p_ * frame_.down.z + q_ * frame_.along.z + w * side_z_;
     const double rise = RiseAt(ellipsoid_, 1.0 - z * z * (1.0 / (radius * radius)));
@@ -198,7 +198,7 @@ class Solver {
 LocalFrame MakeLocalFrame(const RangeDopplerQuery& query) {
   LocalFrame frame;
   frame.radius_m = Length(query.sat_pos);
-  // The bare polar radius, without the height: deliberate.
+  // The polar radius does not include the height here: deliberate.
   if (query.rpole_m > frame.radius_m) FailInsideEarth(query, frame.radius_m);
   if (LongitudeIsUndefined(query.sat_pos)) {
     Fail<ERROR_UNHANDLED_CASE>(query.routine, ": determination of angle theta failed!\n");
@@ -228,7 +228,7 @@ GroundPoint LocateOnEllipsoid(const RangeDopplerQuery& query, const LocalFrame& 
   int iteration = 0;
   do {
     if (!solver.Step()) FailWithoutIntersection(query, iteration + 1);
-    // Before the test of convergence: deliberate, the last step never counts.
+    // This comes before the test of convergence: deliberate, the last step never counts.
     if (++iteration == kIterationLimit) FailToConverge(query, std::max({radius, range, doppler}));
   } while (radius >= kResidualTolerance || range >= kResidualTolerance ||
            doppler >= kResidualTolerance);
@@ -237,7 +237,7 @@ GroundPoint LocateOnEllipsoid(const RangeDopplerQuery& query, const LocalFrame& 
   ground.look = solver.Look();
   ground.position = query.sat_pos + ground.look;
   ground.iterations = iteration;
-  // A residual that is not a number ends the iteration as well, but solves nothing.
+  // A residual that is not a number ends the iteration too, but it is no solution.
   if (LongitudeIsUndefined(ground.position) || std::isnan(radius + range + doppler)) {
     FailWithoutLongitude(query, ground.position);
   }
@@ -247,8 +247,8 @@ GroundPoint LocateOnEllipsoid(const RangeDopplerQuery& query, const LocalFrame& 
 
 GroundAngles AnglesAt(const Vector& sat_pos, const LocalFrame& frame,
                       const RaisedEllipsoid& ellipsoid, const GroundPoint& ground) {
-  // Sensor latitude and longitude by their sines and cosines: an arc sine would lose half of the
-  // digits over the poles.
+  // Latitude and longitude of the sensor are used by their sines and cosines, because an arc sine
+  // would lose half of the digits near the poles.
   const Direction theta = LongitudeDirection(sat_pos);
   const double sin_phi = -frame.down.z;
   const double cos_phi = std::sqrt(sat_pos.x * sat_pos.x + sat_pos.y * sat_pos.y) / frame.radius_m;
@@ -259,7 +259,7 @@ GroundAngles AnglesAt(const Vector& sat_pos, const LocalFrame& frame,
   const Vector& g = ground.position;
   const double axis_distance = std::sqrt(g.x * g.x + g.y * g.y);
   const Vector normal{g.x * ellipsoid.one_minus_e2, g.y * ellipsoid.one_minus_e2, g.z};
-  // By the tangent: sharp also straight below the sensor, where a cosine may round beyond 1.
+  // The tangent is accurate even directly below the sensor, where a cosine may round beyond 1.
   const double incidence =
       std::atan2(Length(Cross(normal, ground.look)), -Dot(normal, ground.look));
 

@@ -36,24 +36,24 @@ constexpr double kHeightTolerance_m = 1.0;
 constexpr int kIterationLimit = 21;
 constexpr double kMissingHeight_m = -32767.0;
 
-// A point's height above the ellipsoid and its error.
+// The height of a point above the ellipsoid, and its error.
 struct HeightSample {
   double height_m = 0.0;
   double error_m = 0.0;
 };
 
-// Angles of directions (y, x) near a first one: the difference is small, so that four terms of the
-// arc tangent hold it, at a fraction of the cost of std::atan2().
+// Computes angles of directions (y, x) near a first one. The difference is so small that four terms
+// of the arc tangent are enough, at a fraction of the cost of std::atan2().
 class AngleNear {
  public:
   AngleNear(double y, double x) : y_(y), x_(x), angle_(std::atan2(y, x)) {}
 
-  // As std::atan2(y, x), to 1e-15.
+  // Equals std::atan2(y, x) to 1e-15.
   [[nodiscard]] double Of(double y, double x) const {
     const double t = (y * x_ - x * y_) / (x * x_ + y * y_);
     const double t2 = t * t;
     const double angle = angle_ + t * (1.0 - t2 * (1.0 / 3.0 - t2 * (1.0 / 5.0 - t2 / 7.0)));
-    // The first term left out is t^9 / 9. Beyond pi the angle would have to be brought back.
+    // The first omitted term is t^9 / 9. An angle beyond pi would have to be reduced.
     const bool holds = t2 < 1e-4 && std::abs(angle) < basic::kPi;
     return holds ? angle : std::atan2(y, x);
   }
@@ -64,8 +64,8 @@ class AngleNear {
   double angle_;
 };
 
-// Where the normal of the ellipsoid through a point meets the meridian's plane: latitude is the
-// angle of (opposite, adjacent).
+// The point where the ellipsoid's normal through a point meets the plane of the meridian: the
+// latitude is the angle of (opposite, adjacent).
 struct MeridianPoint {
   double opposite = 0.0;
   double adjacent = 0.0;
@@ -75,11 +75,11 @@ struct MeridianPoint {
 MeridianPoint ToMeridian(const EllipsoidRecord& ellipsoid, const Vector& point) {
   const auto& [a, b, a2, b2] = ellipsoid;
   const double p = std::sqrt(point.x * point.x + point.y * point.y);
-  // On the axis the height below would be 0 / 0.
+  // On the axis the height formula below would be 0 / 0.
   if (p == 0.0) return {point.z, 0.0, std::abs(point.z) - b};
   const double e2 = (a2 - b2) / a2;
   const double f2 = (a2 - b2) / b2;
-  // Sines and cosines by the sides of the triangles whose angles are theta and phi.
+  // Sines and cosines are computed from the sides of the triangles with the angles theta and phi.
   const double theta_scale = 1.0 / std::sqrt(point.z * a * point.z * a + p * b * p * b);
   const double sin_theta = point.z * a * theta_scale;
   const double cos_theta = p * b * theta_scale;
@@ -92,7 +92,7 @@ MeridianPoint ToMeridian(const EllipsoidRecord& ellipsoid, const Vector& point) 
   return {opposite, adjacent, height};
 }
 
-// What the steps of one search share.
+// The data that all steps of one search share.
 struct Search {
   const RangeDopplerQuery& query;
   const TerrainVariant& variant;
@@ -109,14 +109,15 @@ HeightSample HeightErrorAt(const Search& search, const GeodeticPoint& at) {
           "/", longitude_deg, " (iterative height ", at.height_m, ")\n");
   const double terrain = search.dem.GetElevationInterpolated(longitude_deg, latitude_deg);
   if (terrain == kMissingHeight_m) {
-    // In radians, and used as a height below: deliberate, the readers of the log know it so.
+    // The value is in radians and is used as a height below. This is deliberate: readers of the log
+    // know it in this form.
     LogLine(LogLevel::kWarning, "Invalid DEM height/value -32767m occurred at latitude ",
             at.latitude_rad, " longitude ", at.longitude_rad, "\n");
   }
   return {at.height_m, at.height_m - terrain};
 }
 
-// The point of the curve through the trial points at the parameter h.
+// The point of the fitted curve at the parameter h.
 Vector PointOnCurve(const TerrainArrays& arrays, double h) {
   const int last = arrays.ht.Length();
   Vector point{arrays.X_[last], arrays.Y_[last], arrays.Z_[last]};
@@ -147,7 +148,7 @@ void SolveAtTrialHeights(const Search& search, const LocalFrame& frame, TerrainA
   }
 }
 
-// Tells what the DEM has at a point; serves the failure report alone.
+// Reports what the DEM has at a point. Only the failure report uses it.
 void ProbeDem(const Search& search, const Vector& point) {
   const GeodeticPoint at = ToGeodetic(search.ellipsoid, point);
   const double latitude_deg = at.latitude_rad * kDegreesPerRadian;
@@ -160,7 +161,7 @@ void ProbeDem(const Search& search, const Vector& point) {
 [[noreturn]] void FailToBracket(const Search& search, const HeightSample& low,
                                 const HeightSample& high) {
   const RangeDopplerQuery& query = search.query;
-  // 17 digits give the very same numbers back.
+  // 17 digits restore the same numbers.
   std::array<char, 400> inputs;
   const auto& [px, py, pz] = query.sat_pos;
   const auto& [vx, vy, vz] = query.sat_vel;
@@ -176,7 +177,7 @@ void ProbeDem(const Search& search, const Vector& point) {
   throw search.variant.initializing_error;
 }
 
-// The height above the ellipsoid at which the curve meets the terrain.
+// Returns the height above the ellipsoid at which the curve meets the terrain.
 double BisectAlongCurve(const Search& search) {
   const TerrainArrays& arrays = search.arrays;
   const Vector lowest = TrialPoint(arrays, arrays.ht.First());
@@ -190,7 +191,7 @@ double BisectAlongCurve(const Search& search) {
   };
   HeightSample low = error_at(lowest);
   HeightSample high = error_at(TrialPoint(arrays, arrays.ht.Last()));
-  // Not a number brackets nothing either.
+  // A value that is not a number has no bracket either.
   if (!(low.error_m * high.error_m < 0.0)) FailToBracket(search, low, high);
 
   HeightSample middle;
@@ -198,8 +199,8 @@ double BisectAlongCurve(const Search& search) {
   do {
     middle = error_at(PointOnCurve(arrays, (low.height_m + high.height_m) * 0.5));
     ++iterations;
-    // The end takes the height that was computed for the point, not the curve's parameter:
-    // deliberate, the two differ by the error of the fit.
+    // The end of the bracket takes the height computed for the point, not the parameter of the
+    // curve. This is deliberate; the two differ by the error of the fit.
     (low.error_m * middle.error_m >= 0.0 ? low : high) = middle;
   } while (iterations < kIterationLimit && !(std::abs(middle.error_m) <= kHeightTolerance_m));
   LogLine(LogLevel::kTrace, search.query.routine, " (DEM): ", iterations,

@@ -1,4 +1,4 @@
-// Geolocation on the terrain of a DEM: the search behind the DEM-aware routines.
+// Geolocation on the terrain of a DEM: the search that both DEM-aware routines use.
 #pragma once
 
 #include <cstdint>
@@ -13,7 +13,7 @@ class DEM_DOCUMENT;
 
 namespace quellmark::geolocation {
 
-/// Semi-axes of the ellipsoid, not raised, and their squares [m, m^2].
+/// Semi-axes of the ellipsoid, without the raise, and their squares [m, m^2].
 struct EllipsoidRecord {
   double a = 0.0;
   double b = 0.0;
@@ -29,19 +29,19 @@ struct GeodeticPoint {
 
 /// Geodetic coordinates of an earth-fixed point outside the centre, by one step of Bowring's method
 /// (B. R. Bowring, Transformation from spatial to geographical coordinates, Survey Review 23,
-/// 1976). Heights from -500 m to 9000 m come out right to 1e-5 m.
+/// 1976). Heights from -500 m to 9000 m are correct to 1e-5 m.
 [[nodiscard]] GeodeticPoint ToGeodetic(const EllipsoidRecord& ellipsoid,
                                        const VECTOR_3D<double>& point);
 
-/// What a search works in: for a curve of degree d all arrays have start index 1 and length d + 1.
-/// Without arrays (as made by default, and when moved from) the length is 0.
+/// The work arrays of a search: for a curve of degree d they have start index 1 and length d + 1. A
+/// default-made object, or one that has been moved from, has arrays of length 0.
 struct TerrainArrays {
   ARRAY<double> ht;          ///< trial heights [m], d equal steps from -500 to 9000
   ARRAY<double> xx, yy, zz;  ///< ground points at the trial heights [m]
   ARRAY<double> X_, Y_, Z_;  ///< the curve x(h) = X_[1] + X_[2] h + X_[3] h^2 ..., likewise y and z
-  MATRIX<double> covar;      ///< covariance of the fit done last
-  ARRAY<double> sig;         ///< of the samples: all 1
-  ARRAY<int> ia;             ///< all 1: no coefficient is held
+  MATRIX<double> covar;      ///< covariance of the last fit
+  ARRAY<double> sig;         ///< standard deviations of the samples: all 1
+  ARRAY<int> ia;             ///< all 1: every coefficient is fitted
   lsq::LfitWorkspace<double> lfit;
   bool is_eliminated = false;  ///< `lfit` holds the elimination of the fit's normal equations
 
@@ -52,39 +52,39 @@ struct TerrainArrays {
   TerrainArrays& operator=(TerrainArrays&&) noexcept = default;
   ~TerrainArrays() = default;
 
-  /// Makes the arrays for curves of that degree; returns an ArrayStatus. They are replaced all
-  /// together or not at all. For degree 0, which has no step, the one height is not a number.
+  /// Makes the arrays for curves of this degree and returns an ArrayStatus. Either all arrays are
+  /// replaced or none. Degree 0 has no step, so its only height is not a number.
   [[nodiscard]] int Create(std::uint8_t degree);
 };
 
-/// What tells the two DEM-aware routines apart.
+/// The differences between the two DEM-aware routines.
 struct TerrainVariant {
-  /// Fits one coordinate of the ground points against the heights on the powers 1, h, h^2, ...
+  /// Fits one coordinate of the ground points by the powers 1, h, h^2, ... of the heights.
   void (*fit)(TerrainArrays& arrays, const ARRAY<double>& coordinate, ARRAY<double>& coefficients);
   const char* initializing_error;  ///< thrown when there is no sign change
-  bool logs_samples;               ///< each trial point, at level kTrace
+  bool logs_samples;               ///< writes each trial point, at level kTrace
 };
 
 struct TerrainLocation {
   Location location;
-  double height_m = 0.0;  ///< above the ellipsoid, where the search met the terrain
+  double height_m = 0.0;  ///< height above the ellipsoid at which the search met the terrain
 };
 
-/// The powers 1, h, h^2, ... as the fits take them.
+/// The powers 1, h, h^2, ... in the form that the fits expect.
 void PowerBasis(double h, double powers[], int count);
 
-/// Finds the ground point of `query` whose height above the ellipsoid is the terrain's height below
-/// it; the query's own height is not used. Solves the equations at the trial heights of `arrays`,
-/// fits a curve through the points, halves the interval from -500 m to 9000 m along the curve until
-/// height and terrain agree to 1 m there (at most 21 times; the last height counts, whatever its
-/// error is) and solves once more at the height found.
+/// Finds the ground point of `query` whose height above the ellipsoid equals the height of the
+/// terrain at that place; the query's own height is not used. Solves the equations at the trial
+/// heights of `arrays` and fits a curve through the points. Then bisects the interval from -500 m
+/// to 9000 m along the curve until height and terrain agree to 1 m (at most 21 times; the last
+/// height counts, whatever its error is), and solves once more at the height found.
 ///
-/// The 1 m do not include that the result lies beside the curve by the error of the fit; the table
-/// in docs/geometry.md has both for each degree.
+/// The result also lies beside the curve, by the error of the fit, which the 1 m do not include.
+/// The table in docs/geometry.md has both for each degree.
 ///
-/// Throws the variant's character string if the height error has one sign at both ends; what the
-/// equations, the fit and the DEM throw passes through. A degree of 0 throws ERROR_ALGORITHM.
-/// Allocates nothing unless it fails or the log is at level kTrace.
+/// Throws the variant's character string if the height error has the same sign at both ends, and
+/// what the equations, the fit and the DEM throw. A degree of 0 throws ERROR_ALGORITHM. Allocates
+/// nothing unless it fails or the log is at level kTrace.
 [[nodiscard]] TerrainLocation LocateOnTerrain(const RangeDopplerQuery& query, DEM_DOCUMENT& dem,
                                               TerrainArrays& arrays, const TerrainVariant& variant);
 

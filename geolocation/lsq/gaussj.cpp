@@ -16,11 +16,11 @@ using quellmark::lsq::WorkVector;
 enum class Outcome { kSolved, kNoPivot, kZeroPivot };
 
 struct Pivot {
-  int row = 0;  // 0: none
+  int row = 0;  // 0 means none
   int column = 0;
 };
 
-// The largest element of the rows and columns that have not had their step. Not-a-number is never
+// The largest element of the rows and columns whose step is still to come. Not-a-number is never
 // the largest.
 template <class T, class Rows>
 Pivot FindPivot(Rows a, int n, const int* ipiv) {
@@ -84,7 +84,8 @@ Outcome Eliminate(Rows a, int n, Rows b, int m, int* indxc, int* indxr, int* ipi
       SubtractMultiple(b[j], pivot_sides, m, factor);
     }
   }
-  // The swaps of rows have permuted the columns of the inverse; undo them, last first.
+  // The swaps of rows have permuted the columns of the inverse; this undoes them, the last one
+  // first.
   for (int step = n; step >= 1; --step) {
     if (indxr[step] == indxc[step]) continue;
     for (int k = 1; k <= n; ++k) std::swap(a[k][indxr[step]], a[k][indxc[step]]);

@@ -97,8 +97,8 @@ T ChiSquare(const Samples<T>& samples, const Parameters<T>& p, T* afunc) {
   return chisq;
 }
 
-// Moves the covariance from the corner 1..mfit to the places of the fitted parameters; the kept
-// ones get zeros.
+// Moves the covariance from the corner 1..mfit to the places of the fitted parameters. The
+// parameters that are kept get zeros.
 template <class T, class Rows>
 void SpreadCovariance(Rows covar, const Parameters<T>& p, int mfit) {
   for (int j = mfit + 1; j <= p.count; ++j) {

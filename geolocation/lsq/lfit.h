@@ -12,7 +12,7 @@ namespace quellmark::lsq {
 template <class T>
 using BasisFunctions = void (*)(T x, T afunc[], int ma);
 
-/// What lfit_fast() works in; sized once and reused.
+/// The work area of lfit_fast(), sized once and reused.
 template <class T>
 struct LfitWorkspace {
   ARRAY<int> indxc;
@@ -20,7 +20,7 @@ struct LfitWorkspace {
   ARRAY<int> ipiv;
   MATRIX<T> betaM;    ///< ma x 1, the right-hand side
   ARRAY<T> afuncV;    ///< the values of the basis
-  MATRIX<T> factors;  ///< ma x ma, with indxc and indxr the elimination done last
+  MATRIX<T> factors;  ///< ma x ma; together with indxc and indxr, the last elimination
 
   /// Makes room for fits of ma parameters; returns an ArrayStatus.
   [[nodiscard]] int Create(int ma);
@@ -39,17 +39,17 @@ template <class T>
 void lfit(const T x[], const T y[], const T sig[], int ndat, T a[], const int ia[], int ma,
           T** covar, T* chisq, std::type_identity_t<quellmark::lsq::BasisFunctions<T>> funcs);
 
-/// As lfit() in the caller's arrays, each with start index 1; allocates nothing. Throws the
+/// As lfit(), but in the caller's arrays, each with start index 1. Allocates nothing. Throws the
 /// character string "lfit_fast: no parameters to be fitted" and what gaussj_fast() throws; a is
-/// then as it was.
+/// then unchanged.
 template <class T>
 void lfit_fast(const ARRAY<T>& x, const ARRAY<T>& y, const ARRAY<T>& sig, int ndat, ARRAY<T>& a,
                const ARRAY<int>& ia, int ma, MATRIX<T>& covar, T& chisq,
                std::type_identity_t<quellmark::lsq::BasisFunctions<T>> funcs,
                quellmark::lsq::LfitWorkspace<T>& work);
 
-/// Fits another series of samples at the x, sig and ia of the lfit_fast() done last in `work`: `a`
-/// becomes, bit for bit, what lfit_fast() would make of it, without its work on the normal
+/// Fits another series of samples with the x, sig and ia of the last lfit_fast() in `work`. `a`
+/// becomes, bit for bit, what lfit_fast() would compute, without repeating its work on the normal
 /// equations.
 template <class T>
 void lfit_again_fast(const ARRAY<T>& x, const ARRAY<T>& y, const ARRAY<T>& sig, int ndat,

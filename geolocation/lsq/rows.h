@@ -1,5 +1,5 @@
-// What lets one body serve both flavours of the solvers: the plain one on row pointers and the fast
-// one on the caller's MATRIX.
+// Lets one body serve both flavours of the solvers: the plain one on row pointers and the fast one
+// on the caller's MATRIX.
 #pragma once
 
 #include "basic/matrix.h"
@@ -37,7 +37,7 @@ struct Routines<double> {
   static constexpr auto kFreeMatrix = free_dmatrix;
 };
 
-/// A vector with the indices 1..length for the time of one call; T is int, float or double.
+/// A vector with the indices 1..length that lives for one call; T is int, float or double.
 template <class T>
 class WorkVector {
  public:
@@ -53,7 +53,7 @@ class WorkVector {
   T* data_;
 };
 
-/// A matrix with the indices 1..rows, 1..1 for the time of one call; T is float or double.
+/// A matrix with the indices 1..rows, 1..1 that lives for one call; T is float or double.
 template <class T>
 class WorkColumn {
  public:

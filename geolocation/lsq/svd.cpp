@@ -41,8 +41,8 @@ class Decomposition {
   }
 
  private:
-  // Brings the largest element to the order of 1, exactly, so that what follows neither overflows
-  // nor loses the bits of small numbers; gives whether all elements are finite.
+  // Scales the largest element exactly to the order of 1, so that nothing later overflows or loses
+  // the bits of small numbers. Returns whether all elements are finite.
   bool Normalise() {
     T largest = 0;
     for (int i = 1; i <= m_; ++i) {
@@ -67,8 +67,8 @@ class Decomposition {
     }
   }
 
-  // Turns column i, below the diagonal, to zeros; gives the diagonal element. Scaled, so that the
-  // squares do not vanish.
+  // Turns column i, below the diagonal, to zeros and returns the diagonal element. Scales first, so
+  // that the squares do not vanish.
   T ReflectColumn(int i) {
     T scale = 0;
     for (int k = i; k <= m_; ++k) scale += std::abs(a_[k][i]);
@@ -91,7 +91,7 @@ class Decomposition {
     return scale * g;
   }
 
-  // Turns row i, right of the superdiagonal, to zeros; gives the superdiagonal element.
+  // Turns row i, right of the superdiagonal, to zeros and returns the superdiagonal element.
   T ReflectRow(int i) {
     if (i > m_) return 0;
     const int first = i + 1;
@@ -131,7 +131,7 @@ class Decomposition {
   // Applies the reflection of u and g to the columns first..n of V; the column `spare` is
   // overwritten.
   void ApplyReflection(const T* u, int first, T g, int spare) {
-    // Divided by g here, where the quotients are moderate: 1 / g might overflow.
+    // Divides by g here, where the quotients are moderate; 1 / g might overflow.
     for (int k = first; k <= n_; ++k) v_[k][spare] = u[k] / g;
     for (int j = first; j <= n_; ++j) {
       T product = 0;
@@ -141,7 +141,7 @@ class Decomposition {
     }
   }
 
-  // The product of the reflections of the columns, in place of their vectors.
+  // The product of the reflections of the columns, which replaces their vectors.
   void AccumulateLeft() {
     for (int i = std::min(m_, n_); i >= 1; --i) {
       const T g = w_[i];
@@ -166,8 +166,8 @@ class Decomposition {
     return std::abs(value) <= std::numeric_limits<T>::epsilon() * norm_;
   }
 
-  // What std::hypot() gives for numbers that are not tiny, in a tenth of its time; after
-  // Normalise() none is huge.
+  // The same as std::hypot() for numbers that are not tiny, in a tenth of its time. After
+  // Normalise() no number is huge.
   static T Length(T x, T y) {
     constexpr double kExact =
         std::numeric_limits<double>::min() / std::numeric_limits<double>::epsilon();
@@ -187,7 +187,7 @@ class Decomposition {
     }
   }
 
-  // Drives e[k] to zero and makes w[k] positive; gives whether that was reached.
+  // Drives e[k] to zero and makes w[k] positive. Returns whether that succeeded.
   bool Diagonalise(int k) {
     for (int iteration = 1; iteration <= kMaxIterations; ++iteration) {
       const int first = FindBlock(k);
@@ -200,8 +200,8 @@ class Decomposition {
     return false;
   }
 
-  // Where the block that ends in k and has no zero on its superdiagonal begins. A zero on the
-  // diagonal above it is used to clear that row's superdiagonal element.
+  // The start of the block that ends in k and has no zero on its superdiagonal. If there is a zero
+  // on the diagonal above it, that row's superdiagonal element is cleared with it.
   int FindBlock(int k) {
     for (int first = k; first > 1; --first) {
       if (IsNegligible(e_[first])) return first;
@@ -274,7 +274,7 @@ class Decomposition {
     w_[last] = x;
   }
 
-  // The rotation that turns (f, h) to (r, 0); gives r. None is needed, and any does, for (0, 0).
+  // The rotation that turns (f, h) to (r, 0); returns r. For (0, 0) any rotation will do.
   static T SetRotation(T f, T h, T& cosine, T& sine) {
     const T r = Length(f, h);
     if (r != T(0)) {
@@ -291,7 +291,7 @@ class Decomposition {
   Rows v_;
   T* e_;
   int exponent_ = 0;  // the matrix was divided by this power of two
-  T norm_ = 0;        // of the bidiagonal form: what is small beside it counts as zero
+  T norm_ = 0;        // of the bidiagonal form; elements that are small beside it count as zero
 };
 
 template <class T, class Rows>
@@ -308,7 +308,7 @@ void DiscardSmall(T* w, int ma) {
   }
 }
 
-// a = V diag(1/w) U^T b over the singular values that are left; `scaled` is a work vector.
+// a = V diag(1/w) U^T b over the remaining singular values; `scaled` is a work vector.
 template <class T, class Rows>
 void BackSubstitute(Rows u, const T* w, Rows v, int ndata, int ma, const T* b, T* scaled, T* a) {
   for (int j = 1; j <= ma; ++j) {
@@ -332,7 +332,7 @@ void SetUpDesign(const T* x, const T* sig, int ndata, int ma, Rows u, T* afunc,
   }
 }
 
-// Gives chi-square; the design is decomposed.
+// Returns chi-square; the design must be decomposed.
 template <class T, class Rows>
 T Solve(const T* x, const T* y, const T* sig, int ndata, T* a, int ma, Rows u, Rows v, const T* w,
         T* b, T* afunc, BasisFunctions<T> funcs) {

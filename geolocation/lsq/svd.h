@@ -9,17 +9,17 @@
 
 namespace quellmark::lsq {
 
-/// What the fits work in; sized once and reused.
+/// The work area of the fits, sized once and reused.
 template <class T>
 struct SvdfitWorkspace {
   MATRIX<T> u;     ///< ndata x ma, the design matrix, then its left singular vectors
   MATRIX<T> v;     ///< ma x ma, the right singular vectors
-  ARRAY<T> w;      ///< the singular values; 0 for those that were discarded
+  ARRAY<T> w;      ///< the singular values; discarded ones are 0
   ARRAY<T> b;      ///< the weighted samples
   ARRAY<T> afunc;  ///< the values of the basis
   ARRAY<T> rv1;    ///< the superdiagonal
 
-  /// Makes room for fits of ma parameters to ndata samples; gives an ArrayStatus.
+  /// Makes room for fits of ma parameters to ndata samples; returns an ArrayStatus.
   [[nodiscard]] int Create(int ndata, int ma);
 };
 
@@ -45,9 +45,9 @@ void svdfit_decompose_fast(const ARRAY<T>& x, const ARRAY<T>& sig, int ndata, in
                            std::type_identity_t<quellmark::lsq::BasisFunctions<T>> funcs,
                            quellmark::lsq::SvdfitWorkspace<T>& work);
 
-/// Fits as lfit() does, all parameters, by the decomposition that `work` holds for x, sig and
-/// funcs: combinations of the basis that the samples do not tell apart get no share of the
-/// solution, which is then the shortest one.
+/// Fits as lfit() does, all parameters, with the decomposition that `work` holds for x, sig and
+/// funcs. Combinations of the basis that the samples cannot distinguish contribute nothing, so the
+/// solution is the shortest one.
 template <class T>
 void svdfit_solve_fast(const ARRAY<T>& x, const ARRAY<T>& y, const ARRAY<T>& sig, int ndata,
                        ARRAY<T>& a, int ma, T& chisq,

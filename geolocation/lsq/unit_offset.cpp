@@ -13,7 +13,7 @@ using quellmark::basic::ShiftedTo;
 constexpr std::size_t kSpareElements = 1;
 constexpr std::size_t kImpossible = static_cast<std::size_t>(-1);
 
-// How many indices low..high are; what can not be allocated anyway if there is no such number.
+// The number of indices low..high. If no such number exists, returns one that cannot be allocated.
 std::size_t Count(long low, long high) {
   long distance = 0;
   if (__builtin_sub_overflow(high, low, &distance) || distance < -1) return kImpossible;
@@ -43,7 +43,7 @@ T* AllocateVector(long low, long high, const char* message) {
   return ShiftedTo(low, Allocate<T>(Count(low, high), message));
 }
 
-// a - b where that fits; what does not wraps, as addresses do.
+// a - b if it fits; otherwise it wraps, as addresses do.
 long Difference(long a, long b) {
   return static_cast<long>(static_cast<unsigned long>(a) - static_cast<unsigned long>(b));
 }
@@ -59,9 +59,8 @@ void Free(T* shifted, long low) {
   std::free(First(shifted, low));
 }
 
-// Row pointers, shifted, that lead to consecutive rows of `elements`. The first is set even if
-// there are no rows (it is then the spare one), so that the elements can be found again to be
-// freed.
+// Shifted row pointers to consecutive rows of `elements`. The first one is set even if there are no
+// rows (it is then the spare one), because freeing needs it to find the elements.
 template <class T>
 T** LinkRows(T** rows, std::size_t row_count, long row_low, T* elements, std::size_t column_count,
              long column_low) {

@@ -1,11 +1,11 @@
-// Vectors and matrices whose indices run between bounds of the caller's choice, by custom from 1,
-// and the end of the plain solvers when something fails. Storage comes from malloc() with one spare
-// element and belongs to the caller, who hands it back to the matching free routine with the same
+// Vectors and matrices whose indices run between bounds chosen by the caller, usually from 1, and
+// the end of the plain solvers when something fails. Storage comes from malloc() with one spare
+// element. It belongs to the caller, who returns it to the matching free routine with the same
 // bounds. Bounds are inclusive; `high` is at least `low` - 1. A failure ends in fail_run_time().
 #pragma once
 
-/// Tells standard error, in three lines, that the process ends for the reason `message`, and ends
-/// it with exit(1). Deliberate: the plain solvers neither return nor throw when they fail.
+/// Writes to standard error, in three lines, that the process ends because of `message`, and ends
+/// it with exit(1). This is deliberate: the plain solvers neither return nor throw when they fail.
 [[noreturn]] void fail_run_time(const char* message);
 
 [[nodiscard]] float* vector(long low, long high);
@@ -29,14 +29,15 @@ void free_matrix(float** m, long row_low, long row_high, long column_low, long c
 void free_dmatrix(double** m, long row_low, long row_high, long column_low, long column_high);
 void free_imatrix(int** m, long row_low, long row_high, long column_low, long column_high);
 
-/// The part old_row_low..old_row_high, old_column_low..old_column_high of `a` under indices that
-/// start at new_row_low and new_column_low. Shares the elements of `a` and allocates row pointers
-/// alone.
+/// The part old_row_low..old_row_high, old_column_low..old_column_high of `a`, under indices that
+/// start at new_row_low and new_column_low. Shares the elements of `a`; only row pointers are
+/// allocated.
 [[nodiscard]] float** submatrix(float** a, long old_row_low, long old_row_high, long old_column_low,
                                 long old_column_high, long new_row_low, long new_column_low);
 void free_submatrix(float** m, long row_low, long row_high, long column_low, long column_high);
 
-/// Rows over the flat array `a`, which holds the elements row by row and stays the caller's.
+/// Rows over the flat array `a`, which holds the elements row by row and still belongs to the
+/// caller.
 [[nodiscard]] float** convert_matrix(float* a, long row_low, long row_high, long column_low,
                                      long column_high);
 void free_convert_matrix(float** m, long row_low, long row_high, long column_low, long column_high);
