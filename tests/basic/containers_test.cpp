@@ -19,7 +19,7 @@
 namespace {
 
 // Counts its live objects and fails on demand: the copy after `copies_left` throws, and while
-// `no_memory` there is no storage for arrays of it.
+// `no_memory` is set there is no storage for arrays of it.
 struct Tracked {
   int value;
 
@@ -174,7 +174,7 @@ TEST_F(Containers, VectorArithmeticGoesByPosition) {
   v -= b;
   v /= 4.0;
   EXPECT_TRUE(Same(v, Vector(1, {0.25, 0.5, 0.75})));
-  // From the first to the last the small term would be lost.
+  // Summed from the first to the last, the small term would be lost.
   EXPECT_EQ(DotProduct(Vector(1, {1.0, 1e16, -1e16}), Vector(0, {1.0, 1.0, 1.0})), 1.0);
   EXPECT_EQ(DotProduct(Vector(), Vector()), 0.0);
 }
@@ -245,7 +245,7 @@ TEST_F(Containers, MatrixFailsAndStaysAsItWas) {
   EXPECT_THROWS_TEXT(matrix = larger, "MATRIX : can not copy matrix");
   EXPECT_EQ(matrix.Rows(), RangeInt(1, 2));
   EXPECT_EQ(matrix(2, 2).value, 5);
-  // Without columns every row is null, and however many they are, they take no memory.
+  // Without columns every row is null, and any number of rows takes no memory.
   EXPECT_EQ(matrix.Create(RangeInt(1, INT_MAX), RangeInt(5, 0)), 0);
   EXPECT_EQ(matrix.Row(INT_MAX), nullptr);
 }
@@ -275,9 +275,9 @@ TEST_F(Containers, SubArrayRefusesAssignment) {
   View right(points, 1, 3);
   EXPECT_FAILS(right = left, ERROR_NOT_IMPLEMENTED,
                "never call: SUB_ARRAY<T>::operator=( const SUB_ARRAY< T >& )\n");
-  EXPECT_EQ(right[1].Y(), 0.0);  // the elements have been copied by then, also where views overlap
+  EXPECT_EQ(right[1].Y(), 0.0);  // they are copied before the throw, even if views overlap
   EXPECT_EQ(right[3].Y(), 20.0);
-  // Of two lengths the shorter one counts.
+  // If the lengths differ, the shorter one counts.
   View shorter(points, 2, 2);
   EXPECT_THROW(shorter = left, ERROR_NOT_IMPLEMENTED);
   EXPECT_EQ(shorter[2].Y(), 0.0);

@@ -24,7 +24,7 @@ TEST(String, HasNothingToShowBeyondItsLength) {
 }
 
 TEST(String, TellsThatMemoryIsShort) {
-  // Longer than any text may be, so that not a byte of it is read.
+  // The length exceeds that of any text, so no byte of it is read.
   const std::string_view endless("x", std::numeric_limits<std::size_t>::max() / 2);
   constexpr const char* kLine = "STRING: not enough memory for a text\n";
   EXPECT_FAILS(STRING{endless}, ERROR_NO_MEMORY, kLine);

@@ -13,7 +13,7 @@ class EllipsoidTypeTest : public testing::Test {};
 using Widths = testing::Types<float, double, long double>;
 TYPED_TEST_SUITE(EllipsoidTypeTest, Widths);
 
-// The numbers other programs know, in each width; the sentinels around them have none.
+// The numbers that other programs know, in each type; the sentinels around them have none.
 TYPED_TEST(EllipsoidTypeTest, AxesAndNames) {
   using Type = EllipsoidType<TypeParam>;
   const struct {

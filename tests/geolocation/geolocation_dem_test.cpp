@@ -30,7 +30,7 @@ constexpr std::uint8_t kDegreeOfCurve = 3;
 const std::string kNoBracket =
     ": Initializing error. DEM possibly too small or contains values outside [-500,9000].";
 
-// A terrain given by a function of longitude and latitude in degrees.
+// A terrain defined by a function of longitude and latitude in degrees.
 class FunctionDem : public DEM_DOCUMENT {
  public:
   using Terrain = std::function<double(double, double)>;
@@ -68,7 +68,7 @@ GEOLOCATION_DEM_WORKSPACE Prepared(std::uint8_t degree, std::uint32_t thread = 0
   return workspace;
 }
 
-// In a work area of its own, unless one is given.
+// Locates in a work area of its own.
 Located LocateFast(DEM_DOCUMENT& dem, const Geometry& g, std::uint8_t degree = kDegreeOfCurve) {
   Located l;
   GEOLOCATION_DEM_WORKSPACE workspace = Prepared(degree);
@@ -96,7 +96,7 @@ Located LocatePlain(DEM_DOCUMENT& dem, const Geometry& g) {
   return l;
 }
 
-// What the ellipsoid routine gives at a height.
+// The result of the ellipsoid routine at a height.
 Located LocateAtHeight(Geometry g, double height) {
   g.height = height;
   return Locate(g);
@@ -150,13 +150,14 @@ TEST(GeolocationDem, PointsLieOnTheHills) {
     const double range = 0.5 * kSpeedOfLight * g.fast_time;
     ASSERT_NEAR(Length(look), range, 1e-6);
     ASSERT_NEAR(Dot(look, g.sat_vel), range * g.doppler, 1e-6 * range);
-    // The raised ellipsoid has not quite the height everywhere that raised it: 1e-5 of it.
+    // The surface of the raised ellipsoid does not have exactly this height everywhere: it differs
+    // by 1e-5 of it.
     const double terrain = dem.GetElevationInterpolated(located.longitude, located.latitude);
     ASSERT_NEAR(located.height, terrain, 1.01);
     ASSERT_EQ(located, LocateAtHeight(g, located.height));
     if (i % 20 == 0) {
       ASSERT_EQ(LocatePlain(dem, g), located);
-      ASSERT_EQ(LocateFast(dem, g), located);  // nothing of the calls before has stayed
+      ASSERT_EQ(LocateFast(dem, g), located);  // earlier calls have left no trace
     }
   }
 }
@@ -183,7 +184,7 @@ TEST(GeolocationDem, NoSignChange) {
   const Geometry g{.sat_pos = {5089512, 399243, 4892496},
                    .sat_vel = {-4452, -3500.5, 4917},
                    .fast_time = 183.0 / 32768};
-  // No error at one end is no change of sign either.
+  // An error of 0 at one end is not a change of sign either.
   const double lowest = ToGeodetic(LocateAtHeight(g, -500.0).ground).height_m;
   for (const double height : {9100.0, -600.0, -32767.0, lowest}) {
     SCOPED_TRACE(height);
@@ -193,14 +194,14 @@ TEST(GeolocationDem, NoSignChange) {
     const std::string log = LogOfThrownText("geolocation_fast" + kNoBracket,
                                             [&] { LocateInto(untouched, workspace, dem, g); });
     EXPECT_EQ(untouched, Located());
-    // The heights are converted back from the points: not quite -500 and 9000.
+    // The heights are computed back from the points, so they are not exactly -500 and 9000.
     ExpectLogged("no bracket", log);
     const std::string mark = " with height errors ";
     std::istringstream errors(log.substr(log.find(mark) + mark.size()));
     double low = 0.0, high = 0.0;
     errors >> low;
     errors.ignore() >> high;
-    EXPECT_NEAR(low, -500.0 - height, 0.1);  // six digits are in the log
+    EXPECT_NEAR(low, -500.0 - height, 0.1);  // the log has six digits
     EXPECT_NEAR(high, 9000.0 - height, 0.1);
     const auto warning = testing::ContainsRegex(
         "\nWARN  : Invalid DEM height/value -32767m occurred at latitude 0\\.79[0-9]+ "
@@ -210,8 +211,8 @@ TEST(GeolocationDem, NoSignChange) {
   }
 }
 
-// A straight line through two points misses the heights between them by many metres: the steps show
-// that the bracket is made of the points' heights, not of the line's parameter.
+// A straight line through two points misses the heights between them by many metres. The steps show
+// that the bracket consists of the points' heights, not of the line's parameter.
 TEST(GeolocationDem, BracketTakesTheHeightsOfThePoints) {
   FunctionDem dem = Flat(700.0);
   GEOLOCATION_DEM_WORKSPACE workspace = Prepared(1);
@@ -229,12 +230,12 @@ TEST(GeolocationDem, BracketTakesTheHeightsOfThePoints) {
     const double m = 0.5 * (low + high);
     const Vector point{c.X_[1] + c.X_[2] * m, c.Y_[1] + c.Y_[2] * m, c.Z_[1] + c.Z_[2] * m};
     const double height = ToGeodetic(point).height_m;
-    EXPECT_NEAR(heights[k], height, 0.05);  // six digits are in the log
+    EXPECT_NEAR(heights[k], height, 0.05);  // the log has six digits
     (height <= 700.0 ? low : high) = height;
   }
 }
 
-// The halvings of [-500, 9000] until the middle is within 1 m of the terrain.
+// The bisections of [-500, 9000] until the middle is within 1 m of the terrain.
 TEST(GeolocationDem, StopsAtTheToleranceOfOneMetre) {
   for (double terrain = 100.0; terrain < 1100.0; terrain += 37.3) {
     SCOPED_TRACE(terrain);
@@ -251,7 +252,8 @@ TEST(GeolocationDem, StopsAtTheToleranceOfOneMetre) {
   }
 }
 
-// What docs/geometry.md promises: how far the solved point's height is from flat terrain.
+// The promise of docs/geometry.md: the largest distance of the solved point's height from flat
+// terrain.
 TEST(GeolocationDem, HeightsAreAsGoodAsTheDegree) {
   const ScopedLog quiet(Level::kSilent);
   const struct {
@@ -279,11 +281,12 @@ TEST(GeolocationDem, HeightsAreAsGoodAsTheDegree) {
   }
 }
 
-// A cliff that no step meets: all 21 are made, and the last counts.
+// No step meets this cliff: all 21 steps are made, and the last one counts.
 TEST(GeolocationDem, CliffTakesAllIterations) {
   const Geometry g = OverTheHills();
   const double edge = LocateAtHeight(g, 1000.0).longitude;
-  // Nearer ground is higher; the far side of the edge lies below the sight, the near side above.
+  // Nearer ground is higher. The far side of the edge lies below the line of sight, the near side
+  // above.
   const double east = LocateAtHeight(g, 2000.0).longitude > edge ? 1.0 : -1.0;
   FunctionDem dem(
       [=](double longitude, double) { return (longitude - edge) * east < 0.0 ? 1500.0 : 500.0; });
@@ -306,7 +309,7 @@ TEST(GeolocationDem, FailuresPassThrough) {
   EXPECT_THROWS_TEXT(LocateFast(dem, OverTheHills(), 255), "gaussj_fast: Singular Matrix-1");
 }
 
-// A call that its work area does not fit is refused before anything is written.
+// A call whose work area does not fit is refused before anything is written.
 TEST(GeolocationDem, WorkAreasThatDoNotFitAreRefused) {
   FunctionDem dem = Flat(700.0);
   const Geometry g = OverTheHills();
@@ -367,7 +370,7 @@ TEST(Geodetic, ComesBackFromTheForwardConversion) {
   EXPECT_NEAR(pole.height_m, 5.0, 1e-9);
 }
 
-// The plain routine gives the same numbers on general vectors, and fails under its own name.
+// The plain routine returns the same numbers on general vectors and fails under its own name.
 TEST(GeolocationPlain, EqualsTheFastOne) {
   Geometry g = OverTheHills();
   g.look = -1.0;

@@ -39,18 +39,18 @@ geo::GroundPoint Solve(const Geometry& g) {
 // Difference of two angles in degrees, across the full circle.
 double Apart(double a, double b) { return std::abs(std::remainder(a - b, 360.0)); }
 
-// The inputs in the order of the input dump, with the names that the tables give them.
+// The inputs in the order of the input dump, with the names that the tables use.
 double& Input(Geometry& g, std::size_t i) {
   const std::array<double*, 12> inputs = {&g.look,      &g.height,    &g.rpole,     &g.requator,
                                           &g.fast_time, &g.sat_pos.x, &g.sat_pos.y, &g.sat_pos.z,
                                           &g.sat_vel.x, &g.sat_vel.y, &g.sat_vel.z, &g.doppler};
-  return *inputs.at(i);  // refuses a name that is none
+  return *inputs.at(i);  // refuses an unknown name
 }
 constexpr std::array<std::string_view, 12> kInputNames = {
     "look", "height", "rpole", "requator", "fast_time", "px", "py", "pz", "vx", "vy", "vz", "d"};
 
-// 35 degrees off the nadir of a sensor 622 km above the equator, but for inputs that are given by
-// name and value.
+// 35 degrees off the nadir of a sensor 622 km above the equator, except for inputs with a name and
+// value here.
 Geometry Plain(const std::string& inputs = "") {
   Geometry g{.sat_pos = {7e6, 0.1, -3.0}, .sat_vel = {0.5, -1.0, 7500.0}, .fast_time = 0.0052};
   std::istringstream words(inputs);
@@ -61,7 +61,7 @@ Geometry Plain(const std::string& inputs = "") {
   return g;
 }
 
-// Every output against its definition, computed here by other means.
+// Compares every output with its definition, computed here by other means.
 TEST(GeolocationFast, RandomResultsFitTheirDefinitions) {
   const ScopedLog log(Level::kDebug);
   RandomGeometries next(7);
@@ -96,7 +96,7 @@ TEST(GeolocationFast, RandomResultsFitTheirDefinitions) {
                               std::asin(g.sat_pos.z / Length(g.sat_pos)));
     const double heading =
         std::atan2(Dot(g.sat_vel, at_sensor.east), Dot(g.sat_vel, at_sensor.north)) / kDegree;
-    // The arc sine of this check is good to 1e-8 rad next to the poles.
+    // The arc sine of this check is accurate to 1e-8 rad near the poles.
     ASSERT_LT(Apart(located.heading, heading), 1e-6);
     for (const double angle : {located.heading, located.longitude}) {
       ASSERT_GE(angle, 0.0);
@@ -156,7 +156,7 @@ TEST(GeolocationFast, RealScenesTakeFewIterations) {
   }
 }
 
-// A failed call throws, leaves every place as it was, and has written its lines.
+// A failed call throws after it has written its lines, and does not change any output argument.
 std::string LogOfFailedCall(const Geometry& g, const std::string& message) {
   Located untouched;
   const ScopedLog log;
@@ -179,14 +179,14 @@ TEST(GeolocationFast, FailuresHaveTheirLines) {
   }
 }
 
-// The polar radius counts, without the height.
+// The polar radius without the height is the limit.
 TEST(GeolocationFast, SensorBelowTheRaisedEllipsoid) {
   EXPECT_NO_THROW(
       Locate(Plain("px 0 py 0 pz 6356752.315 vx 7500 vy 0 vz 0 height 1000 fast_time 1.3e-5")));
 }
 
-// Towards the point below the sensor the iteration slows down. What takes 20 steps is a solution,
-// what takes 21 is none.
+// Towards the point below the sensor the iteration slows down. A result after 20 steps is a
+// solution; 21 steps are a failure.
 TEST(GeolocationFast, IterationLimit) {
   Geometry g;
   int most = 0;
@@ -207,7 +207,8 @@ TEST(GeolocationFast, IterationLimit) {
   EXPECT_THAT(log, testing::EndsWith(" tolerance 1e-09\n"));
 }
 
-// Whatever is not finite, and the largest finite numbers, end in one of the documented failures.
+// Inputs that are not finite, and the largest finite numbers, end in one of the documented
+// failures.
 TEST(GeolocationFast, AbsurdNumbersFail) {
   using Limits = std::numeric_limits<double>;
   for (std::size_t input = 0; input < kInputNames.size(); ++input) {

@@ -25,14 +25,14 @@ struct Geometry {
   double doppler = 0.0;
 };
 
-/// All that a geolocation gives; what none has written is -1.
+/// All outputs of a geolocation; -1 marks one that was not written.
 struct Located {
   VECTOR_3D<double> ground;
   double heading = -1.0, latitude = -1.0, longitude = -1.0, incidence = -1.0, height = -1.0;
   friend bool operator==(const Located&, const Located&) = default;
 };
 
-/// The place that geolocation_fast() gives back.
+/// The reference that geolocation_fast() returns.
 inline const double& LocateInto(Located& l, const Geometry& g) {
   GEOLOCATION_WORKSPACE workspace;
   const double& place = geolocation_fast(workspace, g.sat_pos, g.sat_vel, l.ground, l.heading,
@@ -79,8 +79,8 @@ inline Geometry MakeGeometry(double longitude, double latitude, double bearing, 
   return g;
 }
 
-/// Low orbits over all places and headings, incidence 5 to 85 degrees, both look sides; half of
-/// them with climb and Doppler.
+/// Low orbits over all places and headings, with incidences from 5 to 85 degrees and both look
+/// sides. Half of them have climb and Doppler.
 class RandomGeometries {
  public:
   explicit RandomGeometries(unsigned seed) : random_(seed) {}

@@ -1,5 +1,5 @@
-// Linear algebra in quadruple precision, written for the tests alone: what the solvers are held
-// against. Indices run from 0.
+// Linear algebra in quadruple precision, written only for the tests, which compare the solvers with
+// it. Indices run from 0.
 #pragma once
 
 #include <algorithm>
@@ -17,7 +17,8 @@ using QuadMatrix = std::vector<std::vector<Quad>>;
 
 inline Quad Abs(Quad value) { return value < 0 ? -value : value; }
 
-/// The inverse by elimination with row pivoting; with 113 bits its own error is beyond double.
+/// The inverse by elimination with row pivoting; with 113 bits its own error is below the precision
+/// of double.
 inline QuadMatrix Inverse(QuadMatrix a) {
   const std::size_t n = a.size();
   for (std::size_t i = 0; i < n; ++i) {
@@ -77,7 +78,7 @@ QuadMatrix ToQuad(const MATRIX<T>& m) {
   return result;
 }
 
-/// |a - b| relative to |b|, both by Norm(); as it is if b is zero.
+/// |a - b| relative to |b|, both by Norm(); not relative if b is zero.
 inline double Distance(QuadMatrix a, const QuadMatrix& b) {
   for (std::size_t i = 0; i < a.size(); ++i) {
     for (std::size_t j = 0; j < a[i].size(); ++j) a[i][j] -= b[i][j];
@@ -101,7 +102,7 @@ MATRIX<T> Filled(int rows, int columns, auto element) {
   return m;
 }
 
-/// Elements evenly distributed in -1..1; the same in every run.
+/// Elements evenly distributed in -1..1, the same in every run.
 template <class T>
 MATRIX<T> Random(int rows, int columns) {
   static std::mt19937 generator(20261121);

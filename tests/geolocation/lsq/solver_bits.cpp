@@ -1,5 +1,6 @@
-// Prints every bit of what the solvers make of random systems: built twice, for the compiler's
-// plain processor and for this one with all that it can, and the two outputs must be the same.
+// Prints every bit of the solvers' results for random systems. It is built twice, for the
+// compiler's plain processor and for this one with all its instructions, and the two outputs must
+// be equal.
 #include <cstdio>
 #include <cstdlib>
 #include <span>
@@ -57,6 +58,6 @@ void Run(int n) {
 int main() {
   for (int n = 1; n <= 9; ++n) {
     Run<double>(n);
-    if (n < 5) Run<float>(n);  // beyond, its normal equations are singular
+    if (n < 5) Run<float>(n);  // larger systems make its normal equations singular
   }
 }

@@ -18,7 +18,7 @@ using lsq::LfitWorkspace;
 using testing::ExitedWithCode;
 using testing::StartsWith;
 
-// What standard error begins with; a leak checker may add that an exit in the middle frees nothing.
+// The start of standard error; a leak checker may add that an exit in the middle frees nothing.
 std::string Report(const std::string& message) {
   return "Numerical Recipes run-time error...\n" + message + "\n...now exiting to system...\n";
 }
@@ -36,8 +36,9 @@ class Solvers : public testing::Test {};
 using Numbers = testing::Types<float, double>;
 TYPED_TEST_SUITE(Solvers, Numbers);
 
-// Solves with both flavours and compares solution and inverse with the quadruple ones. A stable
-// elimination errs by a small multiple of n * condition * epsilon; observed are up to 0.6 of it.
+// Solves with both flavours and compares solution and inverse with the quadruple ones. The error of
+// a stable elimination is a small multiple of n * condition * epsilon; up to 0.6 of the bound was
+// observed.
 template <class T>
 void ExpectSolved(const MATRIX<T>& a) {
   const int n = a.Rows().Length();
@@ -62,7 +63,7 @@ void ExpectSolved(const MATRIX<T>& a) {
 
 TYPED_TEST(Solvers, EliminationIsAsGoodAsTheSystemsCondition) {
   for (int n = 1; n <= 20; ++n) ExpectSolved(Random<TypeParam>(n, n));
-  // The condition grows by a factor of 30 with n: as far as the type reaches.
+  // The condition grows by a factor of 30 with n; the sizes go as far as the type allows.
   for (int n = 1; n <= (sizeof(TypeParam) == sizeof(double) ? 10 : 5); ++n) {
     ExpectSolved(Hilbert<TypeParam>(n));
   }
@@ -129,8 +130,8 @@ struct FitCase {
   }
 };
 
-// Holds a polynomial fit against its definition in quadruple precision; `before` is what it started
-// from.
+// Compares a polynomial fit with its definition in quadruple precision; `before` holds the
+// parameters from which it started.
 template <class T>
 void ExpectFitted(const FitCase<T>& fit, const ARRAY<T>& before) {
   QuadMatrix design, residuals;  // in units of the deviations; kept parameters have no design
@@ -152,15 +153,15 @@ void ExpectFitted(const FitCase<T>& fit, const ARRAY<T>& before) {
     if (fit.ia.Elements()[j] != 0) continue;
     EXPECT_EQ(fit.a.Elements()[j], before.Elements()[j]);
     normal[j][j] += 1;
-    covariance[j][j] += 1;  // was zero, if the product below is the identity
+    covariance[j][j] += 1;  // zero before, if the product below is the identity
   }
-  // The normal equations square the condition of the basis; the sums over the samples add their
-  // share to what the elimination loses.
+  // The normal equations square the condition of the basis. The sums over the samples add their
+  // share to the error of the elimination.
   const double bound = fit.x.Length() * Norm(normal) * Norm(covariance) *
                        static_cast<double>(std::numeric_limits<T>::epsilon());
   ASSERT_LT(bound, 1.0) << "the case is worth nothing";
   EXPECT_LE(DistanceFromIdentity(Times(normal, covariance)), bound);
-  // How far the parameters are from those that turn the gradient to zero.
+  // The distance of the parameters from those at which the gradient is zero.
   EXPECT_LE(Norm(Times(covariance, Times(Transposed(design), residuals))), bound);
   EXPECT_LE(static_cast<double>(Abs(ToQuad(fit.chisq) / chisq - 1)), bound);
 }
@@ -182,7 +183,7 @@ TYPED_TEST(Solvers, FitIsAsGoodAsTheNormalEquations) {
     ARRAY<int> ia(RANGE<int>(1, 4));
     for (int j = 0; j < 4; ++j) ia[j + 1] = (kept >> j & 1) == 0 ? j - 4 : 0;
     FitCase<T> plain{x, y, sig, start, ia};
-    std::ranges::fill(plain.covar.Elements(), T(7));  // none of it may stay
+    std::ranges::fill(plain.covar.Elements(), T(7));  // nothing of it may remain
     plain.RunPlain();
     ExpectFitted(plain, start);
     FitCase<T> fast{x, y, sig, start, ia};

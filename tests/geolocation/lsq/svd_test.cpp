@@ -32,9 +32,9 @@ struct Factors {
   }
 };
 
-// U diag(w) V^T against the matrix, and V^T V and U^T U against the identity: w then are the
-// singular values. What is summed up from the m + n reflections and the rotations is a small
-// multiple of epsilon; observed are up to 0.4 of the bound.
+// Compares U diag(w) V^T with the matrix, and V^T V and U^T U with the identity; w then holds the
+// singular values. The error of the m + n reflections and the rotations is a small multiple of
+// epsilon; up to 0.4 of the bound was observed.
 template <class T>
 void ExpectDecomposed(const MATRIX<T>& a) {
   const int m = a.Rows().Length();
@@ -73,7 +73,7 @@ TYPED_TEST(Decomposition, HoldsForAllShapes) {
     ExpectDecomposed(
         Filled<T>(9, 6, [&](int i, int j) { return scale * static_cast<double>(a(i, j)); }));
   }
-  // A zero on the diagonal of the bidiagonal form takes a path of its own.
+  // A zero on the diagonal of the bidiagonal form is handled by code of its own.
   ExpectDecomposed(Filled<T>(5, 5, [](int i, int j) { return j == i + 1 ? i : 0; }));
   ExpectDecomposed(Filled<T>(6, 6, [](int i, int j) {
     return j == i + 1 ? 1 : j == i && i != 3 ? 2 : 0;
@@ -126,7 +126,8 @@ TEST(SvdFit, RecoversPolynomialsToTheConditionOfTheBasis) {
   }
   const SvdFit fit = Fitted(x, y, sig, int{known.size()}, Powers<double>);
   const auto [least, most] = std::ranges::minmax(fit.w.Elements());
-  // The residual is zero, so that the condition enters once, not squared; observed is 0.3 of it.
+  // The residual is zero, so the condition enters once and is not squared; 0.3 of the bound was
+  // observed.
   const double bound = most / least * std::numeric_limits<double>::epsilon();
   EXPECT_THAT(fit.a.Elements(), testing::Pointwise(testing::DoubleNear(bound), known));
   EXPECT_NEAR(fit.chisq, 0.0, 1e-24);
@@ -145,7 +146,8 @@ TEST(SvdFit, SharesBetweenWhatTheSamplesDoNotTellApart) {
   // 1 + 4 x
   const SvdFit fit = Fitted({1, {-2.0, -1.0, 0.0, 1.0, 2.0}}, {1, {-7.0, -3.0, 1.0, 5.0, 9.0}},
                             {1, {1.0, 1.0, 1.0, 1.0, 1.0}}, 4, basis);
-  // The shortest solution: the slope in two equal parts, nothing for a basis function that is zero.
+  // The shortest solution has the slope in two equal parts and nothing for a basis function that is
+  // zero.
   EXPECT_THAT(fit.a.Elements(),
               testing::Pointwise(testing::DoubleNear(1e-14), {1.0, 2.0, 2.0, 0.0}));
   EXPECT_NEAR(fit.chisq, 0.0, 1e-26);

@@ -8,14 +8,14 @@
 #include <functional>
 #include <string>
 
-// With the address sanitizer too, what can not be allocated is null (after a warning, before our
-// lines) and not the end of the program.
+// Even with the address sanitizer, memory that cannot be allocated is a null pointer (after a
+// warning, before our lines) and does not end the program.
 extern "C" const char* __asan_default_options();
 extern "C" const char* __asan_default_options() { return "allocator_may_return_null=1"; }
 
 namespace {
 
-// Writes every element between the bounds; the sanitizer sees what is outside or not freed.
+// Writes every element between the bounds; the sanitizer detects what is outside or not freed.
 template <class T>
 void Exercise(T* (*allocate)(long, long), void (*release)(T*, long, long)) {
   for (const auto& [low, high] : {std::pair{1L, 5L}, {-3L, 3L}, {1L, 0L}, {100L, 101L}}) {
@@ -40,7 +40,7 @@ void Exercise(T** (*allocate)(long, long, long, long),
     }
     release(m, 1, rows, -2, columns - 3);
   }
-  // Bounds at the end of the numbers are handed back as well.
+  // Storage with bounds at the limits of the numbers can be freed as well.
   release(allocate(LONG_MIN, LONG_MIN + 1, LONG_MIN, LONG_MIN), LONG_MIN, LONG_MIN + 1, LONG_MIN,
           LONG_MIN);
 }
