@@ -52,14 +52,25 @@ struct Direction {
   double sin = 0.0;
 };
 
-bool LongitudeIsUndefined(const Vector& v) { return std::isnan(v.x) || std::isnan(v.y); }
+// The distance from the earth's axis, also where its square underflows.
+double AxisDistance(const Vector& v) {
+  constexpr double kSquareUnderflows = 1e-150;
+  const double distance = std::sqrt(v.x * v.x + v.y * v.y);
+  return distance > kSquareUnderflows ? distance : std::hypot(v.x, v.y);
+}
+
+// Whether no quadrant is that of the vector. West of the y axis y is not asked for: deliberate, a
+// sensor with such a y fails later, at its ground point.
+bool LongitudeIsUndefined(const Vector& v) {
+  return std::isnan(v.x) || (std::isnan(v.y) && !(v.x < 0.0));
+}
 
 // Longitude of a vector whose longitude is defined. On the axis it is 90 degrees by convention.
 Direction LongitudeDirection(const Vector& v) {
   if (v.x == 0.0) {
     return v.y >= 0.0 ? Direction{kCosHalfPi, 1.0} : Direction{kCosThreeHalfPi, -1.0};
   }
-  const double axis_distance = std::sqrt(v.x * v.x + v.y * v.y);
+  const double axis_distance = AxisDistance(v);
   return {v.x / axis_distance, v.y / axis_distance};
 }
 
@@ -238,7 +249,8 @@ GroundPoint LocateOnEllipsoid(const RangeDopplerQuery& query, const LocalFrame& 
   ground.position = query.sat_pos + ground.look;
   ground.iterations = iteration;
   // A residual that is not a number ends the iteration too, but it is no solution.
-  if (LongitudeIsUndefined(ground.position) || std::isnan(radius + range + doppler)) {
+  if (std::isnan(ground.position.x) || std::isnan(ground.position.y) ||
+      std::isnan(radius + range + doppler)) {
     FailWithoutLongitude(query, ground.position);
   }
   LogLine(LogLevel::kTrace, query.routine, ": ", iteration, " iterations.\n");
