@@ -76,7 +76,7 @@ struct ToCoreValue {
 
   [[nodiscard]] RANGE<int> RangeOf(std::int32_t first, std::size_t count) const {
     if (count > static_cast<std::size_t>(std::numeric_limits<int>::max())) RefuseSize();
-    const RANGE<int> range(first, static_cast<int>(count));
+    RANGE<int> range(first, static_cast<int>(count));
     if (!pool::IsIndexRange(range)) RefuseSize();
     return range;
   }
@@ -165,7 +165,7 @@ constexpr auto kToCore = ToCoreTable(kIds);
 
 }  // namespace
 
-Value FromCore(pool::AnyValue value) { return kFromCore[value.index()](value); }
+Value FromCore(const pool::AnyValue& value) { return kFromCore[value.index()](value); }
 
 pool::AnyValue ToCore(std::string_view key, const Value& value) {
   return kToCore[value.index()](key, value);

@@ -7,7 +7,7 @@
 namespace quellmark::api {
 
 /// The value with the same index.
-[[nodiscard]] Value FromCore(pool::AnyValue value);
+[[nodiscard]] Value FromCore(const pool::AnyValue& value);
 /// The value with the same index. Throws INVALID_PARAMETER_VALUE after an ALARM line under `key`
 /// for a size that does not fit, ERROR_NO_MEMORY.
 [[nodiscard]] pool::AnyValue ToCore(std::string_view key, const Value& value);
