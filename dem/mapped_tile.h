@@ -68,10 +68,10 @@ class MappedTile {
     const double north_fraction = y - (south_ + row);
     if (std::min(east_fraction, north_fraction) < 0.0) return false;
     const unsigned char* const at = first_value_ + column * per_column_ + row * per_row_;
-    const Wide south_west = LoadAs<Value>(at);
-    const Wide south_east = LoadAs<Value>(at + per_column_);
-    const Wide north_west = LoadAs<Value>(at + per_row_);
-    const Wide north_east = LoadAs<Value>(at + per_row_ + per_column_);
+    const auto south_west = static_cast<Wide>(LoadAs<Value>(at));
+    const auto south_east = static_cast<Wide>(LoadAs<Value>(at + per_column_));
+    const auto north_west = static_cast<Wide>(LoadAs<Value>(at + per_row_));
+    const auto north_east = static_cast<Wide>(LoadAs<Value>(at + per_row_ + per_column_));
     if (south_west == missing || south_east == missing || north_west == missing ||
         north_east == missing) {
       return false;

@@ -32,6 +32,8 @@ void ORBIT_BASE::ReadSource(PARAMETER_POOL&) { FailNotProvided("ReadSource"); }
 void ORBIT_BASE::SetReferenceTime(const STRING&) { FailNotProvided("SetReferenceTime"); }
 void ORBIT_BASE::ReadSamples(PARAMETER_POOL&) { FailNotProvided("ReadSamples"); }
 void ORBIT_BASE::ReadFromParameterPool(const STRING&) { FailNotProvided("ReadFromParameterPool"); }
+// The classes that provide it take the vectors over.
+// NOLINTNEXTLINE(performance-unnecessary-value-param)
 void ORBIT_BASE::SetStateVectors(quellmark::orbit::StateVectors, bool) {
   FailNotProvided("SetStateVectors");
 }

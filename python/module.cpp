@@ -58,6 +58,8 @@ void Raise(const Error& error) {
 }  // namespace
 
 void BindErrors() {
+  // The library asks for this very signature.
+  // NOLINTNEXTLINE(performance-unnecessary-value-param)
   py::register_exception_translator([](std::exception_ptr thrown) {
     try {
       if (thrown) std::rethrow_exception(thrown);

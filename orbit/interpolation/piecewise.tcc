@@ -105,9 +105,9 @@ Piecewise<T, Kind> Piecewise<T, Kind>::Local(SharedSamples samples, const Reques
     if (!request.logs_spans || !runtime::Log().Passes(Level::kParameter)) continue;
     // "polynom count;": kept exactly, do not correct.
     LogLine(Level::kParameter, "LOCAL_INTERPOLATION: polynom count; ", spans, "\n");
-    BoundText start(bounds[0]);
+    BoundText start(static_cast<double>(bounds[0]));
     for (std::size_t j = 0; j < spans; ++j) {
-      const BoundText stop(bounds[j + 1]);
+      const BoundText stop(static_cast<double>(bounds[j + 1]));
       LogLine(Level::kParameter, "idx_start=", j, " idx_stop=", j + m - 1,
               " t_start=", start.View(), " t_stop=", stop.View(), "\n");
       start = stop;

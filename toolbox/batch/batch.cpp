@@ -63,7 +63,8 @@ std::string FindStep(const std::string& wanted) {
     if (!folder.empty()) folders.emplace_back(folder);
   }
   for (const std::string& folder : folders) {
-    const std::string program = folder + '/' + name;
+    std::string program = folder;
+    program.append("/").append(name);
     if (fs::is_regular_file(program, error) && ::access(program.c_str(), X_OK) == 0) {
       return program;
     }

@@ -224,8 +224,9 @@ double ShiftWithoutVelocities_m(const Scene& scene, const Samples& samples,
   const Scene without(scene.Parameters(),
                       Orbit::FromStateVectors(StateVectorsOf(samples, first_s), interpolation));
   const SceneParameters& image = scene.Parameters();
-  return DistanceOf(scene.Locate(image.samples / 2, image.lines / 2),
-                    without.Locate(image.samples / 2, image.lines / 2));
+  const std::int32_t sample = image.samples / 2;
+  const std::int32_t line = image.lines / 2;
+  return DistanceOf(scene.Locate(sample, line), without.Locate(sample, line));
 }
 
 struct Misfit {
