@@ -47,7 +47,7 @@ class Program {
 
   // "FILE:LINE: " in front of what is told, as far as it is known and not told already.
   static std::string Placed(const Error& error) {
-    const std::string what = error.what();
+    std::string what = error.what();
     if (error.File().empty() || what.starts_with(error.File())) return what;
     std::string place = error.File() + ':';
     if (error.Line() != 0) place += std::to_string(error.Line()) + ':';
