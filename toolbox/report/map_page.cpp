@@ -37,29 +37,6 @@ struct View {
   }
 };
 
-std::string Escaped(std::string_view text) {
-  std::string escaped;
-  for (const char c : text) {
-    switch (c) {
-      case '&':
-        escaped += "&amp;";
-        break;
-      case '<':
-        escaped += "&lt;";
-        break;
-      case '>':
-        escaped += "&gt;";
-        break;
-      case '"':
-        escaped += "&quot;";
-        break;
-      default:
-        escaped += static_cast<unsigned char>(c) < 0x20 ? ' ' : c;
-    }
-  }
-  return escaped;
-}
-
 std::string Number(double value, int decimals = 3) { return FixedText(value, decimals); }
 
 void AddPoint(std::string& path, const MapPoint& point, bool is_first) {
@@ -218,7 +195,7 @@ std::string TextAt(const MapPoint& at, const std::string& text, double size_px, 
                    const char* attributes) {
   return "<text x=\"" + Number(at.x_km) + "\" y=\"" + Number(at.y_km) + "\" font-size=\"" +
          Number(size_px * view.Pixel_km(), 4) + "\" data-px=\"" + Number(size_px, 0) + "\" " +
-         attributes + '>' + Escaped(text) + "</text>\n";
+         attributes + '>' + XmlText(text) + "</text>\n";
 }
 
 struct LocalGraticule {
@@ -351,7 +328,7 @@ std::string SceneGroup(const MapScene& scene, std::size_t index, const MapProjec
   const MapOutline outline(scene, projection);
   const std::string colour = ColourOf(index);
   std::string group = "<g class=\"scene\" id=\"scene" + std::to_string(index) + "\">\n<title>" +
-                      Escaped(scene.name) + "</title>\n<g fill=\"" + colour + "\">\n" +
+                      XmlText(scene.name) + "</title>\n<g fill=\"" + colour + "\">\n" +
                       IncidenceStrips(outline) + "</g>\n<path class=\"footprint\" d=\"" +
                       PathOf(outline.Points(), true) + "\" stroke=\"" + colour + "\"/>\n";
   std::vector<MapPoint> first_line;
@@ -548,7 +525,7 @@ std::string LegendOf(const std::vector<MapScene>& scenes) {
   for (std::size_t i = 0; i < scenes.size(); ++i) {
     const MapScene& scene = scenes[i];
     legend += std::string("<span><i style=\"background:") + ColourOf(i) + "\"></i>" +
-              Escaped(scene.name) + ", looks " +
+              XmlText(scene.name) + ", looks " +
               (scene.look_side == LookSide::kRight ? "right" : "left") + ", incidence " +
               Number(scene.incidence_near_deg, 1) + "\u00b0 to " +
               Number(scene.incidence_far_deg, 1) + "\u00b0</span>\n";

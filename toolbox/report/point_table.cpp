@@ -25,29 +25,6 @@ std::string JsonNumber(double value, int decimals) {
   return std::isfinite(value) ? FixedText(value, decimals) : "null";
 }
 
-std::string XmlText(std::string_view text) {
-  std::string escaped;
-  for (const char c : text) {
-    switch (c) {
-      case '&':
-        escaped += "&amp;";
-        break;
-      case '<':
-        escaped += "&lt;";
-        break;
-      case '>':
-        escaped += "&gt;";
-        break;
-      case '"':
-        escaped += "&quot;";
-        break;
-      default:
-        escaped += static_cast<unsigned char>(c) < 0x20 ? ' ' : c;
-    }
-  }
-  return escaped;
-}
-
 std::string JsonText(std::string_view text) { return JsonOfText(text).dump(); }
 
 std::string Csv(const PointTable& table) {
@@ -150,6 +127,29 @@ std::string FootprintKml(const std::string& name, const std::vector<Ring>& polyg
 }
 
 }  // namespace
+
+std::string XmlText(std::string_view text) {
+  std::string escaped;
+  for (const char c : text) {
+    switch (c) {
+      case '&':
+        escaped += "&amp;";
+        break;
+      case '<':
+        escaped += "&lt;";
+        break;
+      case '>':
+        escaped += "&gt;";
+        break;
+      case '"':
+        escaped += "&quot;";
+        break;
+      default:
+        escaped += static_cast<unsigned char>(c) < 0x20 ? ' ' : c;
+    }
+  }
+  return escaped;
+}
 
 PointFormat PointFormatFromName(std::string_view name) {
   constexpr std::array<std::string_view, 4> kNames = {"csv", "json", "geojson", "kml"};

@@ -34,6 +34,9 @@ struct PointTable {
 /// A number with that many decimals; never "-0".
 [[nodiscard]] std::string FixedText(double value, int decimals);
 
+/// A text for XML and HTML, with the characters that have a meaning there replaced.
+[[nodiscard]] std::string XmlText(std::string_view text);
+
 [[nodiscard]] std::string TextOf(const PointTable& table, PointFormat format);
 
 /// The outline of the scene `name` as polygons; CSV and JSON list the outline's points.
