@@ -10,9 +10,10 @@
 #include "pool/parameter_pool.h"
 #include "runtime/log.h"
 
+using namespace quellmark::dem;
+
 namespace {
 
-using quellmark::dem::TileAnnotation;
 using quellmark::pool::ValueType;
 using quellmark::runtime::Fail;
 
@@ -78,7 +79,7 @@ DEM_DESCRIPTOR ReadFromPool(PARAMETER_POOL& pool) {
 }
 
 void CheckResolution(const char* key, double full_deg, double resolution_deg) {
-  if (!quellmark::dem::ResolutionIsUsable(full_deg, resolution_deg)) {
+  if (!ResolutionIsUsable(full_deg, resolution_deg)) {
     Fail<ERROR_DESCRIPTOR_VALUE>("DEM descriptor: ", key, " makes no grid of ", full_deg,
                                  " degrees with steps of ", resolution_deg, " degrees\n");
   }

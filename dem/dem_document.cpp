@@ -17,21 +17,10 @@
 #include "dem/raster_file.h"
 #include "runtime/log.h"
 
+using namespace quellmark::dem;
+
 namespace {
 
-using quellmark::dem::CellPoint;
-using quellmark::dem::CornerValues;
-using quellmark::dem::FailSeek;
-using quellmark::dem::FailTooLarge;
-using quellmark::dem::FindPixelType;
-using quellmark::dem::FloorIndex;
-using quellmark::dem::GridCell;
-using quellmark::dem::LoadAs;
-using quellmark::dem::MappedTile;
-using quellmark::dem::TileAnnotation;
-using quellmark::dem::TileExtent;
-using quellmark::dem::TileIndex;
-using quellmark::dem::TilePlace;
 using quellmark::runtime::Fail;
 using quellmark::runtime::LogLevel;
 using quellmark::runtime::LogLine;
@@ -40,11 +29,11 @@ int NearestIndex(double value) { return FloorIndex(std::rint(value)); }
 
 double LoadValue(const unsigned char* bytes, short value_type) {
   switch (value_type) {
-    case quellmark::dem::kPixelInt2:
+    case kPixelInt2:
       return LoadAs<std::int16_t>(bytes);
-    case quellmark::dem::kPixelInt4:
+    case kPixelInt4:
       return LoadAs<std::int32_t>(bytes);
-    case quellmark::dem::kPixelFloat4:
+    case kPixelFloat4:
       return static_cast<double>(LoadAs<float>(bytes));
     default:
       LogLine(LogLevel::kDebug, "read error\n");
@@ -67,13 +56,13 @@ std::string HexAs(double value) {
 }
 
 std::string HexOf(double value, short value_type) {
-  if (value_type == quellmark::dem::kPixelInt2) return HexAs<std::int16_t>(value);
-  if (value_type == quellmark::dem::kPixelInt4) return HexAs<std::int32_t>(value);
+  if (value_type == kPixelInt2) return HexAs<std::int16_t>(value);
+  if (value_type == kPixelInt4) return HexAs<std::int32_t>(value);
   return HexAs<float>(value);
 }
 
 int ValueBytesOf(short value_type) {
-  const quellmark::dem::PixelType* type = FindPixelType(value_type);
+  const PixelType* type = FindPixelType(value_type);
   if (type == nullptr) {
     Fail<ERROR_NOT_SUPPORTED_PIXEL_TYPE>("DEM_DOCUMENT: value type ", value_type,
                                          " is not supported\n");
@@ -111,11 +100,11 @@ DEM_DOCUMENT::DEM_DOCUMENT(const DEM_DESCRIPTOR& descriptor, bool fast)
     grid_.lon_offset_deg = grid_.lon_res_deg * 0.5;
     grid_.lat_offset_deg = grid_.lat_res_deg * 0.5;
   }
-  grid_.lon = quellmark::dem::BoundsOf(360.0, grid_.lon_res_deg);
-  grid_.lat = quellmark::dem::BoundsOf(180.0, grid_.lat_res_deg);
+  grid_.lon = BoundsOf(360.0, grid_.lon_res_deg);
+  grid_.lat = BoundsOf(180.0, grid_.lat_res_deg);
   if (descriptor_.special_coding) {
     missing_value_ = missing_int2_ = *descriptor_.special_coding;
-    if (descriptor_.value_type == quellmark::dem::kPixelFloat4) {  // the file has it rounded
+    if (descriptor_.value_type == kPixelFloat4) {  // the file has it rounded
       missing_value_ = static_cast<double>(static_cast<float>(missing_value_));
     }
   }
@@ -139,11 +128,11 @@ void DEM_DOCUMENT::PlaceTiles() {
     const TileExtent extent =
         TileExtent::Between(upper_left.First(), upper_left.Second(), lower_right.First(),
                             lower_right.Second(), grid_.lon_res_deg);
-    if (!quellmark::dem::DimensionsAreUsable(extent, storage_)) {
+    if (!DimensionsAreUsable(extent, storage_)) {
       Fail<ERROR_DESCRIPTOR_VALUE>("DEM_DOCUMENT: the corners of file ", file, " make a tile of ",
                                    extent.columns, " x ", extent.rows, " values\n");
     }
-    tiles_.push_back({extent, quellmark::dem::OffsetsOf(extent, storage_)});
+    tiles_.push_back({extent, OffsetsOf(extent, storage_)});
   }
 }
 
@@ -156,13 +145,13 @@ bool DEM_DOCUMENT::CheckDescriptor(bool fast) const {
             "implemented yet. Please turn off multithreading if on.\n");
     return false;
   }
-  if (descriptor_.type != quellmark::dem::kDocumentSrf) {
+  if (descriptor_.type != kDocumentSrf) {
     LogLine(LogLevel::kWarning,
             "DEM_DOCUMENT::CheckDescriptor: Non SRF DEM. Memmory mapping not implemented yet. "
             "Please turn off multithreading if on.\n");
     return false;
   }
-  if (descriptor_.value_type != quellmark::dem::kPixelInt2) {
+  if (descriptor_.value_type != kPixelInt2) {
     LogLine(LogLevel::kWarning,
             "DEM_DOCUMENT::CheckDescriptor: Non INT_2 DEM. Memmory mapping not implemented yet. "
             "Please turn off multithreading if on.\n");
@@ -227,7 +216,7 @@ double DEM_DOCUMENT::InterpolateAt(double longitude_deg, double latitude_deg) {
                                 DEM_DOCUMENT::GetGridValue(cell.east, cell.south),
                                 DEM_DOCUMENT::GetGridValue(cell.west, cell.north),
                                 DEM_DOCUMENT::GetGridValue(cell.east, cell.north)};
-  const auto height_m = quellmark::dem::InterpolateCell(point, corners, missing_value_);
+  const auto height_m = InterpolateCell(point, corners, missing_value_);
   if (height_m) return *height_m;
   LogLine(LogLevel::kException,
           "GetElevationInterpolated: Fatal DEM interpolation error for lat=", Digits(latitude_deg),
@@ -297,13 +286,13 @@ int DEM_DOCUMENT::SelectSubdocument(int lon_index, int lat_index) {
 
 void DEM_DOCUMENT::OpenTile(int file) {
   const std::string path = PathOf(file);
-  quellmark::basic::UniqueFd fd = quellmark::dem::OpenRaster(path, O_RDONLY);
+  quellmark::basic::UniqueFd fd = OpenRaster(path, O_RDONLY);
   if (!fd.IsOpen()) {
     const int error = errno;
     Fail<ERROR_CANNOT_OPEN_SUBDOC>("DEM_DOCUMENT: can not open ", path, ": ",
                                    std::generic_category().message(error), "\n");
   }
-  const auto size = quellmark::dem::RegularFileSize(fd.Get());
+  const auto size = RegularFileSize(fd.Get());
   if (!size) {
     LogLine(LogLevel::kDebug, "Cannot select subdocument.\n");
     throw ERROR_CANNOT_READ_SUBDOC();

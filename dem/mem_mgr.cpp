@@ -11,14 +11,10 @@
 #include "dem/raster_file.h"
 #include "runtime/log.h"
 
+using namespace quellmark::dem;
+
 namespace {
 
-using quellmark::dem::FindPixelType;
-using quellmark::dem::OpenRaster;
-using quellmark::dem::PixelType;
-using quellmark::dem::ReadSrfHeader;
-using quellmark::dem::RegularFileSize;
-using quellmark::dem::SrfHeader;
 using quellmark::runtime::Fail;
 using quellmark::runtime::LogLevel;
 using quellmark::runtime::LogLine;
@@ -75,8 +71,7 @@ int MEM_MGR::MapSrf(const std::string& path, int open_flag, short pixel_type) {
   if (pixel == nullptr) Fail<ERROR_NOT_SUPPORTED_PIXEL_TYPE>("MEM_MGR: unknown pixeltype\n");
 
   const auto size = static_cast<std::uint64_t>(*file_size);
-  const std::uint64_t header_length =
-      std::uint64_t{quellmark::dem::kSrfHeaderBytes} + header->colormap_length;
+  const std::uint64_t header_length = std::uint64_t{kSrfHeaderBytes} + header->colormap_length;
   if (header->width > kMaxPixels || header->height > kMaxPixels || header_length > size ||
       PixelBytes(*header, *pixel, size - header_length) > size - header_length) {
     LogLine(LogLevel::kAlarm, "MEM_MGR: ", path, " holds ", size, " bytes, less than its header (",
@@ -137,7 +132,7 @@ void MEM_MGR::Release() {
 }
 
 MEM_MGR::ColourTable MEM_MGR::Colours() const {
-  const std::size_t length = header_length_ - (IsMapped() ? quellmark::dem::kSrfHeaderBytes : 0);
+  const std::size_t length = header_length_ - (IsMapped() ? kSrfHeaderBytes : 0);
   if (length == 0) return {};
   const std::size_t part = length / 3;
   const unsigned char* red = Data() - length;

@@ -9,17 +9,18 @@
 #include "dem/raster_file.h"
 #include "runtime/log.h"
 
+using namespace quellmark::dem;
+
 namespace {
 
-using quellmark::dem::SrfHeader;
 using quellmark::runtime::Fail;
 
 enum SrfType : std::uint32_t { kSrfStandard = 1, kSrfFloat = 99, kSrfInteger = 100 };
 
 SrfHeader HeaderOf(const std::string& path) {
-  const quellmark::basic::UniqueFd fd = quellmark::dem::OpenRaster(path, O_RDONLY);
-  const bool is_file = fd.IsOpen() && quellmark::dem::RegularFileSize(fd.Get()).has_value();
-  const auto header = is_file ? quellmark::dem::ReadSrfHeader(fd.Get()) : std::nullopt;
+  const quellmark::basic::UniqueFd fd = OpenRaster(path, O_RDONLY);
+  const bool is_file = fd.IsOpen() && RegularFileSize(fd.Get()).has_value();
+  const auto header = is_file ? ReadSrfHeader(fd.Get()) : std::nullopt;
   if (!header) {
     Fail<ERROR_CANNOT_OPEN_SUBDOC>("SRF_DOCUMENT: can not read header from: ", path, "\n");
   }
@@ -27,7 +28,7 @@ SrfHeader HeaderOf(const std::string& path) {
 }
 
 bool IsSupported(const SrfHeader& header) {
-  return header.magic == quellmark::dem::kSrfMagic &&
+  return header.magic == kSrfMagic &&
          (header.type == kSrfStandard || header.type == kSrfFloat || header.type == kSrfInteger);
 }
 
@@ -35,14 +36,14 @@ bool IsSupported(const SrfHeader& header) {
 
 SRF_DOCUMENT::SRF_DOCUMENT(const DEM_DESCRIPTOR& descriptor, bool fast_mode)
     : DEM_DOCUMENT(descriptor, fast_mode) {
-  if (descriptor_.type != quellmark::dem::kDocumentSrf) {
+  if (descriptor_.type != kDocumentSrf) {
     Fail<ERROR_DESCRIPTOR_VALUE>("SRF_DOCUMENT: document type ", descriptor_.type, " is not SRF\n");
   }
   if (descriptor_.has_header) SRF_DOCUMENT::VerifyTileHeaders();
   EnableFastMode();
 }
 
-unsigned short SRF_DOCUMENT::DocumentType() const { return quellmark::dem::kDocumentSrf; }
+unsigned short SRF_DOCUMENT::DocumentType() const { return kDocumentSrf; }
 
 void SRF_DOCUMENT::VerifyTileHeaders() {
   std::optional<std::uint32_t> colormap_length;
@@ -52,7 +53,7 @@ void SRF_DOCUMENT::VerifyTileHeaders() {
       Fail<ERROR_CANNOT_OPEN_SUBDOC>("Not supported SRF type !\n");
     }
     const bool holds_floats = header.type == kSrfFloat;
-    if (holds_floats != (descriptor_.value_type == quellmark::dem::kPixelFloat4)) {
+    if (holds_floats != (descriptor_.value_type == kPixelFloat4)) {
       Fail<ERROR_CANNOT_OPEN_SUBDOC>("Header and descriptor type information don't match !\n");
     }
     if (colormap_length.value_or(header.colormap_length) != header.colormap_length) {
@@ -61,5 +62,5 @@ void SRF_DOCUMENT::VerifyTileHeaders() {
     colormap_length = header.colormap_length;
   }
   descriptor_.first_offset =
-      static_cast<std::int64_t>(quellmark::dem::kSrfHeaderBytes) + colormap_length.value_or(0);
+      static_cast<std::int64_t>(kSrfHeaderBytes) + colormap_length.value_or(0);
 }

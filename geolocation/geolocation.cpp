@@ -9,19 +9,10 @@
 #include "geolocation/terrain.h"
 #include "runtime/log.h"
 
+using namespace quellmark::geolocation;
+
 namespace {
 
-using quellmark::geolocation::LocalFrame;
-using quellmark::geolocation::Locate;
-using quellmark::geolocation::LocateOnTerrain;
-using quellmark::geolocation::Location;
-using quellmark::geolocation::PowerBasis;
-using quellmark::geolocation::RaisedEllipsoid;
-using quellmark::geolocation::RangeDopplerQuery;
-using quellmark::geolocation::StoreAngles;
-using quellmark::geolocation::TerrainArrays;
-using quellmark::geolocation::TerrainLocation;
-using quellmark::geolocation::TerrainVariant;
 using quellmark::runtime::Fail;
 
 constexpr std::string_view kRoutine = "geolocation";

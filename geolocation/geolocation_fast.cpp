@@ -6,17 +6,10 @@
 #include "basic/errors.h"
 #include "runtime/log.h"
 
+using namespace quellmark::geolocation;
+
 namespace {
 
-using quellmark::geolocation::Locate;
-using quellmark::geolocation::LocateOnTerrain;
-using quellmark::geolocation::Location;
-using quellmark::geolocation::PowerBasis;
-using quellmark::geolocation::RangeDopplerQuery;
-using quellmark::geolocation::StoreAngles;
-using quellmark::geolocation::TerrainArrays;
-using quellmark::geolocation::TerrainLocation;
-using quellmark::geolocation::TerrainVariant;
 using quellmark::runtime::Fail;
 using quellmark::runtime::Log;
 using quellmark::runtime::LogLevel;
@@ -33,9 +26,9 @@ constexpr std::array<NamedArray, 7> kNamedArrays = {{{"ht", &TerrainArrays::ht},
                                                      {"xx", &TerrainArrays::xx},
                                                      {"yy", &TerrainArrays::yy},
                                                      {"zz", &TerrainArrays::zz},
-                                                     {"X_", &TerrainArrays::X_},
-                                                     {"Y_", &TerrainArrays::Y_},
-                                                     {"Z_", &TerrainArrays::Z_}}};
+                                                     {"X_", &TerrainArrays::curve_x},
+                                                     {"Y_", &TerrainArrays::curve_y},
+                                                     {"Z_", &TerrainArrays::curve_z}}};
 
 void FitAnew(TerrainArrays& arrays, const ARRAY<double>& coordinate, ARRAY<double>& coefficients) {
   const int count = arrays.ht.Length();
@@ -48,7 +41,7 @@ void FitAnew(TerrainArrays& arrays, const ARRAY<double>& coordinate, ARRAY<doubl
 // once, with the first fit here; later fits reuse that elimination.
 bool EliminateOnce(TerrainArrays& arrays) {
   try {
-    FitAnew(arrays, arrays.xx, arrays.X_);
+    FitAnew(arrays, arrays.xx, arrays.curve_x);
     return true;
   } catch (const char*) {  // singular: the calls themselves fail with this text
     return false;

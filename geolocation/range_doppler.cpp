@@ -9,7 +9,7 @@
 //   p, q, w    components of X along u, t and n [m]
 //   psi        heading: angle of t from local north towards east
 //   a', b'     equatorial and polar radius of the ellipsoid raised by the target's height [m]
-//   e          1 - b'^2 / a'^2
+//   e2         1 - b'^2 / a'^2, the square of the first eccentricity
 //   r          earth radius at the target [m];  rise = r - b', at most 22 km: carried instead of r,
 //              whose own rounding (1e-9 m) would end up, multiplied, in the ground point
 //   phi        geocentric latitude;  phi_s of the sensor
@@ -87,11 +87,11 @@ double LongitudeDegrees(const Vector& v) {
   return FullCircleDegrees(v.y, v.x);
 }
 
-// r - b' = b' / sqrt(1 - e cos^2 phi) - b', computed without cancellation.
+// r - b' = b' / sqrt(1 - e2 cos^2 phi) - b', computed without cancellation.
 double RiseAt(const RaisedEllipsoid& ellipsoid, double cos2_phi) {
   const double flattening = ellipsoid.e2 * cos2_phi;
   const double rest = 1.0 - flattening;
-  return ellipsoid.rpole_m * flattening / (rest + std::sqrt(rest));
+  return ellipsoid.raised_polar_m * flattening / (rest + std::sqrt(rest));
 }
 
 // The input of a failed call, with which the call can be repeated: 17 digits restore the same
@@ -142,8 +142,8 @@ class Solver {
       : query_(query),
         frame_(frame),
         ellipsoid_(ellipsoid),
-        sensor_above_pole_(frame.radius_m - ellipsoid.rpole_m),
-        sensor_and_pole_(frame.radius_m + ellipsoid.rpole_m),
+        sensor_above_pole_(frame.radius_m - ellipsoid.raised_polar_m),
+        sensor_and_pole_(frame.radius_m + ellipsoid.raised_polar_m),
         range_(query.fast_time_s * kSpeedOfLight_ms * 0.5),
         range2_(range_ * range_),
         half_inverse_radius_(0.5 / frame.radius_m),
@@ -166,7 +166,7 @@ class Solver {
     w_ = w * query_.look_direction;
 
     // sin^2 phi = Z^2 / r^2 with the radius of this step, not that of the candidate.
-    const double radius = ellipsoid_.rpole_m + rise_;
+    const double radius = ellipsoid_.raised_polar_m + rise_;
     const double z = query_.sat_pos.z + p_ * frame_.down.z + q_ * frame_.along.z + w * side_z_;
     const double rise = RiseAt(ellipsoid_, 1.0 - z * z * (1.0 / (radius * radius)));
 
@@ -224,11 +224,11 @@ LocalFrame MakeLocalFrame(const RangeDopplerQuery& query) {
 }
 
 RaisedEllipsoid RaiseEllipsoid(const RangeDopplerQuery& query) {
-  const double rpole = query.rpole_m + query.height_m;
-  const double requator = query.requator_m + query.height_m;
-  const double ratio = rpole / requator;
-  return {.rpole_m = rpole,
-          .e2 = (requator - rpole) / requator * (1.0 + ratio),
+  const double raised_polar_m = query.rpole_m + query.height_m;
+  const double raised_equatorial_m = query.requator_m + query.height_m;
+  const double ratio = raised_polar_m / raised_equatorial_m;
+  return {.raised_polar_m = raised_polar_m,
+          .e2 = (raised_equatorial_m - raised_polar_m) / raised_equatorial_m * (1.0 + ratio),
           .one_minus_e2 = ratio * ratio};
 }
 

@@ -33,9 +33,9 @@ struct LocalFrame {
 
 /// The ellipsoid raised by the target's height.
 struct RaisedEllipsoid {
-  double rpole_m = 0.0;
-  double e2 = 0.0;            ///< first eccentricity squared
-  double one_minus_e2 = 0.0;  ///< 1 - e2, computed without cancellation
+  double raised_polar_m = 0.0;  ///< its polar radius
+  double e2 = 0.0;              ///< first eccentricity squared
+  double one_minus_e2 = 0.0;    ///< 1 - e2, computed without cancellation
 };
 
 /// A solution of the equations.

@@ -3,7 +3,9 @@
 //   a, b       semi-axes of the ellipsoid, not raised [m]
 //   p          distance of a point from the axis [m];  h  its height above the ellipsoid [m]
 //   theta      parametric latitude of Bowring's method;  phi  geodetic latitude, lambda longitude
-//   e2, f2     squares of the first and second eccentricity, (a^2 - b^2) / a^2 and / b^2
+//   e2, ep2    e^2 = (a^2 - b^2) / a^2 and e'^2 = (a^2 - b^2) / b^2, the squares of the first and
+//   the
+//              second eccentricity
 //   error      height above the ellipsoid less the terrain's height below the point [m]
 
 #include "geolocation/terrain.h"
@@ -78,12 +80,12 @@ MeridianPoint ToMeridian(const EllipsoidRecord& ellipsoid, const Vector& point) 
   // On the axis the height formula below would be 0 / 0.
   if (p == 0.0) return {point.z, 0.0, std::abs(point.z) - b};
   const double e2 = (a2 - b2) / a2;
-  const double f2 = (a2 - b2) / b2;
+  const double ep2 = (a2 - b2) / b2;
   // Sines and cosines are computed from the sides of the triangles with the angles theta and phi.
   const double theta_scale = 1.0 / std::sqrt(point.z * a * point.z * a + p * b * p * b);
   const double sin_theta = point.z * a * theta_scale;
   const double cos_theta = p * b * theta_scale;
-  const double opposite = point.z + f2 * b * sin_theta * sin_theta * sin_theta;
+  const double opposite = point.z + ep2 * b * sin_theta * sin_theta * sin_theta;
   const double adjacent = p - e2 * a * cos_theta * cos_theta * cos_theta;
   const double side2 = opposite * opposite + adjacent * adjacent;
   // p / cos phi - a / sqrt(1 - e2 sin^2 phi)
@@ -120,9 +122,10 @@ HeightSample HeightErrorAt(const Search& search, const GeodeticPoint& at) {
 // The point of the fitted curve at the parameter h.
 Vector PointOnCurve(const TerrainArrays& arrays, double h) {
   const int last = arrays.ht.Length();
-  Vector point{arrays.X_[last], arrays.Y_[last], arrays.Z_[last]};
+  Vector point{arrays.curve_x[last], arrays.curve_y[last], arrays.curve_z[last]};
   for (int i = last - 1; i >= 1; --i) {
-    point = {point.x * h + arrays.X_[i], point.y * h + arrays.Y_[i], point.z * h + arrays.Z_[i]};
+    point = {point.x * h + arrays.curve_x[i], point.y * h + arrays.curve_y[i],
+             point.z * h + arrays.curve_z[i]};
   }
   return point;
 }
@@ -220,8 +223,8 @@ int TerrainArrays::Create(std::uint8_t degree) {
   const int length = degree + 1;
   const RANGE<int> range(1, length);
   TerrainArrays made;
-  for (ARRAY<double>* const array :
-       {&made.ht, &made.xx, &made.yy, &made.zz, &made.X_, &made.Y_, &made.Z_, &made.sig}) {
+  for (ARRAY<double>* const array : {&made.ht, &made.xx, &made.yy, &made.zz, &made.curve_x,
+                                     &made.curve_y, &made.curve_z, &made.sig}) {
     if (const int status = array->Create(range); status != kArrayOk) return status;
   }
   for (const int status :
@@ -247,9 +250,9 @@ TerrainLocation LocateOnTerrain(const RangeDopplerQuery& query, DEM_DOCUMENT& de
   const Search search{query, variant, {a, b, a * a, b * b}, dem, arrays};
   const LocalFrame frame = MakeLocalFrame(query);
   SolveAtTrialHeights(search, frame, arrays);
-  variant.fit(arrays, arrays.xx, arrays.X_);
-  variant.fit(arrays, arrays.yy, arrays.Y_);
-  variant.fit(arrays, arrays.zz, arrays.Z_);
+  variant.fit(arrays, arrays.xx, arrays.curve_x);
+  variant.fit(arrays, arrays.yy, arrays.curve_y);
+  variant.fit(arrays, arrays.zz, arrays.curve_z);
 
   RangeDopplerQuery at_terrain = query;
   at_terrain.height_m = BisectAlongCurve(search);

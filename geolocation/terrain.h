@@ -38,10 +38,11 @@ struct GeodeticPoint {
 struct TerrainArrays {
   ARRAY<double> ht;          ///< trial heights [m], d equal steps from -500 to 9000
   ARRAY<double> xx, yy, zz;  ///< ground points at the trial heights [m]
-  ARRAY<double> X_, Y_, Z_;  ///< the curve x(h) = X_[1] + X_[2] h + X_[3] h^2 ..., likewise y and z
-  MATRIX<double> covar;      ///< covariance of the last fit
-  ARRAY<double> sig;         ///< standard deviations of the samples: all 1
-  ARRAY<int> ia;             ///< all 1: every coefficient is fitted
+  /// The fitted curve: x(h) = curve_x[1] + curve_x[2] h + curve_x[3] h^2 ..., likewise y and z.
+  ARRAY<double> curve_x, curve_y, curve_z;
+  MATRIX<double> covar;  ///< covariance of the last fit
+  ARRAY<double> sig;     ///< standard deviations of the samples: all 1
+  ARRAY<int> ia;         ///< all 1: every coefficient is fitted
   lsq::LfitWorkspace<double> lfit;
   bool is_eliminated = false;  ///< `lfit` holds the elimination of the fit's normal equations
 

@@ -6,6 +6,7 @@
 #include "pool/parameter_pool.h"
 #include "runtime/log.h"
 
+using namespace quellmark::orbit;
 using quellmark::pool::ValueType;
 
 template <class T, class V>
@@ -24,10 +25,9 @@ GENERAL_ORBIT<T, V>& GENERAL_ORBIT<T, V>::operator=(const GENERAL_ORBIT& orbit) 
 }
 
 template <class T, class V>
-std::unique_ptr<ORBIT_BASE> GENERAL_ORBIT<T, V>::MakeCore(
-    int type_id, const quellmark::orbit::InterpolationChoice& choice) {
-  std::unique_ptr<ORBIT_BASE> core =
-      quellmark::orbit::CreateCoreObject(type_id, choice.interpolation_id);
+std::unique_ptr<ORBIT_BASE> GENERAL_ORBIT<T, V>::MakeCore(int type_id,
+                                                          const InterpolationChoice& choice) {
+  std::unique_ptr<ORBIT_BASE> core = CreateCoreObject(type_id, choice.interpolation_id);
   core->SetPolynomialFitOrder(choice.polynomial_fit_order);
   core->SetSupportPointCount(choice.support_point_count);
   return core;
@@ -35,7 +35,7 @@ std::unique_ptr<ORBIT_BASE> GENERAL_ORBIT<T, V>::MakeCore(
 
 template <class T, class V>
 void GENERAL_ORBIT<T, V>::TakeOver(std::unique_ptr<ORBIT_BASE> core, int type_id,
-                                   const quellmark::orbit::InterpolationChoice& choice) {
+                                   const InterpolationChoice& choice) {
   core_ = std::move(core);
   orbit_type_id_ = type_id;
   choice_ = choice;
@@ -43,7 +43,6 @@ void GENERAL_ORBIT<T, V>::TakeOver(std::unique_ptr<ORBIT_BASE> core, int type_id
 
 template <class T, class V>
 void GENERAL_ORBIT<T, V>::ReadFromParameterPool(PARAMETER_POOL& pool) {
-  using namespace quellmark::orbit;
   const int type_id =
       quellmark::orbit::OrbitTypeId(pool.Read<ValueType::kStr>("orbit_representation").View());
   const InterpolationChoice choice =
@@ -65,9 +64,7 @@ void GENERAL_ORBIT<T, V>::ReadFromParameterPool(PARAMETER_POOL& pool) {
 
 template <class T, class V>
 void GENERAL_ORBIT<T, V>::ReadFromMemory(std::string_view interpolation,
-                                         const STRING& utc_reference,
-                                         quellmark::orbit::StateVectors vectors) {
-  using namespace quellmark::orbit;
+                                         const STRING& utc_reference, StateVectors vectors) {
   constexpr bool kWithLines = false;
   const int type_id = quellmark::orbit::OrbitTypeId("orbit_pool_double_utc");
   const InterpolationChoice choice = ParseInterpolation(interpolation, {}, kWithLines);

@@ -8,17 +8,7 @@
 #include "basic/errors.h"
 #include "pool/value_reader.h"
 
-using quellmark::pool::IsBlank;
-using quellmark::pool::IsKeyLine;
-using quellmark::pool::IsLineEnd;
-using quellmark::pool::KeyOf;
-using quellmark::pool::kKeyLimit;
-using quellmark::pool::NoValue;
-using quellmark::pool::PoolFile;
-using quellmark::pool::PoolLock;
-using quellmark::pool::PoolValue;
-using quellmark::pool::TokenCursor;
-using quellmark::pool::TypeName;
+using namespace quellmark::pool;
 using quellmark::runtime::Fail;
 using quellmark::runtime::LogLine;
 
@@ -36,18 +26,16 @@ bool IsDirectory(const std::string& path) {
 
 }  // namespace
 
-PARAMETER_POOL::PARAMETER_POOL() : wait_(std::make_shared<quellmark::pool::LockWait>()) {
+PARAMETER_POOL::PARAMETER_POOL() : wait_(std::make_shared<LockWait>()) {
   LogLine(LogLevel::kTrace, "init pool\n");
 }
 
 PARAMETER_POOL::~PARAMETER_POOL() = default;
 
-int PARAMETER_POOL::Open(const std::string& path) {
-  return OpenAs(path, quellmark::pool::OpenPoolFile);
-}
+int PARAMETER_POOL::Open(const std::string& path) { return OpenAs(path, OpenPoolFile); }
 
 int PARAMETER_POOL::OpenForReading(const std::string& path) {
-  return OpenAs(path, quellmark::pool::OpenPoolFileForReading);
+  return OpenAs(path, OpenPoolFileForReading);
 }
 
 int PARAMETER_POOL::OpenAs(const std::string& path, PoolFile (*open_file)(const std::string&)) {
@@ -56,7 +44,7 @@ int PARAMETER_POOL::OpenAs(const std::string& path, PoolFile (*open_file)(const 
     Fail<CAN_NOT_OPEN_POOL>("parameter file ", path, " is a directory!\n");
   }
   path_ = path;
-  directory_ = quellmark::pool::DirectoryOf(path);
+  directory_ = DirectoryOf(path);
   file_ = open_file(path);
   if (!IsOpen()) Fail<CAN_NOT_OPEN_POOL>("can not open parameter file ", path, "\n");
   return Descriptor();
@@ -133,11 +121,11 @@ std::string_view PARAMETER_POOL::FindType(std::string_view key, TokenCursor& cur
   std::string_view line;
   if (!Find(key, line)) {
     LogLine(not_found_level_, "parameter pool: parameter key >> ", key, " << not found\n");
-    if (not_found_level_ == LogLevel::kAlarm) ExplainFailure();  // else the key may well be missing
+    if (not_found_level_ == LogLevel::kAlarm) ExplainFailure();  // else a missing key is expected
     throw PARAMETER_KEY_NOT_FOUND();
   }
   cursor = TokenCursor(line);
-  static_cast<void>(cursor.Next());  // the key, which may be longer than what counts of it
+  static_cast<void>(cursor.Next());  // skips the whole key; KeyOf() may have cut it short
   const std::string_view name = cursor.Next();
   if (name.empty()) FailFor<ERROR_PARAMETER_POOL>(key, " << no type information found\n");
   return name;
@@ -148,9 +136,9 @@ bool PARAMETER_POOL::Has(std::string_view key) {
   return Find(key, line);
 }
 
-quellmark::pool::ValueType PARAMETER_POOL::TypeOf(std::string_view key) {
+ValueType PARAMETER_POOL::TypeOf(std::string_view key) {
   TokenCursor cursor{""};
-  return quellmark::pool::TypeFromName(FindType(key, cursor));
+  return TypeFromName(FindType(key, cursor));
 }
 
 template <quellmark::pool::ValueType kType>
@@ -160,7 +148,7 @@ PoolValue<kType> PARAMETER_POOL::Read(std::string_view key) {
     FailFor<WRONG_PARAMETER_TYPE>(key, " << type ", TypeName(kType), " expected\n");
   }
   try {
-    auto value = quellmark::pool::ReadValue<PoolValue<kType>>(key, cursor, lines_);
+    auto value = ReadValue<PoolValue<kType>>(key, cursor, lines_);
     if (std::string_view line; FindNext(key, line)) {
       LogLine(LogLevel::kWarning, "parameter pool: parameter key >> ", key,
               " << stands twice, the first entry counts\n");

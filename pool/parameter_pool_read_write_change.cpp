@@ -6,8 +6,7 @@
 #include "pool/entry_text.h"
 #include "pool/pool_update.h"
 
-using quellmark::pool::AnyValue;
-using quellmark::pool::PoolLock;
+using namespace quellmark::pool;
 using quellmark::runtime::Fail;
 using quellmark::runtime::LogLine;
 
@@ -18,11 +17,11 @@ PARAMETER_POOL_READ_WRITE_CHANGE::PARAMETER_POOL_READ_WRITE_CHANGE(const std::st
 }
 
 PARAMETER_POOL_READ_WRITE_CHANGE::~PARAMETER_POOL_READ_WRITE_CHANGE() {
-  if (update_failed_) return;  // the caller was told that the file has not changed
+  if (update_failed_) return;  // the caller already knows of the failure
   try {
     PARAMETER_POOL_READ_WRITE_CHANGE::Close();
   } catch (const ERROR_EXCEPTION&) {
-    // The log has said what happened.
+    // The failure was logged before it was thrown.
   } catch (...) {
     LogLine(LogLevel::kAlarm, "can not update parameter pool: ", Path(), "\n");
   }
@@ -38,9 +37,9 @@ void PARAMETER_POOL_READ_WRITE_CHANGE::AddValue(std::string_view key, const AnyV
 
 void PARAMETER_POOL_READ_WRITE_CHANGE::SetValue(std::string_view key, const AnyValue& value,
                                                 const std::vector<std::string>& comments) try {
-  // What no update could write would be lost in silence.
+  // Without a file, no update could ever write the entry, and it would be lost silently.
   RequireOpen();
-  pending_.Set(std::string(key), quellmark::pool::EntryText(key, value, comments));
+  pending_.Set(std::string(key), EntryText(key, value, comments));
   update_failed_ = false;
 } catch (const std::bad_alloc&) {
   Fail<ERROR_NO_MEMORY>("parameter pool: parameter key >> ", key, " << not enough memory\n");
@@ -60,7 +59,7 @@ void PARAMETER_POOL_READ_WRITE_CHANGE::LockForUpdate() {
 void PARAMETER_POOL_READ_WRITE_CHANGE::Update() {
   if (!IsOpen()) return;
   LockForUpdate();
-  quellmark::pool::PoolUpdate update(Descriptor(), Path(), Directory());
+  PoolUpdate update(Descriptor(), Path(), Directory());
   try {
     update.Run(pending_);
     update_failed_ = false;

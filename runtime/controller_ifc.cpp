@@ -19,11 +19,7 @@
 #include "runtime/signal_hold.h"
 #include "runtime/streams.h"
 
-using quellmark::runtime::Fail;
-using quellmark::runtime::Log;
-using quellmark::runtime::LogLevel;
-using quellmark::runtime::LogLine;
-using quellmark::runtime::SignalHold;
+using namespace quellmark::runtime;
 
 namespace {
 
@@ -86,7 +82,7 @@ void InstallSignalStack() {
 bool WriteBeside(const char* path, char digit) {
   const int fd = ::open(path, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0666);
   if (fd < 0) return false;
-  const bool written = quellmark::runtime::WriteQuietly(fd, {&digit, 1});
+  const bool written = WriteQuietly(fd, {&digit, 1});
   if (::close(fd) == 0 && written) return true;
   static_cast<void>(::unlink(path));
   return false;
@@ -99,7 +95,7 @@ bool Overwrite(const char* path, char digit) {
   if (fd < 0) return false;
   struct stat status {};
   const bool written = ::fstat(fd, &status) == 0 && S_ISREG(status.st_mode) &&
-                       quellmark::runtime::WriteQuietly(fd, {&digit, 1}) && ::ftruncate(fd, 1) == 0;
+                       WriteQuietly(fd, {&digit, 1}) && ::ftruncate(fd, 1) == 0;
   return ::close(fd) == 0 && written;
 }
 
@@ -191,7 +187,7 @@ void CONTROLLER_IFC::init(int argc, char** argv, int message_mode) {
   InstallSignalHandler();
   FindProcessName();
   FindStatusFiles();
-  Unblock(quellmark::runtime::kFatalSignals);  // the handler now knows every path that it needs
+  Unblock(kFatalSignals);  // the handler now knows every path that it needs
   OpenConfigurationFile();
   MoveLog();
   SetThresholds();
@@ -221,7 +217,7 @@ void CONTROLLER_IFC::InstallSignalHandler() {
   sigemptyset(&action.sa_mask);
   sigaddset(&action.sa_mask, SIGPIPE);
   sigaddset(&action.sa_mask, SIGXFSZ);
-  for (const int number : quellmark::runtime::kFatalSignals) {
+  for (const int number : kFatalSignals) {
     static_cast<void>(::sigaction(number, &action, nullptr));
   }
 }
@@ -230,15 +226,14 @@ void CONTROLLER_IFC::InstallSignalHandler() {
 void CONTROLLER_IFC::HandleSignal(int number, siginfo_t* info, void* /*context*/) {
   // A write to a log at its size limit has raised this signal, and that write is to fail quietly.
   const bool own = info->si_code == SI_USER && info->si_pid == ::getpid();
-  if (number == SIGXFSZ && own && quellmark::runtime::IsWritingQuietly()) return;
+  if (number == SIGXFSZ && own && IsWritingQuietly()) return;
   static std::atomic_flag entered;
   if (entered.test_and_set()) ::_exit(EXIT_FAILURE);
 
   std::array<char, 12> buffer;
   const auto end = std::to_chars(buffer.data(), buffer.data() + buffer.size(), number).ptr;
   const std::string_view digits(buffer.data(), static_cast<std::size_t>(end - buffer.data()));
-  Log().WriteFromSignal(LogLevel::kAlarm, {"got fatal signal ", digits, ": ",
-                                           quellmark::runtime::SignalName(number)});
+  Log().WriteFromSignal(LogLevel::kAlarm, {"got fatal signal ", digits, ": ", SignalName(number)});
   const CONTROLLER_IFC* const controller = Registered();
   if (controller == nullptr) ::_exit(-1);
   if (controller->message_mode_) {
@@ -342,10 +337,10 @@ void CONTROLLER_IFC::MoveLog() {
 void CONTROLLER_IFC::SetThresholds() {
   std::string level;
   if (GetOptionalParameter("lfl", level)) {
-    Log().SetFileThreshold(quellmark::runtime::ParseLogLevel(level));
+    Log().SetFileThreshold(ParseLogLevel(level));
   }
   if (GetOptionalParameter("lsl", level)) {
-    Log().SetScreenThreshold(quellmark::runtime::ParseLogLevel(level));
+    Log().SetScreenThreshold(ParseLogLevel(level));
   }
 }
 
@@ -422,11 +417,11 @@ void CONTROLLER_IFC::AskKeyboard(std::string_view name, std::string& value) {
   LogLine(LogLevel::kDebug, "waiting ", seconds, " seconds for input\n");
   LetAlarmEndTheProcess();
   ::alarm(seconds);
-  quellmark::runtime::WriteQuietly(STDOUT_FILENO, std::string(name) + " := ");
+  WriteQuietly(STDOUT_FILENO, std::string(name) + " := ");
   const bool found = keyboard_.ReadWord(value);
   ::alarm(0);
   if (!found) {
-    quellmark::runtime::WriteQuietly(STDOUT_FILENO, "\n");  // ends the prompt's line
+    WriteQuietly(STDOUT_FILENO, "\n");  // ends the prompt's line
     Fail<ERROR_PARAMETER>("no value for parameter ", name, ": the input has ended");
   }
   LogLine(LogLevel::kDebug, "Read from keyboard parameter ", name, " = ", value);

@@ -19,12 +19,8 @@
 #include "runtime/signal_hold.h"
 #include "runtime/streams.h"
 
+using namespace quellmark::runtime;
 using quellmark::basic::UniqueFd;
-using quellmark::runtime::CopyAll;
-using quellmark::runtime::LogLevelTag;
-using quellmark::runtime::SignalHold;
-using quellmark::runtime::WriteAll;
-using quellmark::runtime::WriteQuietly;
 
 namespace {
 
@@ -107,8 +103,8 @@ void LOG::Initialise(std::span<const std::string_view> directories) noexcept {
   if (sink_ || initialisations_++ > 0) return;
   start_time_ = std::time(nullptr);
   start_ = std::chrono::steady_clock::now();
-  quellmark::runtime::EnsureStandardStreams();
-  quellmark::runtime::IgnoreWriteSignals();
+  EnsureStandardStreams();
+  IgnoreWriteSignals();
   const SignalHold hold;
   name_ = "global";
   screen_threshold_ = Level::kDebug;

@@ -5,9 +5,7 @@
 #include "runtime/log.h"
 #include "time/calendar.h"
 
-using quellmark::time::kMicrosecondsPerDay;
-using quellmark::time::kMicrosecondsPerMillisecond;
-using quellmark::time::kMillisecondsPerDay;
+using namespace quellmark::time;
 
 namespace {
 
@@ -24,7 +22,7 @@ bool Exceeds(long long field, long long addend) {
 
 DURATION OfWholeMicroseconds(double microseconds) {
   if (!(std::fabs(microseconds) < kWholeMicrosecondsLimit)) {  // also refuses NaN and infinity
-    quellmark::time::FailDurationRange(0, 0, 0);
+    FailDurationRange(0, 0, 0);
   }
   return DURATION::FromMicroseconds(static_cast<long long>(microseconds));
 }
@@ -81,7 +79,7 @@ DURATION DURATION::operator-() const {
 void DURATION::Add(long long days, long long milliseconds, long long microseconds) {
   if (Exceeds(days_, days) || Exceeds(milliseconds_, milliseconds) ||
       Exceeds(microseconds_, microseconds)) {
-    quellmark::time::FailDurationRange(days_, milliseconds_, microseconds_);
+    FailDurationRange(days_, milliseconds_, microseconds_);
   }
   long long part_of_day_us =
       (milliseconds_ + milliseconds) * kMicrosecondsPerMillisecond + (microseconds_ + microseconds);
@@ -95,7 +93,7 @@ void DURATION::Add(long long days, long long milliseconds, long long microsecond
     part_of_day_us -= kMicrosecondsPerDay;
   }
   if (Exceeds(0, whole_days)) {
-    quellmark::time::FailDurationRange(days_, milliseconds_, microseconds_);
+    FailDurationRange(days_, milliseconds_, microseconds_);
   }
   days_ = static_cast<std::int32_t>(whole_days);
   milliseconds_ = static_cast<std::int32_t>(part_of_day_us / kMicrosecondsPerMillisecond);

@@ -7,8 +7,7 @@
 #include "runtime/log.h"
 #include "time/calendar.h"
 
-using quellmark::time::kMicrosecondsPerDay;
-using quellmark::time::kMicrosecondsPerHour;
+using namespace quellmark::time;
 
 namespace {
 

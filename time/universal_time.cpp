@@ -9,17 +9,7 @@
 #include "time/calendar.h"
 #include "time/leap_seconds.h"
 
-using quellmark::time::CalendarDate;
-using quellmark::time::DayNumber;
-using quellmark::time::FailDurationRange;
-using quellmark::time::kMicrosecondsPerDay;
-using quellmark::time::kMicrosecondsPerHour;
-using quellmark::time::kMicrosecondsPerMillisecond;
-using quellmark::time::kMicrosecondsPerSecond;
-using quellmark::time::kMillisecondsPerDay;
-using quellmark::time::LeapSeconds;
-using quellmark::time::MonthName;
-using quellmark::time::TimeOfDay_ms;
+using namespace quellmark::time;
 
 namespace {
 
@@ -50,7 +40,7 @@ UNIVERSAL_TIME TimeOfReading(long long reading_us) {
     FailDurationRange(days, of_day_us / kMicrosecondsPerMillisecond,
                       of_day_us % kMicrosecondsPerMillisecond);
   }
-  const CalendarDate date = quellmark::time::DateOfDayNumber(days);
+  const CalendarDate date = DateOfDayNumber(days);
   const auto field = [of_day_us = of_day_us](long long size_us, long long modulus) {
     return static_cast<std::int32_t>(of_day_us / size_us % modulus);
   };
@@ -111,7 +101,7 @@ UNIVERSAL_TIME::operator double() const { throw "can not cast from UTC to double
 std::weak_ordering operator<=>(const UNIVERSAL_TIME& a, const UNIVERSAL_TIME& b) {
   if (a.year != b.year) return a.year <=> b.year;
   const auto day_of_year = [](const UNIVERSAL_TIME& time) {
-    return quellmark::time::DayOfYear(time.year, time.month, time.day);
+    return DayOfYear(time.year, time.month, time.day);
   };
   if (const auto order = day_of_year(a) <=> day_of_year(b); order != 0) return order;
   const auto time_of_day = [](const UNIVERSAL_TIME& time) {

@@ -8,10 +8,9 @@
 
 #include "geolocation/lsq/rows.h"
 
-namespace {
+using namespace quellmark::lsq;
 
-using quellmark::lsq::MatrixRows;
-using quellmark::lsq::WorkVector;
+namespace {
 
 enum class Outcome { kSolved, kNoPivot, kZeroPivot };
 

@@ -7,13 +7,9 @@
 #include "geolocation/lsq/gaussj.h"
 #include "geolocation/lsq/rows.h"
 
-namespace {
+using namespace quellmark::lsq;
 
-using quellmark::lsq::BasisFunctions;
-using quellmark::lsq::LfitWorkspace;
-using quellmark::lsq::MatrixRows;
-using quellmark::lsq::WorkColumn;
-using quellmark::lsq::WorkVector;
+namespace {
 
 template <class T>
 struct Samples {

@@ -6,12 +6,9 @@
 
 #include "geolocation/lsq/rows.h"
 
-namespace {
+using namespace quellmark::lsq;
 
-using quellmark::lsq::BasisFunctions;
-using quellmark::lsq::MatrixRows;
-using quellmark::lsq::SvdfitWorkspace;
-using quellmark::lsq::WorkVector;
+namespace {
 
 constexpr int kMaxIterations = 30;  // per singular value
 constexpr const char* kNoConvergence = "no convergence in 30 svdcmp iterations";

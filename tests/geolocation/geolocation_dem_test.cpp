@@ -228,7 +228,8 @@ TEST(GeolocationDem, BracketTakesTheHeightsOfThePoints) {
   double low = heights[0], high = heights[1];
   for (std::size_t k = 2; k < heights.size(); ++k) {
     const double m = 0.5 * (low + high);
-    const Vector point{c.X_[1] + c.X_[2] * m, c.Y_[1] + c.Y_[2] * m, c.Z_[1] + c.Z_[2] * m};
+    const Vector point{c.curve_x[1] + c.curve_x[2] * m, c.curve_y[1] + c.curve_y[2] * m,
+                       c.curve_z[1] + c.curve_z[2] * m};
     const double height = ToGeodetic(point).height_m;
     EXPECT_NEAR(heights[k], height, 0.05);  // the log has six digits
     (height <= 700.0 ? low : high) = height;

@@ -1,5 +1,5 @@
-// Lets the update pass be killed, be told to end and fail at every one of its system calls, one by
-// one, and looks at what is left on the disk.
+// Kills the update pass, interrupts it, or makes it fail at each of its system calls in turn, and
+// checks what is left on the disk.
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -42,7 +42,7 @@ using quellmark::test::ScopedLog;
 using quellmark::test::TempDir;
 using quellmark::test::WriteFile;
 
-// Large enough for several blocks in each direction.
+// Large enough for several blocks, both when read and when written.
 std::string PoolEndingIn(const std::string& entry) {
   std::string text = "# a pool of several blocks\nfirst BOL TRUE\n";
   while (text.size() < 150'000) text += "#" + std::string(90, '-') + "\n";
@@ -54,12 +54,12 @@ std::string NewText() {
   return PoolEndingIn("last                             INT_32          2\n\n");
 }
 
-// What is left behind in the directory, and what the log said.
-class Scene {
+// One trial of the update: a pool in a directory of its own, and a log.
+class Trial {
  public:
-  Scene() { WriteFile(path_, OldText()); }
+  Trial() { WriteFile(path_, OldText()); }
 
-  // Runs the update in a child: `before` stands right before it.
+  // Runs the update in a child process, and `before` right before it.
   pid_t Start(const std::function<void()>& before) const {
     const pid_t child = ::fork();
     if (child != 0) return child;
@@ -81,16 +81,19 @@ class Scene {
     ::_exit(status);
   }
 
-  // What the update threw, if it did: the last line of the log.
-  [[nodiscard]] std::string Thrown() const {
-    const std::string log = "\n" + Log();
-    const std::size_t last = log.rfind('\n', log.size() - 2);
-    return log.substr(last + std::string_view("\nALARM : ").size(), log.size() - last - 10);
+  // The text of the last ALARM line: if the update threw, the message of what it threw.
+  [[nodiscard]] std::string LastAlarm() const {
+    constexpr std::string_view kTag = "ALARM : ";
+    const std::string log = Log();
+    const std::size_t tag = log.rfind(kTag);
+    if (tag == std::string::npos) return "";
+    const std::size_t text = tag + kTag.size();
+    return log.substr(text, log.find('\n', text) - text);
   }
   [[nodiscard]] std::string Pool() const { return ReadFile(path_); }
   [[nodiscard]] const std::string& Path() const { return path_; }
   [[nodiscard]] std::string Log() const { return log_.Text(); }
-  // Copies left beside the pool: their names and content.
+  // Names and contents of the copies that are left beside the pool.
   [[nodiscard]] std::map<std::string, std::string> Copies() const {
     std::map<std::string, std::string> copies;
     for (const auto& file : std::filesystem::directory_iterator(dir_.Path())) {
@@ -111,16 +114,16 @@ constexpr std::size_t kNever = 1'000'000;
 
 struct Call {
   long number = -1;
-  std::string file;          // what the first argument stands for, if it is a descriptor
-  std::string bytes;         // that a write has written
-  std::size_t argument = 0;  // the second one
+  std::string file;          // path behind the first argument, if that is a descriptor
+  std::string bytes;         // the bytes that a write has written
+  std::size_t argument = 0;  // the second argument
 };
 
 enum class Fault {
   kKill,    // SIGKILL instead of the call
   kSignal,  // SIGUSR1 before the call
-  kError,   // the call does nothing and says that the disk is full
-  kShort,   // a write takes half of its bytes
+  kError,   // the call does nothing and reports a full disk
+  kShort,   // a write writes half of its bytes
 };
 
 bool TakesDescriptor(long number) {
@@ -129,18 +132,18 @@ bool TakesDescriptor(long number) {
   return std::ranges::find(kCalls, number) != kCalls.end();
 }
 
-// The calls that an update may see failing; the others belong to the language.
+// The calls whose failure an update must handle. The others come from the language's runtime.
 bool CanFail(const Call& call) {
   return TakesDescriptor(call.number) || call.number == SYS_openat || call.number == SYS_unlink;
 }
 
-// Lets a child run to its end; the fault strikes at the call number `at` of those that it is for.
+// Runs a child to its end. The fault strikes at call number `at` of those that it may strike at.
 class Tracer {
  public:
   Tracer(
-      const Scene& scene, std::size_t at, Fault fault, const std::function<void()>& before = [] {})
+      const Trial& trial, std::size_t at, Fault fault, const std::function<void()>& before = [] {})
       : at_(at), fault_(fault) {
-    child_ = scene.Start([&before] {
+    child_ = trial.Start([&before] {
       before();
       ::ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
       ::raise(SIGSTOP);
@@ -162,7 +165,7 @@ class Tracer {
   }
 
   [[nodiscard]] const std::vector<Call>& Calls() const { return calls_; }
-  // Its number is -1 if the fault did not strike.
+  // Has the number -1 if the fault did not strike.
   [[nodiscard]] const Call& StruckCall() const { return struck_call_; }
   [[nodiscard]] bool Succeeded() const { return WIFEXITED(status_) && WEXITSTATUS(status_) == 0; }
   // The signal that ended the child, or 0.
@@ -230,35 +233,35 @@ class Tracer {
 class UpdateFaults : public ::testing::Test {
  protected:
   void SetUp() override {
-    const Tracer undisturbed(Scene(), kNever, Fault::kKill);
+    const Tracer undisturbed(Trial(), kNever, Fault::kKill);
     if (undisturbed.Calls().empty()) GTEST_SKIP() << "this system lets no process trace its child";
     ASSERT_TRUE(undisturbed.Succeeded());
   }
 
-  // Strikes at every call in turn, until there is none left, and hands each run to `check`.
+  // Strikes at every call in turn, one per run, and passes each run to `check`.
   template <class Check>
   void AtEveryCall(Fault fault, Check check) {
     for (std::size_t at = 0;; ++at) {
-      const Scene scene;
-      const Tracer run(scene, at, fault);
+      const Trial trial;
+      const Tracer run(trial, at, fault);
       if (run.StruckCall().number < 0) {
         EXPECT_GE(at, 6U) << "the update wrote less than expected";
         return;
       }
       SCOPED_TRACE("call " + std::to_string(at) + ", number " +
                    std::to_string(run.StruckCall().number) + " on " + run.StruckCall().file);
-      check(scene, run);
+      check(trial, run);
     }
   }
 
-  // The pool, or else a copy, has one of its two contents whole.
-  void ExpectNothingLost(const Scene& scene) {
-    const std::string pool = scene.Pool();
+  // The pool has its complete old or new content, or else a copy has the complete new one.
+  void ExpectNothingLost(const Trial& trial) {
+    const std::string pool = trial.Pool();
     if (pool == old_ || pool == new_) return;
-    const auto copies = scene.Copies();
+    const auto copies = trial.Copies();
     ASSERT_EQ(copies.size(), 1U);
     EXPECT_TRUE(copies.begin()->second == new_) << "pool and copy are both incomplete";
-    EXPECT_THAT(scene.Log(), ::testing::HasSubstr(copies.begin()->first));
+    EXPECT_THAT(trial.Log(), ::testing::HasSubstr(copies.begin()->first));
   }
 
   const std::string old_ = OldText();
@@ -266,36 +269,36 @@ class UpdateFaults : public ::testing::Test {
 };
 
 TEST_F(UpdateFaults, KilledAtEveryCall) {
-  AtEveryCall(Fault::kKill, [&](const Scene& scene, const Tracer& run) {
+  AtEveryCall(Fault::kKill, [&](const Trial& trial, const Tracer& run) {
     EXPECT_EQ(run.Signal(), SIGKILL);
-    ExpectNothingLost(scene);
+    ExpectNothingLost(trial);
   });
 }
 
 TEST_F(UpdateFaults, ToldToEndAtEveryCall) {
-  AtEveryCall(Fault::kSignal, [&](const Scene& scene, const Tracer& run) {
+  AtEveryCall(Fault::kSignal, [&](const Trial& trial, const Tracer& run) {
     EXPECT_EQ(run.Signal(), SIGUSR1);
-    const std::string pool = scene.Pool();
+    const std::string pool = trial.Pool();
     EXPECT_TRUE(pool == old_ || pool == new_) << "the signal did not wait until the pool was whole";
-    EXPECT_TRUE(scene.Copies().empty());
+    EXPECT_TRUE(trial.Copies().empty());
   });
 }
 
 TEST_F(UpdateFaults, FailingAtEveryCall) {
   std::map<std::string, int> thrown;
-  AtEveryCall(Fault::kError, [&](const Scene& scene, const Tracer& run) {
+  AtEveryCall(Fault::kError, [&](const Trial& trial, const Tracer& run) {
     EXPECT_EQ(run.Signal(), 0);
-    ExpectNothingLost(scene);
+    ExpectNothingLost(trial);
     if (run.Succeeded()) {
-      EXPECT_TRUE(scene.Pool() == new_);
-    } else if (++thrown[scene.Thrown()]; scene.Thrown() != ERROR_PARAMETER_POOL().Message()) {
-      EXPECT_TRUE(scene.Pool() == old_) << scene.Thrown();
+      EXPECT_TRUE(trial.Pool() == new_);
+    } else if (++thrown[trial.LastAlarm()]; trial.LastAlarm() != ERROR_PARAMETER_POOL().Message()) {
+      EXPECT_TRUE(trial.Pool() == old_) << trial.LastAlarm();
     }
-    // Another update would take what is left of the pool for the whole.
-    EXPECT_EQ(scene.Log().find("closed\n") != std::string::npos,
-              !run.Succeeded() && scene.Pool() != old_);
-    for (const auto& [name, content] : scene.Copies()) {
-      EXPECT_THAT(scene.Log(), ::testing::HasSubstr(name));
+    // An incomplete pool must be closed, because another update would start from it.
+    EXPECT_EQ(trial.Log().find("closed\n") != std::string::npos,
+              !run.Succeeded() && trial.Pool() != old_);
+    for (const auto& [name, content] : trial.Copies()) {
+      EXPECT_THAT(trial.Log(), ::testing::HasSubstr(name));
     }
   });
   EXPECT_THAT(thrown, ::testing::UnorderedElementsAre(
@@ -306,18 +309,18 @@ TEST_F(UpdateFaults, FailingAtEveryCall) {
 }
 
 TEST_F(UpdateFaults, ShortWritesAreContinued) {
-  AtEveryCall(Fault::kShort, [&](const Scene& scene, const Tracer& run) {
+  AtEveryCall(Fault::kShort, [&](const Trial& trial, const Tracer& run) {
     EXPECT_TRUE(run.Succeeded());
-    EXPECT_TRUE(scene.Pool() == new_);
-    EXPECT_TRUE(scene.Copies().empty());
+    EXPECT_TRUE(trial.Pool() == new_);
+    EXPECT_TRUE(trial.Copies().empty());
   });
 }
 
 TEST_F(UpdateFaults, KillNamesTheCopyWhateverTheThreshold) {
   for (std::size_t at = 0;; ++at) {
-    const Scene scene;
+    const Trial trial;
     const TempDir log_directory;
-    const Tracer run(scene, at, Fault::kKill, [&] {
+    const Tracer run(trial, at, Fault::kKill, [&] {
       static LOG log;
       static const quellmark::runtime::LogScope scope(log);
       log.Open(log_directory / "log");
@@ -329,19 +332,19 @@ TEST_F(UpdateFaults, KillNamesTheCopyWhateverTheThreshold) {
       EXPECT_EQ(log, "") << "the line is gone when the pool is whole";
       return;
     }
-    if (scene.Pool() == old_ || scene.Pool() == new_) continue;
-    EXPECT_THAT(log, ::testing::HasSubstr("is:" + scene.Copies().begin()->first + " until"));
+    if (trial.Pool() == old_ || trial.Pool() == new_) continue;
+    EXPECT_THAT(log, ::testing::HasSubstr("is:" + trial.Copies().begin()->first + " until"));
   }
 }
 
-// What a crash of the machine may leave on the disk: a change is there for certain only when what
-// it belongs to was flushed after it. Of the others any may be lost, whatever their order.
+// A model of the disk after a crash of the machine. A change is certainly on the disk only if its
+// file or directory was flushed after it. Any of the other changes may be lost, in any combination.
 class Disk {
  public:
   enum class Target { kPool, kCopy, kDirectory };
   struct Change {
     enum class Kind { kCreate, kWrite, kTruncate, kUnlink, kFlush } kind;
-    Target target;  // a name belongs to the directory
+    Target target;  // for a change of a name: the directory
     std::string bytes = {};
     std::size_t offset = 0;  // or the size after truncating
   };
@@ -400,7 +403,7 @@ Disk::Changes ChangesOf(const Tracer& run, const std::string& pool_path) {
   using Kind = Disk::Change::Kind;
   using Target = Disk::Target;
   Disk::Changes changes;
-  std::map<Target, std::size_t> sizes;  // what is written follows at the end
+  std::map<Target, std::size_t> sizes;  // each write appends
   for (const Call& call : run.Calls()) {
     const bool is_copy = call.file.find("/pool_") != std::string::npos;
     const Target file = is_copy ? Target::kCopy : Target::kPool;
@@ -424,10 +427,10 @@ Disk::Changes ChangesOf(const Tracer& run, const std::string& pool_path) {
 }
 
 TEST_F(UpdateFaults, PowerCutLosesNothingAndNoFlushCanGo) {
-  const Scene scene;
-  const Tracer run(scene, kNever, Fault::kKill);
+  const Trial trial;
+  const Tracer run(trial, kNever, Fault::kKill);
   const Disk disk(old_, new_);
-  const Disk::Changes changes = ChangesOf(run, scene.Path());
+  const Disk::Changes changes = ChangesOf(run, trial.Path());
   EXPECT_EQ(disk.CountLosses(changes), 0);
   int flushes = 0;
   for (std::size_t i = 0; i < changes.size(); ++i) {
@@ -442,29 +445,29 @@ TEST_F(UpdateFaults, PowerCutLosesNothingAndNoFlushCanGo) {
 
 #endif  // __x86_64__
 
-// Nothing but the update's own files counts against the limit, and its signal does not end the
-// step.
+// The limit is set in the child, right before the update. The signal that comes with it must not
+// end the program.
 TEST(UpdateUnderAFileSizeLimit, FitsOrLeavesThePoolAlone) {
   for (const std::size_t missing : {0U, 1U}) {
     const rlim_t limit = NewText().size() - missing;
-    const Scene scene;
-    const pid_t child = scene.Start([limit] {
+    const Trial trial;
+    const pid_t child = trial.Start([limit] {
       const rlimit size{limit, limit};
       ::setrlimit(RLIMIT_FSIZE, &size);
     });
     int status = -1;
     ::waitpid(child, &status, 0);
     EXPECT_TRUE(WIFEXITED(status));
-    EXPECT_TRUE(scene.Pool() == (missing == 0 ? NewText() : OldText()));
+    EXPECT_TRUE(trial.Pool() == (missing == 0 ? NewText() : OldText()));
     if (missing == 0) continue;
-    EXPECT_EQ(scene.Thrown(), CORRUPTED_PARAMETER_POOL().Message());
-    EXPECT_THAT(scene.Log(),
-                ::testing::HasSubstr("WARN  : can not write " + scene.Copies().begin()->first +
+    EXPECT_EQ(trial.LastAlarm(), CORRUPTED_PARAMETER_POOL().Message());
+    EXPECT_THAT(trial.Log(),
+                ::testing::HasSubstr("WARN  : can not write " + trial.Copies().begin()->first +
                                      ": File too large\nALARM : can not update"));
   }
 }
 
-// Another process in the middle of its update: the pool locked and emptied.
+// Another process in the middle of its update: it has locked and emptied the pool.
 class OtherUpdate {
  public:
   explicit OtherUpdate(const std::string& path) : file_(path) {
@@ -474,7 +477,7 @@ class OtherUpdate {
   }
   void End() {
     file_ << OldText() << std::flush;
-    fd_.Reset();  // gives the lock back
+    fd_.Reset();  // releases the lock
   }
 
  private:
@@ -483,26 +486,26 @@ class OtherUpdate {
 };
 
 TEST(UpdateByTwoProcesses, WaitsForTheOther) {
-  const Scene scene;
-  OtherUpdate other(scene.Path());
-  const pid_t child = scene.Start([] {});
+  const Trial trial;
+  OtherUpdate other(trial.Path());
+  const pid_t child = trial.Start([] {});
   ::usleep(50'000);
   other.End();
   int status = -1;
   ::waitpid(child, &status, 0);
   EXPECT_EQ(status, 0);
-  EXPECT_TRUE(scene.Pool() == NewText());
+  EXPECT_TRUE(trial.Pool() == NewText());
   EXPECT_THAT(
-      scene.Log(),
+      trial.Log(),
       ::testing::HasSubstr("INFO  : waiting for process " + std::to_string(::getpid()) +
-                           ", which keeps the pool locked: " + scene.Path() + "\nDEBUG : copy"));
+                           ", which keeps the pool locked: " + trial.Path() + "\nDEBUG : copy"));
 }
 
 TEST(UpdateByTwoProcesses, IsRefusedWhenTheOtherDoesNotEnd) {
   using std::chrono::milliseconds;
   using std::chrono::steady_clock;
-  const Scene first;
-  const Scene second;
+  const Trial first;
+  const Trial second;
   const OtherUpdate others[] = {OtherUpdate(first.Path()), OtherUpdate(second.Path())};
   const auto start = steady_clock::now();
   const pid_t child = ::fork();
@@ -528,9 +531,9 @@ TEST(UpdateByTwoProcesses, IsRefusedWhenTheOtherDoesNotEnd) {
   EXPECT_GE(waited, milliseconds(200));
   EXPECT_LT(waited, milliseconds(2000)) << "one wait for both pools";
   const std::string holder = "process " + std::to_string(::getpid());
-  for (const Scene* scene : {&first, &second}) {
-    EXPECT_EQ(scene->Pool(), "") << "the other one's half-made pool stays as it is";
-    EXPECT_TRUE(scene->Copies().empty());
+  for (const Trial* trial : {&first, &second}) {
+    EXPECT_EQ(trial->Pool(), "") << "the other one's half-made pool stays as it is";
+    EXPECT_TRUE(trial->Copies().empty());
   }
   EXPECT_THAT(
       second.Log(),
