@@ -1,5 +1,5 @@
-// The library's own work: a pool in one pass and values by key, beside a floor that only looks for
-// line ends; single positions of a scene through the door and without it.
+// Measures the library: a pool read in one pass and values by key, beside a floor that only looks
+// for line ends; single positions of a scene through the library and directly from the core.
 #include <benchmark/benchmark.h>
 
 #include <cstdio>

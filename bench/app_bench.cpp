@@ -1,4 +1,5 @@
-// One image position from scene to results, and a scene read from its pool.
+// Measures one image position from the scene to its results, and the reading of a scene from its
+// pool.
 #include <benchmark/benchmark.h>
 
 #include "app/sar_scene.h"

@@ -1,5 +1,5 @@
-// Terrain heights at random points of a mapped tile, beside the least that such a read can cost:
-// the same bilinear formula written by hand on the mapping, for one layout and without any check.
+// Measures terrain heights at random points of a mapped tile. The floor is the same bilinear
+// formula, written by hand on the mapping for one layout and without any check.
 #include <benchmark/benchmark.h>
 #include <fcntl.h>
 
@@ -77,7 +77,7 @@ void BM_Interpolated(benchmark::State& state) {
 }
 BENCHMARK(BM_Interpolated)->ArgName("fast")->Arg(1)->Arg(0);
 
-// What a thread of a whole image pays: the reader that neither logs nor throws.
+// The reader that neither logs nor throws, which the threads of a whole image use.
 void BM_HeightReader(benchmark::State& state) {
   const HillTile tile;
   const quellmark::dem::HeightReader reader(SRF_DOCUMENT(tile.Descriptor(), false));

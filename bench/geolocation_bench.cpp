@@ -1,5 +1,5 @@
-// Geolocation beside a floor: the same arithmetic written out by hand, without checks, log or calls
-// across objects. The figure to quote is the ratio within one run.
+// Measures geolocation beside a floor: the same arithmetic, written out by hand without checks, log
+// or calls across objects. Quote the ratio within one run.
 #include <benchmark/benchmark.h>
 
 #include <array>
@@ -140,9 +140,9 @@ void GeolocationFast(benchmark::State& state) {
 }
 BENCHMARK(GeolocationFast);
 
-// The terrain search by hand: its own solver (Newton's method on the distance down from the
-// sensor), the cubic through the four trial points by divided differences, a height read straight
-// from the tile's values. The halvings are those of the method, and so many.
+// The terrain search written by hand. It has its own solver (Newton's method on the distance down
+// from the sensor), takes the cubic through the four trial points by divided differences, and reads
+// heights directly from the tile's values. It halves the interval as often as the product does.
 class TerrainFloor {
  public:
   using Geometry = quellmark::test::Geometry;
@@ -177,7 +177,7 @@ class TerrainFloor {
         const double df = 2.0 * ((x.x * dx.x + x.y * dx.y) * ia + x.z * dx.z * ib);
         const double step = f / df;
         p -= step;
-        if (std::abs(step) < 1e-3) return x + (-step) * dx;  // the next one would be below 1e-9
+        if (std::abs(step) < 1e-3) return x + (-step) * dx;  // the next step would be below 1e-9
       }
     };
     constexpr double kStep_m = 9500.0 / 3.0;

@@ -14,7 +14,7 @@
 
 namespace quellmark::bench {
 
-/// Writes the tile into a directory of its own, which goes away with the object.
+/// Writes the tile into a new directory, which the destructor removes.
 class HillTile {
  public:
   static constexpr int kSize = 1201;      ///< values along each side

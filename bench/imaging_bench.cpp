@@ -1,5 +1,5 @@
-// Whole images beside floors: the same points by arithmetic written out by hand, one by one, with
-// the C library's angles. All times are per point; the figure to quote is that of one run.
+// Measures whole images beside floors: the same points one by one, by arithmetic written out by
+// hand and with the C library's angles. All times are per point. Quote the ratio within one run.
 #include <benchmark/benchmark.h>
 
 #include <array>
@@ -242,7 +242,7 @@ void OrbitAlone(benchmark::State& state) {
 }
 BENCHMARK(OrbitAlone);
 
-// Hills over the scene's middle, cells of an arc second.
+// Hills around the scene's middle, with cells of one arc second.
 imaging::TerrainGrid Hills(double relief_m, double length_cells) {
   std::vector<double> sample = {4096.0}, line = {508.0}, longitude(1), latitude(1);
   imaging::GroundOutputs outputs;

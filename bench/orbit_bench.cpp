@@ -1,6 +1,7 @@
-// Position, velocity and acceleration from an orbit, each beside a floor that does the same
-// arithmetic by hand: no choice of kinds, no checks, no log, coefficients in one block. Queries are
-// spread over the whole orbit, at random or in the order of time.
+// Measures position, velocity and acceleration of an orbit. Each is beside a floor that does the
+// same arithmetic by hand, for one kind of interpolation, without checks or log, and with all
+// coefficients in one block. The queries are spread over the whole orbit, at random or in the order
+// of time.
 #include <benchmark/benchmark.h>
 #include <unistd.h>
 
@@ -47,7 +48,7 @@ std::string Scientific(double value) {
   return text.data();
 }
 
-// An orbit of `count` state vectors in UTC, one every 10 s and up to `jitter_us` later.
+// Writes an orbit of `count` state vectors in UTC, one every 10 s, each up to `jitter_us` late.
 std::filesystem::path WriteOrbitPool(const std::string& interpolation, int count,
                                      int jitter_us = 0) {
   const auto path = std::filesystem::temp_directory_path() /
@@ -100,7 +101,7 @@ Orbit MakeOrbit(const std::string& interpolation, int count) {
   return orbit;
 }
 
-// More than the caches keep of a long orbit.
+// Enough queries to read more of a long orbit than the caches hold.
 constexpr std::size_t kQueries = 1 << 17;
 
 enum Order : int { kRandom, kAscending };
@@ -136,8 +137,8 @@ void RunOrbit(benchmark::State& state, const char* interpolation) {
   });
 }
 
-// The nodes of one span, each standing for one or, with derivatives, two terms, and the Newton
-// coefficients of the three coordinates beside each other.
+// The nodes of one span and the Newton coefficients of its three coordinates, side by side. A node
+// belongs to one term, with derivatives to two.
 template <std::size_t kTerms, std::size_t kNodes>
 struct FloorSpan {
   double node[kNodes];
@@ -188,7 +189,7 @@ void RunNewtonFloor(benchmark::State& state) {
   });
 }
 
-// The central differences of order 0, 2, 4 and 6 of one point, of the three coordinates.
+// The central differences of order 0, 2, 4 and 6 at one point, for the three coordinates.
 using FloorDifferences = std::array<std::array<double, 3>, 4>;
 
 std::vector<FloorDifferences> DifferenceTable(std::size_t count) {

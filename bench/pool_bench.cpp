@@ -1,4 +1,5 @@
-// Pool look-ups, vectors and updates, each beside the least that the same bytes can cost.
+// Measures look-ups, vectors and updates of pools, each beside the least work that the same bytes
+// need.
 #include <benchmark/benchmark.h>
 #include <unistd.h>
 
@@ -22,7 +23,7 @@ namespace {
 
 using quellmark::pool::ValueType;
 
-// A pool file that goes away with the benchmark; its text stays in memory for the floors.
+// A pool file that the destructor removes. Its text stays in memory for the floors.
 class BenchPool {
  public:
   explicit BenchPool(const auto& fill)
@@ -122,7 +123,7 @@ void ReadVector(benchmark::State& state) {
 }
 BENCHMARK(ReadVector)->Unit(benchmark::kMillisecond);
 
-// The pass over an existing vector, flushing to the disk included.
+// An update that replaces an existing vector, with its flushes to the disk.
 void UpdateVector(benchmark::State& state) {
   const BenchPool file(FillWithVector);
   PARAMETER_POOL_READ_WRITE_CHANGE pool(file.Path());
@@ -134,7 +135,7 @@ void UpdateVector(benchmark::State& state) {
 }
 BENCHMARK(UpdateVector)->Unit(benchmark::kMillisecond);
 
-// As many new entries as a step that copies a whole scene sets.
+// Adds as many new entries as a program that copies a whole scene.
 void AddEntries(benchmark::State& state) {
   std::vector<std::string> keys;
   for (std::int64_t i = 0; i < state.range(0); ++i) keys.push_back("key_" + std::to_string(i));
@@ -149,7 +150,7 @@ void AddEntries(benchmark::State& state) {
 }
 BENCHMARK(AddEntries)->Arg(3'000)->Arg(30'000)->Unit(benchmark::kMillisecond);
 
-// All entries in one pass over the text in memory; the floor is LookUpLastKeyFloor.
+// Visits all entries in one pass over the text in memory. The floor is LookUpLastKeyFloor.
 void ScanEntries(benchmark::State& state) {
   const BenchPool file(FillWithKeys(state.range(0)));
   for (auto _ : state) {
@@ -172,7 +173,7 @@ BENCHMARK(UpdateScalar)->Unit(benchmark::kMicrosecond);
 
 std::string NewKey(std::int64_t i) { return "new_key_" + std::to_string(i); }
 
-// New entries, set one by one and written at the close.
+// Sets new entries one by one and writes them at the close.
 void SetEntries(benchmark::State& state) {
   for (auto _ : state) {
     const BenchPool file([&](PARAMETER_POOL_READ_WRITE_CHANGE& pool) {
@@ -185,7 +186,7 @@ void SetEntries(benchmark::State& state) {
 }
 BENCHMARK(SetEntries)->Arg(3'000)->Arg(30'000)->Unit(benchmark::kMillisecond);
 
-// The same text formatted into one string, written and read back.
+// Formats the same text into one string, writes it and reads it back.
 void SetEntriesFloor(benchmark::State& state) {
   for (auto _ : state) {
     const BenchPool file([&](PARAMETER_POOL_READ_WRITE_CHANGE& pool) {

@@ -1,7 +1,7 @@
-// The whole step written straight down, as a floor for the process: reads the scene pool, locates
+// The whole step in one plain source, as a floor for the process. It reads the scene pool, locates
 // seven positions, logs as many bytes, and updates both pools and the status files with the same
 // flushes. It shares no code with the product, checks nothing, and knows one kind of scene: UTC
-// epochs one after another, positions and velocities, "key TYPE value" entries.
+// epochs in ascending order, positions and velocities, "key TYPE value" entries.
 // usage: process_floor LOG_POOL SCENE_POOL LOG
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -43,7 +43,7 @@ std::string ReadWhole(const char* path) {
   return text;
 }
 
-// Behind the key at a line's start, at its type; npos without it.
+// The position of the type after the key at the start of a line; npos if the key is missing.
 std::size_t Find(const std::string& pool, std::string_view key) {
   for (std::size_t at = pool.find(key); at != std::string::npos; at = pool.find(key, at + 1)) {
     const bool at_start = at == 0 || pool[at - 1] == '\n';
@@ -62,7 +62,7 @@ double Number(const std::string& pool, std::string_view key) {
   return std::strtod(Value(pool, key).data(), nullptr);
 }
 
-// "2022-04-14T10:22:21.123456Z": seconds of the day.
+// The seconds of the day in a text like "2022-04-14T10:22:21.123456Z".
 double SecondsOfDay(std::string_view text) {
   const char* const clock = text.data() + text.find('T') + 1;
   return std::strtod(clock, nullptr) * 3600 + std::strtod(clock + 3, nullptr) * 60 +
@@ -202,7 +202,7 @@ void WriteWhole(int fd, const std::string& text) {
   if (::write(fd, text.data(), text.size()) != static_cast<ssize_t>(text.size())) std::exit(1);
 }
 
-// The new content by way of a copy, with the flushes that keep one of the two whole.
+// Writes the new content by way of a copy, with the flushes that keep either file complete.
 void Update(const char* path, const std::string& text) {
   const std::string copy_path = std::string(path) + ".copy";
   const int copy = ::open(copy_path.c_str(), O_RDWR | O_CREAT | O_EXCL, 0600);
@@ -277,7 +277,7 @@ int main(int argc, char** argv) {
                       LocatePoint(scene, 0, middle),
                       LocatePoint(scene, samples - 1, middle)};
 
-  // As many lines as the program logs by default, in one write.
+  // One write of as many lines as the program logs by default.
   std::string log;
   for (int i = 0; i < 15; ++i) {
     for (const Point& p : at) {

@@ -1,9 +1,9 @@
 #!/usr/bin/env python3
 """Measures every row of the performance goals and prints time, floor, ratio, goal and verdict.
 
-Builds the bench preset, runs the benchmark programs in repetitions, each beside its floors in one
-run, and the whole program on pools that are made here. Quoted is the fastest of the repetitions,
-of the floor likewise: what other processes take away belongs to neither.
+Builds the bench preset and runs the benchmark programs several times, each together with its
+floors, and the whole program on pools that are made here. The fastest repetition counts, also that
+of the floor, because other processes only ever slow a run down.
 
 usage: bench/rows.py [--only SUBSTRING] [--repetitions N] [--no-build]
 """
@@ -30,8 +30,8 @@ UNITS = ((S, "s"), (MS, "ms"), (US, "us"), (NS, "ns"))
 
 
 class Row(NamedTuple):
-    """One row of a benchmark program. The goal holds for the ratio or, where `absolute`, for the
-    time; `floor` may be missing, the goal too."""
+    """One row of a benchmark program. The goal is one for the ratio or, if `absolute`, for the
+    time. Floor and goal are optional."""
 
     name: str
     what: str  # the benchmark
@@ -62,8 +62,8 @@ PROGRAMS = {
         Row("pool look-up, 100,000 entries", "LookUpLastKey/100000", "LookUpLastKeyFloor/100000"),
         Row("FLT_15_V of 1,000,000 read", "ReadVector", "ReadVectorFloor"),
         Row("30,000 sets and their close", "SetEntries/30000", "SetEntriesFloor/30000"),
-        # Ten times as many: linear takes ten times as long and something for the caches, quadratic
-        # a hundred times.
+        # For ten times as many entries, a linear method takes ten times as long and a little more
+        # for the caches, a quadratic one a hundred times as long.
         Row("30,000 sets beside 3,000", "SetEntries/30000", "SetEntries/3000", 20.0)],
     "app": [
         Row("LocatePoint whole", "BM_LocatePoint"),
@@ -114,9 +114,11 @@ def print_row(row: Row, time_: Optional[float], floor: Optional[float], is_memor
 
 
 def run_benchmarks(program: str, rows: list[Row], repetitions: int) -> dict[str, float]:
-    """The fastest time of each benchmark the rows name [s]; per point where it counts points."""
+    """Returns the fastest time [s] of each benchmark that the rows name, per point if it counts
+    points."""
     names = sorted({name for row in rows for name in (row.what, row.floor) if name})
-    with tempfile.NamedTemporaryFile(suffix=".json") as report:  # the log may be on the screen
+    # Not standard output, where the log may be.
+    with tempfile.NamedTemporaryFile(suffix=".json") as report:
         command = [str(BUILD / f"bench/qm_{program}_bench"), "--benchmark_min_time=0.05",
                    f"--benchmark_out={report.name}", f"--benchmark_repetitions={repetitions}",
                    "--benchmark_enable_random_interleaving=true",
@@ -146,7 +148,7 @@ def measure_program(program: str, rows: list[Row], repetitions: int) -> None:
 
 
 def measure_whole_process(repetitions: int) -> None:
-    """The start and the end included, beside process_floor.cpp."""
+    """The whole process, with its start and end, beside process_floor.cpp."""
     row = Row("whole process, pools in memory", "", goal=1.75)
     command = [str(ROOT / "bench/whole_run.sh"), str(40 * repetitions), MEMORY]
     out = subprocess.run(command, check=True, stdout=subprocess.PIPE, text=True).stdout
@@ -172,7 +174,8 @@ def run_whole(command: list[str], directory: Path) -> Run:
 
 
 def write_dense_orbit(path: Path, count: int) -> None:
-    """The example scene with `count` state vectors, 20 a second, on a circle through its middle."""
+    """Makes the example scene with `count` state vectors, 20 a second, on a circle through its
+    middle."""
     step_s, clock_s = 0.05, 10 * 3600 + 21 * 60
     text = SCENE.read_text("latin-1")
     head, _, _ = text.partition("orbit_time ")
@@ -214,7 +217,8 @@ def write_lines_in_front(path: Path, count: int) -> None:
 
 def measure_made_pool(write: Callable[[Path, int], None], rows: list[Row],
                       repetitions: int) -> None:
-    """The program and the floor on a pool of 1,000,000; the rows are time and, perhaps, memory."""
+    """Runs the program and the floor on a pool of 1,000,000; the rows are time and, perhaps,
+    memory."""
     options = "-log_pp log.pool -SCENE_POOL scene.pool -USE_DEM false -lfn log".split()
     with tempfile.TemporaryDirectory(dir=MEMORY) as name:
         directory = Path(name)

@@ -1,5 +1,5 @@
-// What a message costs that no threshold lets through, beside the comparison it can not do without,
-// and one that is written.
+// Measures a message that no threshold lets through, beside the one comparison that it needs, and a
+// message that is written.
 #include <benchmark/benchmark.h>
 
 #include "runtime/log.h"

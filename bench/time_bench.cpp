@@ -1,6 +1,5 @@
-// Reading the epochs of an orbit, beside a floor: the fixed columns of one form taken apart by
-// hand, without checks and without inserted seconds. The figure to quote is the ratio within one
-// run.
+// Measures the reading of an orbit's epochs beside a floor, which converts the fixed columns of one
+// form by hand, without checks and without leap seconds. Quote the ratio within one run.
 #include <benchmark/benchmark.h>
 
 #include <string>

@@ -1,8 +1,8 @@
 #!/bin/sh
-# Times the whole process on the example scene beside two others, in turn: an empty C++ program, and
-# a floor that reads, locates, logs and updates the same (bench/process_floor.cpp). Each run finds
-# fresh pools: the log pool would grow by an entry a run. In memory the six flushes of a run cost
-# nothing, and what is left is the program's own.
+# Times the whole process on the example scene in turn with two others: an empty C++ program, and a
+# floor that reads, locates, logs and updates the same (bench/process_floor.cpp). Each run starts
+# with fresh pools, because the log pool would grow by an entry a run. In memory the six flushes of
+# a run cost nothing, so only the program's own time is left.
 # usage: bench/whole_run.sh [RUNS] [DIRECTORY]   (by default 200 in /dev/shm)
 set -eu
 cd "$(dirname "$0")/.."
@@ -27,7 +27,7 @@ strip -o stripped "$program"
 hyperfine --style=none --output=null --shell=none --warmup 20 --runs "$runs" ./empty "./floor log.pool scene.pool log" \
   "$program -log_pp log.pool -SCENE_POOL scene.pool -USE_DEM false -lfn log -lsl 9" \
   --prepare "sh -c 'cp $scene scene.pool && rm -f log.pool'" --export-csv times.csv
-# The fastest run of each: what another process takes away is none of theirs.
+# The fastest run of each counts, because other processes only ever slow a run down.
 awk -F, -v goal=$goal 'NR > 1 { t[NR] = 1000 * $7 } END {
   printf "fastest: empty program %.2f ms, floor %.2f ms, whole run %.2f ms\n", t[2], t[3], t[4]
   ratio = t[4] / t[3]

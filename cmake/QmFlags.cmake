@@ -1,5 +1,5 @@
-# The flags of every target of this project hang on one interface target, so that nothing leaks
-# into a project that includes this one.
+# One interface target carries the flags of all targets of this project, so that none of them
+# affects a project that includes this one.
 add_library(qm_flags INTERFACE)
 target_compile_features(qm_flags INTERFACE cxx_std_20)
 target_include_directories(qm_flags INTERFACE "${PROJECT_SOURCE_DIR}")
@@ -12,14 +12,15 @@ target_compile_options(qm_flags INTERFACE
   -Wold-style-cast -Wcast-align -Wcast-qual
   -Wnon-virtual-dtor -Woverloaded-virtual -Wextra-semi
   -Wformat=2 -Wundef -Wunused
-  # g++ 12 sees an overlap inside its own std::string when text and character are added up.
+  # g++ 12 wrongly warns of an overlap inside its own std::string when a text and a character are
+  # added.
   $<$<CXX_COMPILER_ID:GNU>:-Wno-restrict>)
 
-# What a program does not reach is left out of it: the executable is copied to many hosts.
+# The linker leaves out what a program does not use, because the executable is copied to many hosts.
 target_compile_options(qm_flags INTERFACE -ffunction-sections -fdata-sections)
 target_link_options(qm_flags INTERFACE -Wl,--gc-sections)
 
-# A project that includes this one decides for itself.
+# A project that includes this one chooses its own link options.
 if(NOT PROJECT_IS_TOP_LEVEL)
   return()
 endif()

@@ -1,5 +1,5 @@
 # qm_add_header_check(<name> FOLDERS <folder>...)
-#   Compiles every header of the folders alone, so that none leans on what was included before it.
+#   Compiles every header of the folders alone, so that none depends on earlier includes.
 function(qm_add_header_check name)
   cmake_parse_arguments(ARG "" "" "FOLDERS" ${ARGN})
   set(sources)

@@ -1,9 +1,9 @@
 # qm_add_library(<name> SOURCES <file>... [DEPENDS <target>...])
-#   A static library of this project; DEPENDS names the direct dependencies and nothing more.
+#   A static library of this project. DEPENDS names its direct dependencies only.
 function(qm_add_library name)
   cmake_parse_arguments(ARG "" "" "SOURCES;DEPENDS" ${ARGN})
   add_library(${name} STATIC ${ARG_SOURCES})
-  # Its objects also go into the library for other programs, which shows none of their names.
+  # Its objects also become part of the library for other programs, which hides their names.
   set_target_properties(${name} PROPERTIES
     POSITION_INDEPENDENT_CODE ON CXX_VISIBILITY_PRESET hidden VISIBILITY_INLINES_HIDDEN ON)
   target_link_libraries(${name} PUBLIC ${ARG_DEPENDS} PRIVATE $<BUILD_INTERFACE:qm_flags>)
@@ -19,7 +19,7 @@ function(qm_add_test name)
   add_executable(${name} ${ARG_SOURCES})
   target_link_libraries(${name} PRIVATE
     ${ARG_DEPENDS} qm_test_support GTest::gmock GTest::gtest GTest::gtest_main qm_flags)
-  # The tests' own code compiles in two thirds of the time so; what they test keeps its flags.
+  # With -O1 the tests compile in two thirds of the time. The libraries under test keep their flags.
   target_compile_options(${name} PRIVATE $<$<CONFIG:Release>:-O1>)
   gtest_discover_tests(${name} NO_PRETTY_VALUES
     TEST_PREFIX "${name}." DISCOVERY_TIMEOUT 60
@@ -36,7 +36,7 @@ function(qm_add_bench name)
 endfunction()
 
 # qm_closure(<variable> <target>...)
-#   The targets of this project that these ones stand on, themselves included.
+#   Sets the variable to these targets and all targets of this project that they depend on.
 function(qm_closure variable)
   set(closure)
   set(todo ${ARGN})

@@ -30,10 +30,10 @@ declare -A below=(
   [python]=""
 )
 
-# The sources of the target qm_controller; the rest of its folder is the log's.
+# The sources of the target qm_controller. The others in its folder belong to the log.
 controller_stems=$(sed -n '/qm_add_library(qm_controller/,/)/s/^ *\([a-z_0-9]*\)\.cpp.*/\1/p' runtime/CMakeLists.txt)
 
-# Sets `layer` for a path from the root; empty if it is in none.
+# Sets `layer` to the layer of a path from the root, or to "" if it is in none.
 find_layer() {
   layer=${1%%/*}
   case $1 in

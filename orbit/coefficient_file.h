@@ -10,15 +10,15 @@
 
 namespace quellmark::orbit {
 
-/// Plain text: header lines "name: value" (order and support point count as they were used for one
+/// Plain text: header lines "name: value" (the order and the support point count are those of one
 /// piece), then one line per piece of each coordinate,
 ///   coordinate t_start t_stop c0 c1 ... | z0 z1 ...
 /// with times in seconds after the reference time and all numbers with 17 significant digits, so
-/// that they read back as they were.
+/// that a reader gets exactly the same numbers.
 class CoefficientFile {
  public:
-  /// Creates or replaces the file `name` + ".pkt"; logs an ALARM line if it can not, and then drops
-  /// what it is given.
+  /// Creates or replaces the file `name` + ".pkt"; if that fails, logs an ALARM line, and all later
+  /// calls do nothing.
   explicit CoefficientFile(std::string_view name);
 
   /// One line of the header.
@@ -38,7 +38,7 @@ class CoefficientFile {
   void WriteNumber(double number);
 
   std::string name_;
-  std::unique_ptr<std::FILE, Closer> file_;  // the C library's: C++ streams weigh a megabyte
+  std::unique_ptr<std::FILE, Closer> file_;  // C++ streams would add a megabyte
 };
 
 }  // namespace quellmark::orbit

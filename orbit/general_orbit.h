@@ -1,4 +1,4 @@
-// The orbit that the rest of the system holds: described in a parameter pool, of any kind.
+// The orbit class for the rest of the system: any kind of orbit that a parameter pool describes.
 #pragma once
 
 #include <memory>
@@ -7,8 +7,8 @@
 #include "orbit/orbit_base.h"
 #include "orbit/selection.h"
 
-/// Reads the description of an orbit, makes the core object for it and forwards all queries to
-/// that. T is the number type and V the vector type of the results. Queries of an orbit that was
+/// Reads the description of an orbit, makes the core object for it and forwards all queries to that
+/// object. T is the number type and V the vector type of the results. Queries of an orbit that was
 /// not read log an ALARM line and throw ERROR_ALGORITHM.
 template <class T, class V>
 class GENERAL_ORBIT {
@@ -20,16 +20,15 @@ class GENERAL_ORBIT {
   GENERAL_ORBIT& operator=(GENERAL_ORBIT&&) noexcept = default;
   virtual ~GENERAL_ORBIT() = default;
 
-  /// Reads "orbit_representation", "orbit_interpolation" and the keys that they ask for, then the
-  /// samples. Names that are unknown are ERROR_ARGUMENT; what the pool, the times and the
-  /// interpolations throw passes through. A failure leaves the orbit as it was.
+  /// Reads "orbit_representation", "orbit_interpolation" and the keys that these require, then the
+  /// samples. Throws ERROR_ARGUMENT for unknown names, and what the pool, the times and the
+  /// interpolations throw. A failure leaves the orbit unchanged.
   void ReadFromParameterPool(PARAMETER_POOL& pool);
 
-  /// The orbit of state vectors in memory, for callers without a pool: `interpolation` as in
-  /// "orbit_interpolation", `utc_reference` the UTC text from which the seconds of the vectors
-  /// count (TimeOrigin() is then 0). Velocities are needed by the Hermite kinds alone. Throws as
-  /// the interpolations do; lines are logged for warnings and failures only. A failure leaves the
-  /// orbit as it was.
+  /// Makes the orbit from state vectors in memory, for callers without a pool. `interpolation` is a
+  /// text as in "orbit_interpolation". The seconds of the vectors count from `utc_reference`, a UTC
+  /// text, and TimeOrigin() is then 0. Only the Hermite kinds need velocities. Throws what the
+  /// interpolations throw; logs warnings and failures only. A failure leaves the orbit unchanged.
   void ReadFromMemory(std::string_view interpolation, const STRING& utc_reference,
                       quellmark::orbit::StateVectors vectors);
 
@@ -40,8 +39,8 @@ class GENERAL_ORBIT {
   [[nodiscard]] int SupportPointCount() const { return choice_.support_point_count; }
   /// The reference time [s] if it is a plain number, else 0.0.
   [[nodiscard]] double TimeOrigin() const { return Core().TimeOrigin(); }
-  /// From the first to the last state vector, on the scale of TimeOrigin() [s]: between them
-  /// origin_s + offset_s of GetState() interpolates, outside it extrapolates.
+  /// The times of the first and the last state vector, on the scale of TimeOrigin() [s]. GetState()
+  /// interpolates between them and extrapolates outside.
   [[nodiscard]] quellmark::orbit::CoveredInterval Coverage() const {
     const ORBIT_BASE& core = Core();
     const auto [first_s, last_s] = core.CoveredAbscissae();
@@ -50,9 +49,9 @@ class GENERAL_ORBIT {
   /// Null before the orbit was read.
   [[nodiscard]] const ORBIT_BASE* CoreObject() const { return core_.get(); }
 
-  /// Position [m], velocity [m/s] and acceleration [m/s^2] at a time: a `double` counted from the
-  /// reference time (for plain-number orbits: from where that counts), a UNIVERSAL_TIME or a
-  /// MISSION_ELAPSED_TIME.
+  /// Position [m], velocity [m/s] and acceleration [m/s^2] at a time: a UNIVERSAL_TIME, a
+  /// MISSION_ELAPSED_TIME, or a `double` that counts seconds from the reference time (for
+  /// plain-number orbits: from the same zero as the reference time).
   template <class Time>
   void Position(const Time& time, V& position) const {
     Core().Position(time, position);
@@ -65,9 +64,9 @@ class GENERAL_ORBIT {
   void Acceleration(const Time& time, V& acceleration) const {
     Core().Acceleration(time, acceleration);
   }
-  /// All three at the time origin_s + offset_s; nothing of a small offset is lost where the origin
-  /// is the orbit's own. Several threads may ask at once. No line is logged, except by EVERETT
-  /// outside the interval that its order reaches.
+  /// All three at the time origin_s + offset_s. If origin_s is TimeOrigin(), a small offset keeps
+  /// all its digits. Several threads may call it at once. Logs nothing, except for EVERETT outside
+  /// the interval that its order reaches.
   void GetState(double origin_s, double offset_s, V& position, V& velocity, V& acceleration) const {
     const ORBIT_BASE& core = Core();
     core.GetState((origin_s - core.TimeOrigin()) + offset_s, position, velocity, acceleration);
@@ -84,7 +83,7 @@ class GENERAL_ORBIT {
   }
   [[noreturn]] static void FailNotRead();
 
-  /// An empty core object of the class and with the settings that are named.
+  /// Makes an empty core object of this class with these settings.
   static std::unique_ptr<ORBIT_BASE> MakeCore(int type_id,
                                               const quellmark::orbit::InterpolationChoice& choice);
   void TakeOver(std::unique_ptr<ORBIT_BASE> core, int type_id,

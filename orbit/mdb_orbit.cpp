@@ -7,7 +7,7 @@ namespace quellmark::orbit {
 
 void ReadMdbSource(PARAMETER_POOL& pool) {
   using pool::ValueType;
-  // The values are read for the failures of the reading alone.
+  // The values are not used; they are read because a missing or faulty key must fail.
   const auto read_text = [&](const char* key) {
     static_cast<void>(pool.Read<ValueType::kStr>(key));
   };

@@ -6,13 +6,14 @@
 
 namespace quellmark::orbit {
 
-/// Reads the keys that name a record database and an orbit in it. No source of such records is part
-/// of this program: throws ERROR_ARGUMENT after the ALARM line for an orbit source that is not set.
+/// Reads the keys that name a record database and an orbit in it. Then always throws ERROR_ARGUMENT
+/// after the ALARM line for an orbit source that is not set, because this program cannot read such
+/// records.
 [[noreturn]] void ReadMdbSource(PARAMETER_POOL& pool);
 
 }  // namespace quellmark::orbit
 
-/// Knows how its source is described; see ReadMdbSource() for how far it gets.
+/// Reads how its source is described and then fails, see ReadMdbSource().
 template <class T, class S, class I, class P>
 class MDB_ORBIT final : public ORBIT<T, S, I, P> {
  public:

@@ -5,8 +5,8 @@
 #include "time/time_value.h"
 
 /// T: number type of the samples, S: type of their times (double, UNIVERSAL_TIME,
-/// MISSION_ELAPSED_TIME), I: interpolation, P: its support points. Where the samples come from is
-/// the business of the classes below.
+/// MISSION_ELAPSED_TIME), I: interpolation, P: its support points. Derived classes know where the
+/// samples come from.
 template <class T, class S, class I, class P>
 class ORBIT : public quellmark::orbit::SampledOrbit<T, I> {
  public:

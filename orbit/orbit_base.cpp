@@ -32,7 +32,7 @@ void ORBIT_BASE::ReadSource(PARAMETER_POOL&) { FailNotProvided("ReadSource"); }
 void ORBIT_BASE::SetReferenceTime(const STRING&) { FailNotProvided("SetReferenceTime"); }
 void ORBIT_BASE::ReadSamples(PARAMETER_POOL&) { FailNotProvided("ReadSamples"); }
 void ORBIT_BASE::ReadFromParameterPool(const STRING&) { FailNotProvided("ReadFromParameterPool"); }
-// The classes that provide it take the vectors over.
+// The vectors are passed by value because the overriding functions move from them.
 // NOLINTNEXTLINE(performance-unnecessary-value-param)
 void ORBIT_BASE::SetStateVectors(quellmark::orbit::StateVectors, bool) {
   FailNotProvided("SetStateVectors");

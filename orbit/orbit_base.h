@@ -1,4 +1,4 @@
-// What every orbit answers, whatever the number type, time type and interpolation of its samples.
+// The interface of every orbit, for any number type, time type and interpolation of its samples.
 #pragma once
 
 #include <cstddef>
@@ -35,62 +35,63 @@ struct OrbitKeys {
 
 /// Positions in metres, velocities in m/s and accelerations in m/s^2 in the earth-fixed frame of
 /// the samples. A `double` time counts seconds from the reference time, or is the time itself where
-/// the samples are stamped with plain numbers. Operations that a class below must provide are not
-/// abstract: called here, they log an ALARM line and throw ERROR_ALGORITHM.
+/// the samples are stamped with plain numbers. Operations that a derived class must override are
+/// not abstract here: they log an ALARM line and throw ERROR_ALGORITHM.
 class ORBIT_BASE {
  public:
   ORBIT_BASE() = default;
   ORBIT_BASE(const ORBIT_BASE&) = delete;
   virtual ~ORBIT_BASE() = default;
-  /// Takes over everything from an orbit of the same class; ERROR_ARGUMENT after an ALARM line for
-  /// an orbit of another one.
+  /// Copies everything from an orbit of the same class. Throws ERROR_ARGUMENT after an ALARM line
+  /// for an orbit of another class.
   virtual ORBIT_BASE& operator=(const ORBIT_BASE& orbit);
 
-  /// Order and support point count for the interpolators; -1 leaves their defaults.
+  /// Set the order and the support point count of the interpolators; -1 keeps their defaults.
   void SetPolynomialFitOrder(int order) { polynomial_fit_order_ = order; }
   void SetSupportPointCount(int count) { support_point_count_ = count; }
-  /// Name of the interpolation; the text is not copied.
+  /// Sets the name of the interpolation, which is not copied and must outlive the orbit.
   void SetKindName(std::string_view name) { kind_name_ = name; }
   void SetKeys(quellmark::orbit::OrbitKeys keys) { keys_ = std::move(keys); }
-  /// Pool file with the samples, also if the path is empty; the scene pool unless set.
+  /// Sets the pool file with the samples. Even an empty path counts as a file. Unless set, the
+  /// samples stand in the scene pool.
   void SetDataFile(const STRING& path) { data_file_ = path; }
 
   /// Reads from the scene pool where the samples are to come from.
   virtual void ReadSource(PARAMETER_POOL& pool);
-  /// Takes the text as reference time; throws "not allowed time conversion" after an ALARM line if
-  /// it is the text of another kind of time than the samples'.
+  /// Sets the reference time from its text. Throws "not allowed time conversion" after an ALARM
+  /// line if the text is of another time type than the samples.
   virtual void SetReferenceTime(const STRING& text);
-  /// The reference time as it was read.
+  /// The text of the reference time.
   [[nodiscard]] const STRING& TimeStamp() const { return time_stamp_; }
   /// Reads the samples and builds the interpolators.
   virtual void ReadSamples(PARAMETER_POOL& scene_pool);
   /// Reads the samples from the pool file at `path`. Kept for old callers.
   virtual void ReadFromParameterPool(const STRING& path = {});
 
-  /// Takes state vectors, seconds after the reference time, and builds the interpolators; throws as
-  /// those do, and INVALID_PARAMETER_VALUE after an ALARM line for fewer than two. `with_lines`:
-  /// the interpolators log their spans and what fits are worth.
+  /// Builds the interpolators from state vectors whose times are seconds after the reference time.
+  /// Throws what the interpolators throw, and INVALID_PARAMETER_VALUE after an ALARM line for fewer
+  /// than two vectors. With `with_lines` the interpolators log their spans and the quality of fits.
   virtual void SetStateVectors(quellmark::orbit::StateVectors vectors, bool with_lines);
 
   [[nodiscard]] virtual int NumberOfCoordinates() const;
-  /// Abscissae of the first and the last state vector; ERROR_ALGORITHM after an ALARM line if there
-  /// are none.
+  /// Abscissae of the first and the last state vector. Throws ERROR_ALGORITHM after an ALARM line
+  /// if there are no vectors.
   [[nodiscard]] virtual quellmark::orbit::CoveredInterval CoveredAbscissae() const;
-  /// The reference time itself if it is a plain number, else 0.0: the `double` time that lies at
-  /// abscissa 0.
+  /// The `double` time at abscissa 0: the reference time itself if it is a plain number, else 0.0.
   [[nodiscard]] double TimeOrigin() const { return time_origin_s_; }
 
-  /// Seconds from the reference time to `time`: the abscissa of the interpolation. A type that the
-  /// orbit's samples are not stamped with raises "not allowed time conversion".
+  /// Seconds from the reference time to the time, which is the abscissa of the interpolation.
+  /// Throws "not allowed time conversion" for another time type than that of the samples.
   [[nodiscard]] double Abscissa(double time_s) const { return time_s - time_origin_s_; }
   [[nodiscard]] virtual double Abscissa(const UNIVERSAL_TIME& time) const;
   [[nodiscard]] virtual double Abscissa(const MISSION_ELAPSED_TIME& time) const;
 
-  /// Derivative 0 (value), 1 or 2 of each coordinate at an abscissa; `result` has one element per
-  /// coordinate. ERROR_ARGUMENT after an ALARM line if it has another number of them, or if the
-  /// abscissa is not finite.
+  /// Computes derivative 0 (the value), 1 or 2 of each coordinate at an abscissa. Throws
+  /// ERROR_ARGUMENT after an ALARM line unless `result` has one element per coordinate and the
+  /// abscissa is finite.
   virtual void Derive(int derivative, double abscissa_s, std::span<double> result) const;
-  /// All three derivatives at once, of an orbit of three coordinates (ERROR_ARGUMENT for others).
+  /// Computes all three derivatives at once. Throws ERROR_ARGUMENT for an orbit that has not three
+  /// coordinates.
   virtual void GetState(double abscissa_s, VECTOR_3D<double>& position, VECTOR_3D<double>& velocity,
                         VECTOR_3D<double>& acceleration) const;
 
@@ -111,13 +112,13 @@ class ORBIT_BASE {
   /// Writes a table of samples, interpolated positions and their differences to the log (level 2).
   virtual void List() const;
   /// Writes the coefficients of the interpolation to the file `name` + ".pkt"; logs an ALARM line
-  /// if it can not be created.
+  /// if the file cannot be created.
   virtual void SavePolynomial(const STRING& name) const;
 
  protected:
   void Derive(int derivative, double abscissa_s, ARRAY<double>& result) const;
   void Derive(int derivative, double abscissa_s, VECTOR_3D<double>& result) const;
-  /// ERROR_ARGUMENT after an ALARM line unless the orbit has `count` coordinates.
+  /// Throws ERROR_ARGUMENT after an ALARM line unless the orbit has `count` coordinates.
   void CheckCoordinates(std::size_t count) const;
 
   quellmark::orbit::OrbitKeys keys_;

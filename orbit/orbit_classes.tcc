@@ -1,5 +1,5 @@
-// The classes of the orbit family; each source that includes this instantiates those of one time
-// type.
+// The classes of the orbit family. Each source that includes this file instantiates those of one
+// time type.
 #pragma once
 
 #include <memory>
@@ -39,8 +39,8 @@ OrbitClasses PoolOrbitClasses() {
           Create<POOL_ORBIT<T, S, EVERETT<T>, POINT<T>>>};
 }
 
-// The Chebyshev and Hermite rows make the pool orbit of the same time type: deliberate,
-// descriptions that name them count on it.
+// The Chebyshev and Hermite rows make the pool orbit of the same time type. This is deliberate:
+// existing descriptions that name them rely on it.
 template <class S>
 OrbitClasses MdbOrbitClasses() {
   using T = double;

@@ -27,7 +27,7 @@ S ScanEpoch(std::string_view text) {
   }
 }
 
-// The doubles under each key, as many as there are epochs under `time_key`.
+// Reads the doubles under each key and checks that there are as many as epochs under `time_key`.
 std::vector<std::vector<double>> ReadColumns(PARAMETER_POOL& pool, const ARRAY<STRING>& keys,
                                              std::string_view time_key, std::size_t epoch_count) {
   std::vector<std::vector<double>> columns;

@@ -1,4 +1,4 @@
-// What an orbit of samples answers at an abscissa, whatever its samples are stamped with.
+// An orbit of samples as a function of the abscissa, independent of the type of its times.
 #pragma once
 
 #include "basic/array.h"
@@ -33,7 +33,8 @@ class SampledOrbit : public ORBIT_BASE {
   void TakeSamples(const SampledOrbit& orbit) { interpolators_ = orbit.interpolators_; }
 
  private:
-  /// What the creation has left; ERROR_ALGORITHM after an ALARM line without state vectors.
+  /// The Model of the interpolators. Throws ERROR_ALGORITHM after an ALARM line without state
+  /// vectors.
   [[nodiscard]] const auto& Model() const;
 
   ARRAY<I> interpolators_;

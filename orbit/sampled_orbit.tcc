@@ -42,7 +42,8 @@ void SampledOrbit<T, I>::SetStateVectors(StateVectors vectors, bool with_lines) 
     interpolator.SetSupportPointCount(support_point_count_);
   }
   I::CreateTogether(interpolators.Elements(), samples, with_lines);
-  // After the kinds that have a message of their own for a single point.
+  // This check comes after the creation, because some kinds have their own message for a single
+  // point.
   if (interpolators.Length() > 0 && samples->x.size() < 2) {
     runtime::Fail<INVALID_PARAMETER_VALUE>("ORBIT: more than 1 state vector needed.\n");
   }

@@ -34,7 +34,7 @@ Table BuildTable() {
   return table;
 }
 
-// The tokens of `text` are cut off one by one; an empty one says that there are no more.
+// Cuts the next token off `text` and returns it; an empty one means that there are no more.
 std::string_view NextToken(std::string_view& text) {
   constexpr std::string_view kSeparators = "_,;:-()";
   text.remove_prefix(std::min(text.find_first_not_of(kSeparators), text.size()));

@@ -9,7 +9,8 @@
 
 namespace quellmark::orbit {
 
-/// Makes an empty orbit of one class; null for a class that is not built.
+/// Makes an empty orbit of one class. The pointer is null for a class that this program does not
+/// contain.
 using CreateOrbit = std::unique_ptr<ORBIT_BASE> (*)();
 
 inline constexpr std::size_t kInterpolationKinds = 10;
@@ -36,30 +37,30 @@ struct SelectionRow {
   CreateOrbit create;
 };
 
-/// All rows, orbit types major.
+/// All rows, ordered by orbit type and then by interpolation.
 [[nodiscard]] const std::array<SelectionRow, kOrbitTypes * kInterpolationKinds>& SelectionTable();
 
-/// Makes the orbit of a row; throws ERROR_ARGUMENT after an ALARM line if there is none.
+/// Makes the orbit of a row. Throws ERROR_ARGUMENT after an ALARM line if no row has these ids.
 [[nodiscard]] std::unique_ptr<ORBIT_BASE> CreateCoreObject(int orbit_type_id, int interpolation_id);
 
-/// An interpolation as it is named in a text such as "localpolyfit_8_12".
+/// An interpolation as a text such as "localpolyfit_8_12" names it.
 struct InterpolationChoice {
   int interpolation_id = 0;
   int polynomial_fit_order = -1;  ///< -1: never given
   int support_point_count = -1;   ///< -1: never given
 };
 
-/// Splits the text at any of "_,;:-()" into name, order and support point count; both numbers are
-/// logged (`with_lines`), and are those of `before` where the text gives none. Throws
-/// ERROR_ARGUMENT after an ALARM line for an unknown name, no name, and a number that is none.
+/// Splits the text at any of "_,;:-()" into name, order and support point count; a number that is
+/// missing is taken from `before`, and one that is present is logged if `with_lines`. Throws
+/// ERROR_ARGUMENT after an ALARM line for a missing or unknown name and for a malformed number.
 [[nodiscard]] InterpolationChoice ParseInterpolation(std::string_view text,
                                                      InterpolationChoice before = {},
                                                      bool with_lines = true);
 
-/// Id of the name; throws ERROR_ARGUMENT after an ALARM line for an unknown one.
+/// The id of the name. Throws ERROR_ARGUMENT after an ALARM line for an unknown one.
 [[nodiscard]] int OrbitTypeId(std::string_view name);
 
-/// The makers of the classes of one orbit type, by interpolation id.
+/// The functions that make the classes of one orbit type, by interpolation id.
 using OrbitClasses = std::array<CreateOrbit, kInterpolationKinds>;
 template <class T, class S>
 [[nodiscard]] OrbitClasses PoolOrbitClasses();

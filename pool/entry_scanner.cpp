@@ -44,13 +44,14 @@ void EntryScanner::NextLine() {
   if (!lines_.Next(line_)) line_ = {};
 }
 
-// The LF of a pair CR LF counts as a line of its own, but separates nothing.
+// The LF of a pair CR LF counts as an empty line, but it must not separate comments from their
+// entry.
 bool EntryScanner::EndsPairOfLineEnds() const {
   return line_ == "\n" && line_.data() != text_.data() && *(line_.data() - 1) == '\r';
 }
 
 bool EntryScanner::Next(PoolEntry& entry) {
-  const char* comments = nullptr;  // the first of those right above
+  const char* comments = nullptr;  // the first comment line right above the entry
   for (; !line_.empty() && !IsKeyLine(line_); NextLine()) {
     if (line_.front() == '#') {
       if (comments == nullptr) comments = line_.data();
@@ -66,7 +67,7 @@ bool EntryScanner::Next(PoolEntry& entry) {
   entry.key = KeyOf(line_);
   entry.rest = Between(begin, text_.data() + text_.size());
   TokenCursor cursor(line_);
-  static_cast<void>(cursor.Next());  // the key, which may be longer than what counts of it
+  static_cast<void>(cursor.Next());  // skips the whole key; KeyOf() may have cut it short
   entry.type = cursor.Next();
   entry.value = WithoutTrailingBlanks(cursor.Rest());
 

@@ -22,14 +22,14 @@ constexpr std::size_t kTypeColumns = 16;
 constexpr std::size_t kIndentationLimit = 1023;
 constexpr std::string_view kControlCharacters{"\n\r\0", 3};
 
-// Digits behind the point. The scalar and its vectors have deliberately more than the names say.
+// Digits after the point. Scalars and vectors deliberately have more than the type names say.
 template <class Float>
 constexpr int kDigits = std::is_same_v<Float, float> ? 10 : 17;
 template <class Float>
 constexpr int kDigitsOfPart = std::is_same_v<Float, float> ? 6 : 15;
 
-// "%.*E", except that a value is cut instead of rounded where rounding would leave the range of its
-// type: the largest values must be readable again.
+// Writes as "%.*E" does, with one exception: if rounding would exceed the range of the type, the
+// digits are cut instead. So the largest values can be read back.
 template <class Float>
 void AppendFloating(std::string& text, Float value, int digits) {
   std::array<char, 64> buffer;
@@ -44,7 +44,7 @@ void AppendFloating(std::string& text, Float value, int digits) {
   };
   std::string_view formatted = format(digits);
   constexpr auto kLargest = static_cast<double>(std::numeric_limits<Float>::max());
-  // Rounding moves no value that is smaller than half the largest out of the range.
+  // No value below half the largest can be rounded out of the range.
   if (std::fabs(static_cast<double>(value)) > kLargest / 2 &&
       std::fabs(std::strtod(buffer.data(), nullptr)) > kLargest) {
     constexpr int kExtraDigits = 10;
@@ -121,7 +121,7 @@ class EntryWriter {
     AppendPadded(text_, key, kKeyColumns);
     text_ += ' ';
     AppendPadded(text_, TypeName(type), kTypeColumns);
-    constexpr std::size_t kOutdent = 2;  // the braces stand to the left of the value column
+    constexpr std::size_t kOutdent = 2;  // the braces stand to the left of the values
     const std::size_t fields = text_.size() - line_begin_;
     indentation_.assign(std::min(fields - kOutdent, kIndentationLimit), ' ');
   }
@@ -183,7 +183,7 @@ class EntryWriter {
   std::string indentation_;
 };
 
-// Whether the reader takes back what is written for the value.
+// IsReadable() says whether the value can be read back after it was written.
 
 bool IsReadable(const STRING& value) {
   return value.View().find_first_of(kControlCharacters) == std::string_view::npos;

@@ -14,16 +14,16 @@ class FileWriter {
   FileWriter(const FileWriter&) = delete;
   FileWriter& operator=(const FileWriter&) = delete;
 
-  /// To be called before the first Write(); `fd` stays the caller's.
+  /// Must be called before the first Write(). The caller keeps `fd` and closes it.
   void Open(int fd) { fd_ = fd; }
   void Write(std::string_view bytes);
-  /// Writes what is still collected. False after an error, with errno set to that of the write that
-  /// failed.
+  /// Writes the bytes that are still collected. Returns false after an error, with the errno of the
+  /// write that failed.
   [[nodiscard]] bool Flush();
 
   /// Whether no write has failed so far.
   [[nodiscard]] bool IsGood() const { return error_ == 0; }
-  /// Whether a text that is written now begins a line.
+  /// Whether the next byte begins a line.
   [[nodiscard]] bool IsAtLineStart() const { return at_line_start_; }
 
  private:

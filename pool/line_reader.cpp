@@ -33,7 +33,7 @@ void LineReader::Rewind(int fd) {
 
 void LineReader::Rewind(std::string_view text) {
   error_ = 0;
-  at_end_ = true;  // nothing is to be read
+  at_end_ = true;  // there is no file to read from
   begin_ = text.data();
   end_ = begin_ + text.size();
 }
@@ -45,7 +45,7 @@ std::size_t LineReader::Remaining() const {
   return held + static_cast<std::size_t>(file.st_size - offset_);
 }
 
-// Moves what is left to the front of the buffer and fills the rest.
+// Moves the unread bytes to the front of the buffer and fills the rest from the file.
 void LineReader::Refill() {
   std::size_t held = static_cast<std::size_t>(end_ - begin_);
   if (held != 0) std::memmove(buffer_.get(), begin_, held);
@@ -94,9 +94,9 @@ void LineReader::SkipLinesBefore(const char* limit) {
                carriage_return != std::string_view::npos) {
       begin_ += carriage_return + 1;
     } else if (window.size() == kLineLimit) {
-      begin_ += kLineLimit;  // a longer line is read as several
+      begin_ += kLineLimit;  // the rest of a longer line counts as a line of its own
     } else {
-      return;  // the limit is within the line
+      return;  // this line ends after the limit
     }
   }
 }
@@ -109,7 +109,7 @@ bool LineReader::SkipTo(std::string_view start) {
     SkipLinesBefore(found != nullptr ? found : end_);
     if (found != nullptr) {
       if (found == begin_) return true;
-      search = found + 1;  // within a line
+      search = found + 1;  // the match was inside a line
     } else if (at_end_) {
       begin_ = end_;
       return false;

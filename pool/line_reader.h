@@ -9,15 +9,15 @@
 
 namespace quellmark::pool {
 
-/// A line holds at most this many characters, its end included; a longer one is read as several.
+/// The greatest length of a line, its end included. A longer line is read as several lines.
 inline constexpr std::size_t kLineLimit = 1024;
-/// Of a longer key only this many characters count.
+/// The greatest length of a key. Further characters are ignored.
 inline constexpr std::size_t kKeyLimit = 100;
 
 [[nodiscard]] constexpr bool IsBlank(char c) { return c == ' ' || c == '\t'; }
 [[nodiscard]] constexpr bool IsLineEnd(char c) { return c == '\n' || c == '\r'; }
 
-/// Whether a line begins an entry: not empty, not indented, no comment.
+/// Whether a line begins an entry: it is not empty, not indented and no comment.
 [[nodiscard]] constexpr bool IsKeyLine(std::string_view line) {
   return !IsBlank(line.front()) && !IsLineEnd(line.front()) && line.front() != '#';
 }
@@ -30,31 +30,31 @@ inline constexpr std::size_t kKeyLimit = 100;
 /// with the file.
 class LineReader {
  public:
-  /// Starts over at the first byte of `fd`, which stays the caller's; nothing that was read before
-  /// is used again, so that what others wrote meanwhile is seen.
+  /// Starts over at the first byte of `fd`, which the caller keeps and closes. Forgets everything
+  /// that was read before, so the reader sees what others wrote meanwhile.
   void Rewind(int fd);
   /// Starts over at the first byte of a text, which must outlive the reading.
   void Rewind(std::string_view text);
 
-  /// Gives the next line, its end included, or false at the end of the file or after an error. The
-  /// view holds until the next call.
+  /// Sets `line` to the next line, its end included; returns false at the end of the file or after
+  /// an error. The view is valid until the next call.
   [[nodiscard]] bool Next(std::string_view& line);
 
-  /// Skips lines up to the next one that begins with `start`, which is then what Next() gives;
-  /// false if there is none. Much faster than looking at line after line.
+  /// Skips lines until Next() would return one that begins with `start`; returns false if there is
+  /// none. Much faster than a loop over Next().
   [[nodiscard]] bool SkipTo(std::string_view start);
 
-  /// How many bytes are still to come, as far as the file's size tells.
+  /// How many bytes are left according to the size of the file.
   [[nodiscard]] std::size_t Remaining() const;
 
-  /// errno of the read that failed, or 0.
+  /// The errno of the read that failed, or 0.
   [[nodiscard]] int Error() const { return error_; }
 
  private:
   void Refill();
-  // Skips the lines that end before `limit`, which is a place in the buffer or its end.
+  // Skips the lines that end before `limit`, which points into the buffer or to its end.
   void SkipLinesBefore(const char* limit);
-  // 0 if the end of the line is not in the buffer.
+  // Returns 0 if the end of the line is not in the buffer.
   [[nodiscard]] std::size_t LineSize() const;
 
   int fd_ = -1;
@@ -62,7 +62,7 @@ class LineReader {
   int error_ = 0;
   bool at_end_ = true;
   std::unique_ptr<char[]> buffer_;
-  const char* begin_ = nullptr;  ///< the bytes not yet handed out
+  const char* begin_ = nullptr;  ///< the bytes not yet returned are [begin_, end_)
   const char* end_ = nullptr;
 };
 
@@ -71,12 +71,12 @@ class TokenCursor {
  public:
   explicit TokenCursor(std::string_view line) : rest_(line) {}
 
-  /// The next token, or an empty view if the line holds no further one.
+  /// Returns the next token, or an empty view if there is none.
   [[nodiscard]] std::string_view Next();
-  /// What Next() would give, without going there.
+  /// Returns what Next() would return, but does not advance.
   [[nodiscard]] std::string_view Peek() { return TokenCursor(Rest()).Next(); }
   [[nodiscard]] bool HasToken() { return !Rest().empty() && rest_.front() != '\n'; }
-  /// What follows, from the next token on.
+  /// Returns the rest of the line from the next token on.
   [[nodiscard]] std::string_view Rest();
   void Skip(std::size_t count) { rest_.remove_prefix(count); }
 

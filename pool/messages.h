@@ -1,5 +1,6 @@
 // The irregular texts of the parse messages, next to the types they belong to. Other programs match
-// them: kept exactly, do not correct (neighbouring types' names, byte widths, a lost digit).
+// them, so they are kept exactly: do not correct the names of neighbouring types, the byte widths
+// or the lost digit.
 #pragma once
 
 #include <array>
@@ -9,7 +10,8 @@
 
 namespace quellmark::pool {
 
-/// What is said about a token that is no integer of its type; empty: the check is not made.
+/// The messages about a token that is no integer of its type. An empty message means that the check
+/// is not made.
 struct IntegerMessages {
   ValueType type;
   std::string_view floating;
@@ -40,13 +42,13 @@ inline constexpr const IntegerMessages& kIntegerMessagesOf =
 static_assert(kIntegerMessagesOf<unsigned char>.type == ValueType::kByt &&
               kIntegerMessagesOf<long long>.type == ValueType::kInt64);
 
-/// How the messages about the braces around a body name its type.
+/// How messages about the braces of a body name its type.
 struct BraceNames {
   ValueType type;
-  std::string_view open;           ///< no token where "{" should stand
-  std::string_view open_instead;   ///< another token there
-  std::string_view close;          ///< no token where "}" should stand
-  std::string_view close_instead;  ///< another token there (pairs and indexed values alone)
+  std::string_view open;           ///< if no token stands in the place of "{"
+  std::string_view open_instead;   ///< if another token stands there
+  std::string_view close;          ///< if no token stands in the place of "}"
+  std::string_view close_instead;  ///< if another token stands there (for pairs only)
 };
 
 /// The types whose messages do not simply use the type's own name.

@@ -18,11 +18,11 @@ bool Exists(const std::string& path) {
 }
 
 basic::UniqueFd OpenRegular(const std::string& path, int flags) {
-  // To open a device may already do something: ask first.
+  // The kind of the file is checked before it is opened, because opening a device may have effects.
   struct stat status {};
   if (::stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) return {};
-  // The file may change between a look at its name and the opening: O_NONBLOCK keeps a pipe from
-  // blocking, and the kind is checked on what was opened.
+  // The name may stand for another file by now. O_NONBLOCK keeps the opening of a pipe from
+  // blocking, and the kind of the opened file is checked again.
   basic::UniqueFd fd(::open(path.c_str(), flags | O_CLOEXEC | O_NOCTTY | O_NONBLOCK, kNewFileMode));
   if (fd.IsOpen() && (::fstat(fd.Get(), &status) != 0 || !S_ISREG(status.st_mode))) fd.Reset();
   return fd;

@@ -1,4 +1,4 @@
-// Opening files so that nothing that the user has can be harmed by it.
+// Opens files without harm to any file of the user.
 #pragma once
 
 #include <string>
@@ -9,23 +9,23 @@ namespace quellmark::pool {
 
 struct PoolFile {
   basic::UniqueFd fd;     ///< not open on failure
-  bool writable = false;  ///< opened for reading and writing
+  bool writable = false;  ///< open for reading and writing
   bool created = false;   ///< there was no such file
 };
 
-/// Opens a regular file for reading and writing, creates it if there is none, or else opens it for
-/// reading alone. Nothing that exists is truncated, and what is no regular file is not opened at
-/// all: it might hang.
+/// Opens a regular file for reading and writing, and creates it if there is none. A file that
+/// cannot be written is opened for reading only. No file is truncated. Other kinds of files are not
+/// opened, because that might hang.
 [[nodiscard]] PoolFile OpenPoolFile(const std::string& path);
 
-/// Opens a regular file for reading; nothing is created.
+/// Opens a regular file for reading. Creates none.
 [[nodiscard]] PoolFile OpenPoolFileForReading(const std::string& path);
 
-/// What the unique names of temporary files are made of: "DIRECTORY/pool_XXXXXX".
+/// The template of the unique names of temporary files, "DIRECTORY/pool_XXXXXX".
 [[nodiscard]] std::string TemporaryTemplate(const std::string& directory);
 
-/// Creates a file and puts its unique name into `path`, which holds a template. Not open on
-/// failure, with errno set.
+/// Creates a file with a unique name and replaces the template in `path` by that name. On failure
+/// the result is not open, and errno is set.
 [[nodiscard]] basic::UniqueFd CreateTemporary(std::string& path) noexcept;
 
 /// The directory part of the first 1000 characters of `path`.

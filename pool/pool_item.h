@@ -1,4 +1,4 @@
-// What waits to be written into a pool.
+// The entries that are pending: the next update will write them into a pool.
 #pragma once
 
 #include <iterator>
@@ -12,8 +12,8 @@
 /// An entry to be written.
 struct PARAMETER_POOL_ITEM {
   std::string key;
-  std::string text;        ///< its lines as they will stand in the file, comments included
-  bool is_placed = false;  ///< an update's mark: already written at the place of an older entry
+  std::string text;        ///< its lines for the file, comments included
+  bool is_placed = false;  ///< used by an update: the entry is already written
 };
 
 /// The pending entries in the order in which they were added; each key occurs once.
@@ -21,7 +21,7 @@ class PARAMETER_POOL_LIST {
  public:
   using Items = LIST<PARAMETER_POOL_ITEM>;
 
-  /// nullptr if there is none. Takes the same time for any number of entries.
+  /// Returns nullptr if there is none. The time does not depend on the number of entries.
   [[nodiscard]] PARAMETER_POOL_ITEM* Find(std::string_view key) {
     const auto found = places_.find(key);
     return found != places_.end() ? &*found->second : nullptr;
@@ -41,7 +41,7 @@ class PARAMETER_POOL_LIST {
       throw;
     }
   }
-  /// False if the key is not pending.
+  /// Returns false if the key is not pending.
   bool Remove(std::string_view key) {
     const auto found = places_.find(key);
     if (found == places_.end()) return false;
@@ -61,5 +61,5 @@ class PARAMETER_POOL_LIST {
 
  private:
   Items items_;
-  std::unordered_map<std::string_view, Items::iterator> places_;  // by the items' own keys
+  std::unordered_map<std::string_view, Items::iterator> places_;  // views of the items' keys
 };

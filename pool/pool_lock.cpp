@@ -26,7 +26,7 @@ struct flock Region(short type, off_t byte) {
   return region;
 }
 
-// Does not wait. False if another process holds a lock that excludes this one.
+// Does not wait. Returns false if another process holds a lock that excludes this one.
 bool SetLock(int fd, short type) {
   struct flock lock = Region(type, kLockByte);
   if (::fcntl(fd, F_OFD_SETLK, &lock) != 0 && (errno == EAGAIN || errno == EACCES)) return false;
@@ -46,8 +46,8 @@ std::string HolderOf(int fd) {
 
 bool LockWait::Until(const std::function<bool()>& attempt) {
   using std::chrono::nanoseconds;
-  // Short at first, because most updates take a few milliseconds; then long enough for hundreds of
-  // processes to wait on a network file system.
+  // The first pauses are short, because most updates take a few milliseconds. The last ones are
+  // long, so that hundreds of processes can wait on a network file system.
   constexpr nanoseconds kFirstPause = std::chrono::milliseconds(1);
   constexpr nanoseconds kLongestPause = std::chrono::milliseconds(32);
   const auto start = std::chrono::steady_clock::now();

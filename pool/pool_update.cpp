@@ -28,8 +28,8 @@ using runtime::Fail;
 using runtime::LogLevel;
 using runtime::LogLine;
 
-// Merges pending entries into a copy of a pool. Only the constructor allocates: when a copy exists,
-// nothing but the disk can fail.
+// Merges pending entries into a copy of a pool. Only the constructor allocates, so once the copy
+// exists only the disk can fail.
 class Merger {
  public:
   Merger(int pool_fd, PARAMETER_POOL_LIST& pending) : pending_(pending) {
@@ -37,12 +37,12 @@ class Merger {
     for (PARAMETER_POOL_ITEM& item : pending_) item.is_placed = false;
   }
 
-  // Copies the pool line by line; an entry whose key is pending gives way to the pending one, and
-  // what has no place in the pool follows at the end. Returns whether all was read and written, or
-  // sets errno.
+  // Copies the pool line by line. A pending entry replaces the entry of the same key; pending
+  // entries with new keys follow at the end. Returns false and sets errno if reading or writing
+  // fails.
   bool Run(int copy_fd) {
     copy_.Open(copy_fd);
-    bool dropping = false;  // within an entry that was replaced
+    bool dropping = false;  // the line belongs to an entry that was replaced
     std::string_view line;
     while (copy_.IsGood() && lines_.Next(line)) {
       if (IsKeyLine(line)) {
@@ -61,7 +61,7 @@ class Merger {
  private:
   bool Place(PARAMETER_POOL_ITEM* item) {
     if (item == nullptr || item->is_placed) return false;
-    // The line before may lack its end: an entry is never glued to it.
+    // The line before may have no line end. Then the entry must not become a part of that line.
     if (!copy_.IsAtLineStart()) copy_.Write("\n");
     copy_.Write(item->text);
     item->is_placed = true;
@@ -74,8 +74,8 @@ class Merger {
 };
 
 // Truncating the pool frees only its current size. If the new content needs more blocks, a full
-// disk could cut it off, so the difference is reserved behind the copy's end, and given back for
-// the pool to take. A file system that can not reserve tells nothing.
+// disk could cut it off, so the difference is reserved after the copy's end and released again at
+// once. If the file system cannot reserve space, the answer is true.
 bool HasRoomToGrow(int pool_fd, int copy_fd) {
   struct stat pool {};
   struct stat copy {};
@@ -90,15 +90,15 @@ bool HasRoomToGrow(int pool_fd, int copy_fd) {
   return ::ftruncate(copy_fd, copy.st_size) == 0;
 }
 
-// The name of a new file is on the disk only when its directory is. Where directories can not be
-// flushed the copy's own flush must do.
+// The name of a new file is on the disk only after its directory was flushed. If the directory
+// cannot be flushed, the flush of the copy alone must do.
 void FlushDirectory(const std::string& directory) {
   const UniqueFd fd(::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   if (fd.IsOpen()) static_cast<void>(::fsync(fd.Get()));
 }
 
-// A write beyond the limit of file sizes fails and is reported. Its signal, which is held back,
-// would end the program as soon as the update is over.
+// A write beyond the limit of file sizes fails and also raises SIGXFSZ. The failure is reported, so
+// the signal, which is still held back, is dropped: it would end the program after the update.
 void DropSizeSignal() {
   sigset_t size_signal;
   ::sigemptyset(&size_signal);
@@ -107,9 +107,9 @@ void DropSizeSignal() {
   static_cast<void>(::sigtimedwait(&size_signal, nullptr, &no_wait));
 }
 
-// While a pool is not whole, the log's file names the copy, whatever its threshold: a kill leaves
-// the line there. When the pool is whole again the line is taken back, unless something was logged
-// behind it.
+// A line in the log file that names the copy while the pool is incomplete. It is written whatever
+// the threshold is, so that it is there if the program is killed. When the pool is complete again,
+// the line is removed, unless others have written after it.
 class CopyNote {
  public:
   CopyNote(const std::string& copy_path, const std::string& path) {

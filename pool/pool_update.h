@@ -11,21 +11,20 @@ namespace quellmark::pool {
 /// Merges pending entries into a fresh copy of the pool, writes the copy back into the pool's file
 /// (same inode, owner and permissions) and deletes it. The caller keeps other updates away.
 ///
-/// At every moment either the pool holds its old or its new content whole, or the copy beside it
-/// holds the new content whole; a failure leaves such a copy in place and names it in the log. That
-/// also holds for what a crash of the machine leaves on the disk, for which three flushes are
-/// needed:
-/// - the copy's, before the pool is touched: otherwise the disk may have the emptied pool, but not
+/// At every moment the pool has its complete old content, or the pool has its complete new content,
+/// or the copy beside it has the complete new content. A failure leaves such a copy in place and
+/// names it in the log. The same is true of the disk after a crash of the machine. This requires
+/// three flushes:
+/// - of the copy, before the pool is touched: otherwise the disk may have the emptied pool, but not
 ///   yet the bytes of the copy;
-/// - its directory's, before the pool is touched: otherwise those bytes may belong to a file
-/// without
-///   a name, which is gone after the crash;
-/// - the pool's, before the copy is deleted: otherwise the disk may have lost the copy's name, but
-///   not yet got the bytes of the pool.
-/// The deletion itself is not flushed: a copy that comes back does no harm.
+/// - of the directory, before the pool is touched: otherwise those bytes may belong to a file
+///   without a name, which is gone after the crash;
+/// - of the pool, before the copy is deleted: otherwise the disk may have lost the name of the
+///   copy, but not yet got the bytes of the pool.
+/// The deletion is not flushed, because a copy that comes back after a crash does no harm.
 ///
-/// Signals are held back meanwhile: one would leave a pool behind that is cut off, or a copy that
-/// nobody needs.
+/// Signals are held back during the update. Otherwise one could leave an incomplete pool, or a copy
+/// that nobody needs.
 class PoolUpdate {
  public:
   /// `fd` is open for reading and writing; the references must outlive the update.
@@ -36,7 +35,7 @@ class PoolUpdate {
   /// ERROR_PARAMETER_POOL or, before anything is done, ERROR_NO_MEMORY.
   void Run(PARAMETER_POOL_LIST& pending);
 
-  /// Whether the pool's file was touched: after a failure it may then be incomplete.
+  /// Whether the pool's file was touched. If so, it may be incomplete after a failure.
   [[nodiscard]] bool HasTouchedPool() const { return touched_pool_; }
 
  private:

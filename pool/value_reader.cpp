@@ -35,8 +35,8 @@ concept Complex = requires(const T& value) {
   value.im;
 };
 
-// Converts as "%lf" does: the longest prefix that is a number counts. The common case, a plain
-// number and nothing behind it, does not need a terminated copy.
+// Converts as "%lf" does: the longest prefix that is a number counts. In the common case the whole
+// token is a plain number, and no copy with a terminating NUL is needed.
 bool ConvertFloating(std::string_view token, double& value) {
   const auto [end, error] = std::from_chars(token.data(), token.data() + token.size(), value);
   if (error == std::errc() && end == token.data() + token.size()) return true;
@@ -45,7 +45,8 @@ bool ConvertFloating(std::string_view token, double& value) {
   return std::sscanf(text.data(), "%lf", &value) == 1;
 }
 
-// Converts as "%lld" does; beyond the range of the type it saturates.
+// Converts as "%lld" does. A number beyond the range of the type becomes its lowest or highest
+// value.
 template <class Integer>
 bool ConvertInteger(std::string_view token, Integer& value) {
   const bool negative = token.starts_with('-');
@@ -59,7 +60,7 @@ bool ConvertInteger(std::string_view token, Integer& value) {
   return error == std::errc();
 }
 
-// A number of a range: the whole token must be an integer that an int holds.
+// Converts a number of a range. The whole token must be an integer that fits an int.
 bool ConvertRangeNumber(std::string_view token, int& value) {
   if (token.starts_with("+-")) return false;
   if (token.starts_with('+')) token.remove_prefix(1);
@@ -72,7 +73,7 @@ class Reader {
   Reader(std::string_view key, TokenCursor key_line, LineReader& lines)
       : key_(key), cursor_(key_line), lines_(lines) {}
 
-  // No entry has a value of unknown type, also not one whose type is unknown.
+  // No value can be read as a NoValue, not even that of an entry of unknown type.
   void Read(NoValue& /*value*/) {
     Refuse<WRONG_PARAMETER_TYPE>(" << type ", TypeName(ValueType::kUnknown), " expected\n");
   }
@@ -125,13 +126,14 @@ class Reader {
     Refuse<Error>(" << read value is : ", token, ending);
   }
 
-  // The structure of a body is the pool's; that of a scalar is part of its value.
+  // A wrong structure in a body is an error of the pool; in a scalar it is an error of the value.
   [[noreturn]] void RefuseStructure(std::string_view message) const {
     if (in_body_) Refuse<ERROR_PARAMETER_POOL>(message);
     Refuse<INVALID_PARAMETER_VALUE>(message);
   }
 
-  // Parse() reads the value that begins at the cursor; the caller has made sure of a token.
+  // Parse() reads the value that begins at the cursor. The caller has checked that there is a
+  // token.
 
   void Parse(bool& value) {
     const std::string_view token = cursor_.Next();
@@ -141,7 +143,7 @@ class Reader {
     }
   }
 
-  // The order of the checks decides which message a token with several faults gets.
+  // The order of the checks is fixed: it decides which message a token with several faults gets.
   template <class T>
   requires std::is_integral_v<T>
   void Parse(T& value) {
@@ -154,7 +156,7 @@ class Reader {
     if (!kMessages.sign.empty() && token.find('-') != kNone) {
       RefuseToken<INVALID_PARAMETER_VALUE>(token, kMessages.sign);
     }
-    // A type that is checked for its range is converted in a wider one.
+    // If the range of the type is checked, the conversion uses a wider type.
     std::conditional_t<kMessages.range.empty(), T, long long> converted = 0;
     if (token.find_first_not_of("+-0123456789") != kNone || !ConvertInteger(token, converted)) {
       RefuseToken<INVALID_PARAMETER_VALUE>(token, kMessages.characters);
@@ -174,7 +176,7 @@ class Reader {
     if (!ConvertFloating(token, converted)) {
       RefuseToken<INVALID_PARAMETER_VALUE>(token, " " + type + " value expected\n");
     }
-    // Written so that what is not a number is out of range.
+    // The comparison is negated so that NaN counts as out of range.
     if (!(std::fabs(converted) <= static_cast<double>(std::numeric_limits<T>::max()))) {
       RefuseToken<PARAMETER_OUT_OF_BOUNDS>(token,
                                            " (value is out of range) " + type + " expected\n");
@@ -182,7 +184,7 @@ class Reader {
     value = static_cast<T>(converted);
   }
 
-  // A text stands between quotes on one line; \" and \\ are its only escapes, any other backslash
+  // A text stands between quotes on one line; its only escapes are \" and \\. Any other backslash
   // stands for itself.
   void Parse(STRING& value) {
     const std::string_view rest = cursor_.Rest();
@@ -201,7 +203,7 @@ class Reader {
       if (escape) ++i;
       text += rest[i];
     }
-    // The message has a beginning of its own: kept exactly.
+    // The message begins differently from the others: kept exactly, do not correct.
     runtime::LogLine(runtime::LogLevel::kAlarm, "parameter pool:  >> ", key_,
                      " error in STRING processing\n");
     if (in_body_) throw ERROR_PARAMETER_POOL();
@@ -211,7 +213,7 @@ class Reader {
   template <Complex T>
   void Parse(T& value) {
     Parse(value.re);
-    // The text names CPL_6 for both types: kept exactly.
+    // The text names CPL_6 for both types: kept exactly, do not correct.
     if (!cursor_.HasToken()) Refuse<INVALID_PARAMETER_VALUE>(" << no imaginary part in CPL_6\n");
     Parse(value.im);
   }
@@ -237,7 +239,7 @@ class Reader {
     return IsIndexRange(range);
   }
 
-  // Puts the cursor on the next line, if there is one.
+  // Moves the cursor to the next line, if there is one.
   bool NextLine() {
     std::string_view line;
     const bool found = lines_.Next(line);
@@ -248,15 +250,15 @@ class Reader {
     return found;
   }
 
-  // Whether the rest of the file can hold so many elements: a count in a file is no promise, and no
-  // memory is taken for one that can not be kept.
+  // Whether the rest of the file is long enough for so many elements. The count in a file may be
+  // wrong, and no memory is allocated for an impossible one.
   [[nodiscard]] bool IsPossibleCount(long long count) const {
-    constexpr std::size_t kBytesOfShortestElement = 2;  // a digit and the line end
+    constexpr std::size_t kBytesOfShortestElement = 2;  // a digit and a line end
     return static_cast<std::size_t>(count) <= lines_.Remaining() / kBytesOfShortestElement;
   }
 
-  // Reads from the opening to the closing brace. Without room for `count` elements, because there
-  // can not be so many, the body is read only up to where it breaks off.
+  // Reads from the opening to the closing brace. If `count` was impossible, `elements` is empty.
+  // The body is then read only to find the place where it ends, which the message names.
   template <class T, class NameOfIndex>
   void ReadBody(ValueType type, long long count, std::span<T> elements, NameOfIndex name_of_index) {
     const BraceNames names = BraceNamesOf(type);
@@ -278,7 +280,8 @@ class Reader {
       if (kIsText<T> && cursor_.Rest().starts_with('"')) RefuseEntryCount(type);
     }
     ReadClosingBrace<T>(names);
-    if (!has_room) Refuse<ERROR_NO_MEMORY>(" << not enough memory\n");  // the file has grown
+    // Without room this place is reached only if the file has grown meanwhile.
+    if (!has_room) Refuse<ERROR_NO_MEMORY>(" << not enough memory\n");
   }
 
   [[noreturn]] void RefuseEntryCount(ValueType type) const {
@@ -295,8 +298,8 @@ class Reader {
     }
   }
 
-  // Deliberately lenient: any token closes a body, but for one of pairs. A further text is an
-  // element too many.
+  // Deliberately lenient: any token closes a body, unless the elements are pairs. A further text is
+  // an element too many.
   template <class T>
   void ReadClosingBrace(const BraceNames& names) {
     if (!NextLine()) Refuse<ERROR_PARAMETER_POOL>(" << no } due to end of file\n");

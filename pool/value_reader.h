@@ -1,4 +1,4 @@
-// From the text of an entry to its value.
+// Reads the value of an entry from its text.
 #pragma once
 
 #include <string_view>
@@ -7,11 +7,10 @@
 
 namespace quellmark::pool {
 
-/// Reads the value of an entry; `Value` is the C++ type of one of the value types but kUnknown.
-/// `key_line` stands behind the type, `lines` behind the key line; a body is read from `lines`.
-/// What is wrong with the value is reported in the log under `key` and thrown:
-/// INVALID_PARAMETER_VALUE, PARAMETER_OUT_OF_BOUNDS, ERROR_PARAMETER_POOL (the structure of a
-/// body), ERROR_NO_MEMORY or ERROR_CAN_NOT_READ_FILE.
+/// Reads the value of an entry; `Value` is the C++ type of a value type. `key_line` stands after
+/// the type name, `lines` after the key line; a body is read from `lines`. A faulty value is logged
+/// under `key`, then thrown as INVALID_PARAMETER_VALUE, PARAMETER_OUT_OF_BOUNDS,
+/// ERROR_PARAMETER_POOL (the structure of a body), ERROR_NO_MEMORY or ERROR_CAN_NOT_READ_FILE.
 template <class Value>
 [[nodiscard]] Value ReadValue(std::string_view key, TokenCursor key_line, LineReader& lines);
 

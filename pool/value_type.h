@@ -1,4 +1,4 @@
-// The closed table of value types of a parameter pool, and the C++ type that each stands for.
+// The table of all value types of a parameter pool, and the C++ type of each.
 #pragma once
 
 #include <cstddef>
@@ -16,7 +16,7 @@
 
 namespace quellmark::pool {
 
-/// What an entry of unknown type holds.
+/// The value of an entry of unknown type.
 struct NoValue {
   friend bool operator==(const NoValue&, const NoValue&) = default;
 };
@@ -51,24 +51,24 @@ static_assert(kValueTypeCount == 48 && static_cast<int>(ValueType::kStrM) == 47)
 template <ValueType kType>
 using PoolValue = std::variant_alternative_t<static_cast<std::size_t>(kType), AnyValue>;
 
-/// The other way round: the type of the entries that hold a `Value`.
+/// The inverse of PoolValue: the type of the entries that hold a `Value`.
 template <class Value>
 inline constexpr ValueType kTypeOf = []<std::size_t... kIds>(std::index_sequence<kIds...> /*ids*/) {
   constexpr bool kIsValue[] = {
       std::is_same_v<Value, std::variant_alternative_t<kIds, AnyValue>>...};
   std::size_t id = 0;
-  while (!kIsValue[id]) ++id;  // no value type: not a constant expression, a compile error
+  while (!kIsValue[id]) ++id;  // another type: index out of range, a compile error
   return static_cast<ValueType>(id);
 }
 (std::make_index_sequence<kValueTypeCount>());
 
-/// Whether a vector or a side of a matrix may have this range: all its indices, and the one before
-/// an empty range, are numbers that an int holds.
+/// Whether a vector or a side of a matrix may have this range: all its indices, and start - 1 for
+/// an empty range, must fit an int.
 [[nodiscard]] bool IsIndexRange(const RANGE<int>& range);
 
-/// The name as it stands in a pool file.
+/// The name of the type in pool files.
 [[nodiscard]] std::string_view TypeName(ValueType type);
-/// By exact, case-sensitive comparison; any other name is kUnknown.
+/// The type of this name, in exactly this case, or kUnknown.
 [[nodiscard]] ValueType TypeFromName(std::string_view name);
 
 }  // namespace quellmark::pool

@@ -1,7 +1,7 @@
 #!/bin/sh
-# Measures how far the scenes with truth are located from it, and writes docs/accuracy.md and its
-# picture. The products of QM_PRODUCTS count where it is set.
-# usage: scripts/accuracy.sh [BUILD_DIRECTORY]   (default build/release; has to be configured)
+# Measures how far located points are from the truth of the scenes that have one, and writes
+# docs/accuracy.md and its picture. Includes the products of QM_PRODUCTS if that is set.
+# usage: scripts/accuracy.sh [BUILD_DIRECTORY] (default build/release, which must be configured)
 set -eu
 
 cd "$(dirname "$0")/.."

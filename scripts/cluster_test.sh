@@ -1,9 +1,9 @@
 #!/usr/bin/env bash
-# Runs quellmark.sbatch on a one-node Slurm of its own: 2,000 scenes, 7 of them spoiled, in an array
-# of 8 tasks, of which one is killed halfway and requeued, while the node's daemon is started anew
-# once. Every scene has to be located exactly once. Needs root, for the daemons; all is ended and
-# removed at the end.
-# usage: scripts/cluster_test.sh [BUILD_DIRECTORY]   (default build/release; has to be built)
+# Runs quellmark.sbatch on a one-node Slurm that it starts itself. An array of 8 tasks locates 2,000
+# scenes, 7 of them faulty. One task is killed halfway and requeued, and the node's daemon is
+# restarted once. Every scene must be located exactly once. Needs root for the daemons. Ends and
+# removes everything when it is done.
+# usage: scripts/cluster_test.sh [BUILD_DIRECTORY] (default build/release, which must be built)
 set -euo pipefail
 cd "$(dirname "$0")/.."
 build=$(realpath "${1:-build/release}")
@@ -90,7 +90,7 @@ for i in $(seq $spoiled); do
 done | sort >"$work/expected_failures"
 find "$work/scenes" -name '*.pool' | sort >"$work/list"
 
-# --- a plain loop over some scenes, on as many processors, as the measure ---
+# --- for comparison: a plain loop over some scenes on as many processors ---
 mkdir "$work/loop"
 cp $(head -n 400 "$work/list") "$work/loop/"
 loop_start=$(date +%s.%N)
@@ -106,7 +106,7 @@ array_start=$(date +%s.%N)
 job=$(sbatch --parsable --array=0-$((tasks - 1)) --export=ALL "$root/examples/cluster/quellmark.sbatch" "$work/list" "$work/out")
 merge=$(sbatch --parsable --dependency="afterany:$job" --export=ALL --wrap "qmtool batch --merge --out $work/out")
 
-# One task is killed as soon as it has located something, and put back into the queue.
+# One task is killed and requeued as soon as it has located a scene.
 victim=0
 for _ in $(seq 300); do
   rows=$(cat "$work/out/summary.1-of-$tasks.csv" 2>/dev/null | wc -l || true)
@@ -119,7 +119,7 @@ sleep 1
 scontrol requeue "${job}_$victim" 2>/dev/null || say "the task ended before it could be requeued by hand"
 say "task $victim was killed after $((rows - 1)) scenes"
 
-# The node's daemon goes down and comes back; the steps that run go on.
+# The node's daemon ends and is started again. Running steps must continue.
 kill "$(cat "$work/slurmd.pid")"
 for _ in $(seq 50); do [ -e "$work/slurmd.pid" ] && kill -0 "$(cat "$work/slurmd.pid")" 2>/dev/null || break; sleep 0.1; done
 slurmd >/dev/null 2>&1
@@ -132,7 +132,7 @@ done
 array_rate=$(awk -v n=$scenes -v s="$array_start" -v e="$(date +%s.%N)" 'BEGIN { print n / (e - s) }')
 squeue -h -j "$job,$merge" -o '%i %T %r' | grep . && fail "jobs are left in the queue"
 
-# --- what has to hold ---
+# --- the checks ---
 [ -s out/summary.csv ] || fail "no merged summary"
 located=$(grep -c ',located,' out/summary.csv || true)
 [ "$located" -eq $((scenes - spoiled)) ] || fail "$located scenes are located, not $((scenes - spoiled))"

@@ -1,6 +1,6 @@
 #!/bin/sh
-# Counts lines of code (no blank lines, no lines that are a comment alone) per folder, and the share
-# of the test code; a quarter to a third is wanted.
+# Counts the lines of code per folder, without blank lines and lines of comment only, and the share
+# of the test code, which should be a quarter to a third.
 set -eu
 cd "$(dirname "$0")/.."
 

@@ -1,5 +1,5 @@
 #!/bin/sh
-# Builds quellmark and runs it on a copy of a shipped real scene; installs what is missing.
+# Builds quellmark and runs it on a copy of a shipped real scene. Installs missing packages.
 set -eu
 cd "$(dirname "$0")/.."
 

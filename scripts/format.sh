@@ -1,5 +1,6 @@
 #!/bin/sh
-# Formats all C++ sources in place; with --check changes nothing and fails if something would change.
+# Formats all C++ sources in place; with --check it changes nothing and fails if a file would
+# change.
 set -eu
 cd "$(dirname "$0")/.."
 

@@ -1,6 +1,7 @@
 #!/bin/sh
 # Measures every interpolation on the example orbits and writes docs/orbit-accuracy.md and its plot.
-# usage: scripts/orbit_accuracy.sh [BUILD_DIRECTORY]   (default build/release; has to be configured)
+# usage: scripts/orbit_accuracy.sh [BUILD_DIRECTORY] (default build/release, which must be
+# configured)
 set -eu
 
 cd "$(dirname "$0")/.."
@@ -14,7 +15,8 @@ trap 'rm -rf "$work"' EXIT
 "$build/tests/orbit/orbit_test" --gtest_filter='Accuracy.LeftOutVectors' >"$work/output"
 grep '^accuracy,' "$work/output" >"$work/rows"
 
-# A table of column $1 of the rows: interpolations down, scenes and number types across.
+# Prints column $1 of the rows as a table with a row per interpolation and a column per scene and
+# number type.
 table() {
   awk -F, -v column="$1" '
     { value[$4, $2, $3] = $column; if (!($4 in seen)) { seen[$4] = 1; kind[++kinds] = $4 } }

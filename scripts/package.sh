@@ -1,6 +1,6 @@
 #!/bin/bash
-# Builds the Debian packages from what is committed, checks them with lintian and tries them in an
-# empty tree: unpacked, run on a shipped scene, removed.
+# Builds the Debian packages from the committed tree, checks them with lintian and tries them in an
+# empty tree: unpacks them, runs a shipped scene and removes them.
 # usage: scripts/package.sh [OUTPUT_FOLDER]   (build/packages by default)
 set -eu
 cd "$(dirname "$0")/.."

@@ -1,5 +1,5 @@
 #!/bin/sh
-# Builds everything and passes all tests; installs what is missing.
+# Builds everything and runs all tests. Installs missing packages.
 # usage: scripts/test.sh [PRESET]   (release, debug, asan, clang; default release)
 set -eu
 cd "$(dirname "$0")/.."

@@ -1,6 +1,6 @@
 #!/bin/sh
-# Static analysis of the program and the library by the checks of .clang-tidy. Needs the compile
-# commands of the preset "clang".
+# Analyses the program and the library with clang-tidy and the checks of .clang-tidy. Needs the
+# compile commands of the preset "clang".
 set -eu
 cd "$(dirname "$0")/.."
 

@@ -1,4 +1,4 @@
-// Lists the entries of a pool, with what is wrong with them, and writes a file of a few entries.
+// Lists the entries of a pool with their faults, and writes a file of a few entries.
 #include <cstdio>
 #include <string>
 

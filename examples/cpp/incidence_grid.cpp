@@ -1,5 +1,5 @@
-// Where every hundredth pixel of an image lies, and under which angle the sensor sees it; then the
-// way back for the place in the middle.
+// Computes the position of every hundredth pixel of an image and the angle at which the sensor sees
+// it, then the pixel of the place in the middle.
 #include <algorithm>
 #include <cstdio>
 #include <exception>

@@ -1,5 +1,4 @@
-// Locates a scene and prints the 23 results of the batch step as a table, without changing
-// anything.
+// Locates a scene and prints the 23 results of the batch step as a table. Changes no file.
 #include <cstdio>
 #include <exception>
 

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""Geocodes a scene on a DEM: for each cell of a geographic grid the sample and line of the image that
-show it, saved as a numpy archive with longitudes, latitudes, heights, samples and lines.
+"""Geocodes a scene on a DEM: finds the sample and line of the image for each cell of a geographic
+grid. Saves longitudes, latitudes, heights, samples and lines as a numpy archive.
 
 usage: geocode.py SCENE_POOL DEM_DESCRIPTOR STEP_DEGREES OUTPUT.npz
 """
@@ -17,8 +17,8 @@ scene = qm.Scene.open(sys.argv[1])
 dem = qm.Dem.open(sys.argv[2])
 step = float(sys.argv[3])
 
-# The image's outline on the terrain says how far the grid reaches; longitudes count from the first
-# one, so that a scene across the antimeridian stays in one piece.
+# The outline of the image on the terrain gives the limits of the grid. Longitudes are taken
+# relative to the first one, so that a scene across the antimeridian stays in one piece.
 edge = np.linspace(0, 1, 50)
 x = np.concatenate([edge, np.ones(50), edge, np.zeros(50)]) * (scene.samples - 1)
 y = np.concatenate([np.zeros(50), edge, np.ones(50), edge]) * (scene.lines - 1)

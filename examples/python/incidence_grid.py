@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
-"""Longitude, latitude and incidence on a grid over a scene, as a table and, with matplotlib, as a
-picture.
+"""Computes longitude, latitude and incidence on a grid over a scene; prints a table and, with
+matplotlib, draws a picture.
 
 usage: incidence_grid.py SCENE_POOL [PICTURE.png]
 """
@@ -13,7 +13,7 @@ import quellmark as qm
 if len(sys.argv) not in (2, 3):
     sys.exit(__doc__)
 
-# A row of samples and a column of lines are a grid of 200 x 150 positions.
+# A row of samples and a column of lines make a grid of 200 x 150 positions.
 scene = qm.Scene.open(sys.argv[1])
 samples = np.linspace(0, scene.samples - 1, 200)
 lines = np.linspace(0, scene.lines - 1, 150)[:, None]

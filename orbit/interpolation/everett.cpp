@@ -42,8 +42,8 @@ EverettModel<T>::EverettModel(std::shared_ptr<const Samples<T>> samples, const R
     Fail<INVALID_PARAMETER_VALUE>(
         "EVERETT::Create: Everett interpolation only possible on equidistant grid.\n");
   }
-  // First row by row: row k holds the central differences of order 2 k of one coordinate after the
-  // other.
+  // The differences are first computed row by row. Row k holds the central differences of order 2
+  // k, one coordinate after the other.
   const std::size_t count = x.size();
   const std::size_t coordinates = Coordinates();
   const std::size_t row_size = count * coordinates;
@@ -89,7 +89,7 @@ Xi<T> EverettModel<T>::Locate(T x) const {
   const T scaled = (x - x0_) / h_;
   const int lowest = order_ / 2;
   const int highest = last_ - order_ / 2;
-  // Compared before it is converted: the integer part of a far x is no int.
+  // The value is compared before it is converted, because for an x far away it does not fit an int.
   const T floor = std::floor(scaled);
   int i = highest + 1;
   if (floor < static_cast<T>(lowest)) {
@@ -114,7 +114,8 @@ Xi<T> EverettModel<T>::Locate(T x) const {
 namespace {
 
 // E_k(u) = u (u^2 - 1) ... (u^2 - k^2) / (2 k + 1)! with its derivatives, from k = 0 upwards. The
-// derivatives go along the product: there is no division by u, nor a pole at a support point.
+// derivatives are built along with the product, so nothing is divided by u, and a support point is
+// no pole.
 template <class T>
 struct EverettFactor {
   Jet<T> e;
@@ -144,7 +145,8 @@ void EverettModel<T>::At(T x, std::size_t column, Jet<T>* jets) const {
   T y0[kCount];
   for (std::size_t i = 0; i < kCount; ++i) {
     y0[i] = left[i];
-    // The large values of row 0 enter by their difference, which keeps the sum's rounding at one.
+    // The large values of row 0 enter as one value and a difference, so the sum rounds only once at
+    // their size.
     const T step = right[i] - left[i];
     jets[i] = {xi.p * step, step, T{0}};
   }

@@ -25,9 +25,9 @@ struct Xi {
 template <class T>
 [[nodiscard]] bool IsEquidistant(std::span<const T> x);
 
-/// The table of differences of all coordinates. The differences of one support point stand beside
-/// each other: that of order 2 k of coordinate i at [k * coordinates + i], 0 where there is none; a
-/// point of zeros follows the last one.
+/// The table of differences of all coordinates. The differences of one support point stand
+/// together: the one of order 2 k of coordinate i stands at [k * coordinates + i]. It is 0 where
+/// the points are too few for it. A point of zeros follows the last one.
 template <class T>
 class EverettModel {
  public:
@@ -38,7 +38,7 @@ class EverettModel {
 
   EverettModel(std::shared_ptr<const Samples<T>> samples, const Request& request);
 
-  /// The interval for a finite x, counted from 0; logs when it is not the one that holds x.
+  /// The interval that serves a finite x, counted from 0. Logs if x lies outside that interval.
   [[nodiscard]] Xi<T> Locate(T x) const;
   template <std::size_t kCount>
   void At(T x, std::size_t column, Jet<T>* jets) const;
@@ -73,7 +73,7 @@ class EverettModel {
   int last_;  ///< index of the last support point, from 0
   T x0_;
   T h_;
-  std::size_t rows_ = 1;  ///< orders in the table; those that would hold zeros alone are left out
+  std::size_t rows_ = 1;  ///< orders in the table; rows of zeros are left out
   std::vector<T> differences_;
 };
 
@@ -83,7 +83,8 @@ extern template class EverettModel<double>;
 }  // namespace quellmark::orbit
 
 /// The order is even, 6 unless set. The derivatives are those of the interpolating polynomial of
-/// the interval around x. Near the ends the last interval with all its differences extrapolates.
+/// the interval around x. Near the ends, where differences are missing, the nearest interval that
+/// has all of them extrapolates.
 template <class T>
 class EVERETT final
     : public quellmark::orbit::Modelled<EVERETT<T>, quellmark::orbit::EverettModel<T>, POINT<T>> {
@@ -96,8 +97,8 @@ class EVERETT final
   [[nodiscard]] virtual bool IsEquidistant(std::span<const T> x) const {
     return quellmark::orbit::IsEquidistant(x);
   }
-  /// The interval for a finite x, counted like the support points; logs when it is not the one that
-  /// holds x.
+  /// The interval that serves a finite x, counted like the support points. Logs if x lies outside
+  /// that interval.
   [[nodiscard]] virtual quellmark::orbit::Xi<T> GetXi(T x) const {
     quellmark::orbit::Xi<T> xi = this->Created().Locate(x);
     xi.i += this->Created().SamplesTaken().first_index;

@@ -11,7 +11,7 @@
 namespace quellmark::orbit {
 
 /// 1, u, u^2, ... over u = (x - z0) / z1, where z0 is the middle of the support range and z1 half
-/// of it: there the powers can be told apart and held.
+/// its length. So |u| <= 1: the powers neither overflow nor become too alike.
 template <class T>
 struct PowerForm {
   static constexpr std::string_view kForm = kPowerForm;
@@ -43,8 +43,8 @@ struct PowerForm {
       jets[i].d2y = T{2} * jets[i].d2y / (z[1] * z[1]);
     }
   }
-  /// Turns into powers of x - z0. Throws INVALID_PARAMETER_VALUE after an ALARM line if such a
-  /// coefficient overflows, or is lost because it is too small.
+  /// Converts the coefficients to those of powers of x - z0. Throws INVALID_PARAMETER_VALUE after
+  /// an ALARM line if one of them overflows or underflows.
   static void Publish(Piece<T>& piece);
   /// From index 0; the coefficient of the k-th power stands at k + 1, entry 0 is not used.
   [[nodiscard]] static ARRAY<T> Coefficients(Piece<T> piece) {
@@ -70,8 +70,8 @@ struct ChebyshevForm {
   template <std::size_t kCount>
   static void At(const T* z, const T* c, std::size_t terms, std::size_t stride, T x, Jet<T>* jets) {
     const T u = Map(z, x);
-    // T_k and its derivatives by u, of this k and the one before: T_0 = 1 and T_1 = u, as if T_-1 =
-    // u.
+    // T_k and its derivatives with respect to u, for this k and the one before. T_-1 = u makes the
+    // recurrence start with T_0 = 1 and T_1 = u.
     Jet<T> before{u, T{1}, T{0}};
     Jet<T> now{T{1}, T{0}, T{0}};
     for (std::size_t i = 0; i < kCount; ++i) jets[i] = {c[i], T{0}, T{0}};
@@ -98,9 +98,9 @@ struct ChebyshevForm {
   }
 };
 
-/// Fits with weight 1 by the first functions of a Form's basis. Samples at the same u as the ones
-/// before are fitted without another decomposition: so are the coordinates of an orbit, and the
-/// neighbouring spans of evenly spaced points.
+/// Fits the first functions of a Form's basis, with weight 1 for all samples. If the samples have
+/// the same u as those of the fit before, its decomposition is reused. This is so for the
+/// coordinates of an orbit, and for neighbouring spans of evenly spaced points.
 template <class T, class Form>
 class FitKind : public Form {
  public:
@@ -113,7 +113,7 @@ class FitKind : public Form {
   [[nodiscard]] std::size_t Terms() const { return static_cast<std::size_t>(order_) + 1; }
   [[nodiscard]] std::size_t TermsUsed() const { return Terms(); }
   [[nodiscard]] int Order() const { return order_; }
-  /// The worth is chi^2.
+  /// `worth` receives chi^2.
   void Fit(std::size_t first, T* z, T* c, T* worth);
   void Report(T chi_square) const { Form::Report(order_, chi_square); }
 
@@ -124,21 +124,22 @@ class FitKind : public Form {
   const Samples<T>& samples_;
   int points_;
   int asked_order_;
-  int order_;  ///< reduced where there are too few points for it
-  // All from index 1.
+  int order_;  ///< at most the number of points less 1
+  // All arrays start at index 1.
   ARRAY<T> u_;
   ARRAY<T> y_;
   ARRAY<T> weights_;
   ARRAY<T> coefficients_;
   Piece<T> published_;
-  std::vector<T> decomposed_u_;  ///< what `work_` holds the decomposition for; empty for nothing
+  std::vector<T> decomposed_u_;  ///< the u whose decomposition `work_` holds; empty if none
   lsq::SvdfitWorkspace<T> work_;
 };
 
 }  // namespace quellmark::orbit
 
-/// The polynomial of order m (5 unless set; points that are too few for it reduce it) that fits the
-/// points best. GetCoeffs() gives powers of x minus the middle of the support range.
+/// The polynomial of order m that fits the points best. m is 5 unless set, and at most the number
+/// of points less 1. GetCoeffs() returns the coefficients of powers of x minus the middle of the
+/// support range.
 template <class T>
 class POLYNOM_FIT final
     : public quellmark::orbit::Modelled<
@@ -165,7 +166,7 @@ class CHEBY_POLY final
   static constexpr auto Build = quellmark::orbit::Piecewise<T, Kind>::Whole;
   [[nodiscard]] ARRAY<T> GetCoeffs() const override { return this->Coefficients(); }
 
-  /// x on the scale on which the support range is [-1, 1].
+  /// Maps x linearly so that the support range becomes [-1, 1].
   [[nodiscard]] virtual T MapX(T x) const { return Kind::Map(this->Created().Table().Row(0), x); }
 };
 

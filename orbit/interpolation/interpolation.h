@@ -1,4 +1,4 @@
-// Interpolation of sampled functions of one variable: the operations that every kind answers.
+// Interpolation of sampled functions of one variable: the operations that every kind has.
 #pragma once
 
 #include <cmath>
@@ -16,8 +16,8 @@
 #include "orbit/interpolation/samples.h"
 
 /// T is float or double (float members compute in single precision), P is POINT<T>, or DPOINT<T>
-/// for the kinds that take the derivative at the support points. Support points may start at any
-/// index; their abscissae ascend. The virtual operations stand in the order of their slots.
+/// for the kinds that use derivatives at the support points. Support points may start at any index;
+/// their abscissae ascend. The order of the virtual operations is fixed.
 template <class T, class P>
 class INTERPOLATION {
  public:
@@ -28,17 +28,17 @@ class INTERPOLATION {
   INTERPOLATION& operator=(INTERPOLATION&&) noexcept = default;
   virtual ~INTERPOLATION() = default;
 
-  /// As Create(), and writes what a fit is worth to the log.
+  /// Does what Create() does, and logs the quality of a fit.
   virtual void CreateWithReport(const ARRAY<P>& points);
-  /// Takes the support points; throws INVALID_PARAMETER_VALUE after an ALARM line if they can not
-  /// be interpolated, and is then as before.
+  /// Builds the interpolation from support points. Throws INVALID_PARAMETER_VALUE after an ALARM
+  /// line if they cannot be interpolated; the object is then unchanged.
   virtual void Create(const ARRAY<P>& points);
-  /// Order of the next creation; a negative one leaves the order as it was.
+  /// Sets the order for the next creation; a negative one changes nothing.
   virtual void SetOrder(int order);
-  /// Support points per span of the next creation; -1 leaves the count as it was.
+  /// Sets the support points per span for the next creation; -1 changes nothing.
   virtual void SetSupportPointCount(int count);
-  /// Value, first and second derivative at a finite x; ERROR_ARGUMENT after an ALARM line for any
-  /// other, ERROR_ALGORITHM after an ALARM line before a creation.
+  /// Value, first and second derivative at x. Throw ERROR_ARGUMENT after an ALARM line for an x
+  /// that is not finite, and ERROR_ALGORITHM after an ALARM line before the first creation.
   [[nodiscard]] virtual T GetY(T x) const;
   [[nodiscard]] virtual T GetDerivedY(T x) const;
   [[nodiscard]] virtual T GetDerived2Y(T x) const;
@@ -48,37 +48,37 @@ class INTERPOLATION {
 
 namespace quellmark::orbit {
 
-/// Throws INVALID_PARAMETER_VALUE after an ALARM line that begins with the name of the kind unless
-/// all coefficients are finite.
+/// Throws INVALID_PARAMETER_VALUE unless all coefficients are finite, after an ALARM line that
+/// begins with the name of the kind.
 template <class T>
 void CheckFinite(std::span<const T> coefficients, std::string_view kind);
 
-/// Each throws after an ALARM line: ERROR_ARGUMENT, and ERROR_ALGORITHM.
+/// These throw ERROR_ARGUMENT and ERROR_ALGORITHM, each after an ALARM line.
 [[noreturn]] void FailNotFinite(double x);
 [[noreturn]] void FailNotCreated();
 
-/// `unused` zeros and then the numbers, from index 0.
+/// Returns `unused` zeros followed by the numbers, from index 0.
 template <class T>
 [[nodiscard]] ARRAY<T> ArrayOf(std::span<const T> numbers, int unused);
 
 inline constexpr std::string_view kNewtonForm = "c0 + (t - z0) (c1 + (t - z1) (c2 + ...))";
 inline constexpr std::string_view kPowerForm = "c0 + c1 (t - z0) + c2 (t - z0)^2 + ...";
 
-/// What a creation is asked for; -1 asks for the kind's default.
+/// The settings of a creation; -1 stands for the kind's default.
 struct Request {
   int order = -1;
   int support_point_count = -1;
-  bool logs_spans = false;  ///< lines about the spans of a local interpolation
-  bool logs_worth = false;  ///< lines about what a fit is worth
+  bool logs_spans = false;  ///< log the spans of a local interpolation
+  bool logs_worth = false;  ///< log the quality of a fit
 };
 
-/// The virtual operations over a Model: what a creation leaves, never changed afterwards and shared
-/// by the coordinates that were created together and by copies. `Self::Build(samples, request)`
-/// makes one. A Model has
+/// Implements the virtual operations by a Model, which is the result of a creation. A Model never
+/// changes; coordinates that were created together share one, and so do copies.
+/// `Self::Build(samples, request)` makes it. A Model has
 ///   At<n>(x, column, jets)     Jets of n coordinates from `column` on at a finite x,
-///   Coefficients(column)       what GetCoeffs() returns, where the kind has it,
+///   Coefficients(column)       what GetCoeffs() returns, if the kind has it,
 ///   ForEachPiece(column, visit)  the Pieces from the first to the last sample in the form kForm,
-///   Order(), PointsPerPiece()  what it was made with,
+///   Order(), PointsPerPiece()  the settings that it was made with,
 ///   SamplesTaken().
 template <class Self, class Model, class P>
 class Modelled : public INTERPOLATION<typename Model::Number, P> {
@@ -99,8 +99,8 @@ class Modelled : public INTERPOLATION<typename Model::Number, P> {
   [[nodiscard]] T GetDerivedY(T x) const override { return CheckedAt(x).dy; }
   [[nodiscard]] T GetDerived2Y(T x) const override { return CheckedAt(x).d2y; }
 
-  /// curves[i] is created from coordinate i of the samples, all with the settings of the first and
-  /// by one Model: where an abscissa lies, and what the abscissae alone decide, is worked out once.
+  /// Creates curves[i] from coordinate i of the samples. All have the settings of the first and
+  /// share one Model, so work that depends on the abscissae only is done once.
   static void CreateTogether(std::span<Self> curves, SharedSamples samples, bool with_lines) {
     if (curves.empty()) return;
     Request request = curves[0].requested_;
@@ -108,7 +108,7 @@ class Modelled : public INTERPOLATION<typename Model::Number, P> {
     const auto model = MakeModel([&] { return std::move(samples); }, request);
     for (std::size_t i = 0; i < curves.size(); ++i) curves[i].Adopt(model, i);
   }
-  /// The Model of all that were created together; ERROR_ALGORITHM after an ALARM line before.
+  /// The Model. Throws ERROR_ALGORITHM after an ALARM line before the first creation.
   [[nodiscard]] const Model& Created() const {
     if (model_ == nullptr) FailNotCreated();
     return *model_;
@@ -135,7 +135,7 @@ class Modelled : public INTERPOLATION<typename Model::Number, P> {
   static std::shared_ptr<const Model> MakeModel(auto take_samples, const Request& request) try {
     return std::make_shared<const Model>(Self::Build(take_samples(), request));
   } catch (const std::bad_alloc&) {
-    // The fits have texts of their own for this.
+    // The fits throw their own texts for this.
     if constexpr (requires { Self::Kind::kNoMemory; }) throw Self::Kind::kNoMemory;
     throw;
   }

@@ -8,8 +8,8 @@
 #include "orbit/interpolation/interpolation.h"
 #include "orbit/interpolation/piecewise.h"
 
-/// One span: its inner interpolator, its view of the support points and the abscissae t_start <= x
-/// < t_stop for which it answers. Assignment is refused, see SUB_ARRAY.
+/// One span: its inner interpolator, its view of the support points, and the interval t_start <= x
+/// < t_stop that it serves. It cannot be assigned, see SUB_ARRAY.
 template <class T, class I, class P>
 struct POLY_REF {
   T t_start{};
@@ -18,10 +18,10 @@ struct POLY_REF {
   SUB_ARRAY<P> points;
 };
 
-/// Span j is made of the points j .. j + m - 1 (counted from the first) and answers for the middle
-/// of them; the first and the last span answer for all x before and after them as well. The order
-/// is that of the inner interpolators, the support point count m is 8 unless set. All spans stand
-/// in one table, from which Spans() makes the inner interpolators.
+/// Span j is made of the points j .. j + m - 1 (counted from the first) and serves the x in the
+/// middle of them; the first span also serves all x before, the last one all x after. SetOrder()
+/// sets the order of the inner interpolators. The support point count m is 8 unless set. All spans
+/// stand in one table, from which Spans() makes the inner interpolators.
 template <class T, class I, class P>
 class LOCAL_INTERPOLATION final
     : public quellmark::orbit::Modelled<LOCAL_INTERPOLATION<T, I, P>,
@@ -31,7 +31,7 @@ class LOCAL_INTERPOLATION final
   using Model = quellmark::orbit::Piecewise<T, Kind>;
   static constexpr auto Build = Model::Local;
 
-  /// The spans, counted from 0; their views show `points`, which are those of the creation.
+  /// The spans, counted from 0. Their views refer to `points`, which must be those of the creation.
   [[nodiscard]] ARRAY<POLY_REF<T, I, P>> Spans(ARRAY<P>& points) const {
     const Model& model = this->Created();
     const auto count = static_cast<int>(model.Table().Count());

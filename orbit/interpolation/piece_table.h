@@ -1,4 +1,5 @@
-// A function that is made of pieces: where each piece lies, and one block of numbers for each.
+// The table of a function that is made of pieces: the bounds of each piece and its block of
+// numbers.
 #pragma once
 
 #include <algorithm>
@@ -16,8 +17,8 @@ struct Jet {
   T d2y{};
 };
 
-/// A stretch of the abscissa t_start .. t_stop on which an interpolation is one polynomial, and the
-/// numbers c and z of which the kind's form makes it.
+/// The interval t_start .. t_stop on which an interpolation is one polynomial, and the numbers c
+/// and z of that polynomial in the kind's form.
 template <class T>
 struct Piece {
   T t_start{};
@@ -26,20 +27,20 @@ struct Piece {
   std::vector<T> z;
 };
 
-/// All numbers that one piece needs, of all coordinates, stand beside each other: a query at a
-/// random time reads one stretch of memory.
+/// The numbers of one piece stand together for all coordinates, so that a query at a random time
+/// reads one block of memory.
 template <class T>
 class PieceTable {
  public:
-  /// Piece j answers for bounds[j] <= x < bounds[j + 1]; the first and the last piece answer for
-  /// all x before and after them as well. There is at least one piece.
+  /// Piece j serves bounds[j] <= x < bounds[j + 1]. The first piece also serves all x before, the
+  /// last one all x after. There must be at least one piece.
   PieceTable(std::vector<T> bounds, std::size_t width)
       : bounds_(std::move(bounds)),
         width_(width),
         last_(bounds_.size() - 2),
         numbers_((last_ + 1) * width),
         guess_origin_(bounds_[0]) {
-    // Between the first and the last bound the pieces are as long as the steps of the samples.
+    // All pieces but the first and the last are as long as the steps of the samples.
     if (last_ > 1) {
       pieces_per_x_ = static_cast<T>(last_ - 1) / (bounds_[last_] - bounds_[1]);
       guess_origin_ = bounds_[1] - T{1} / pieces_per_x_;
@@ -53,9 +54,9 @@ class PieceTable {
   [[nodiscard]] const T* Row(std::size_t j) const { return numbers_.data() + j * width_; }
   [[nodiscard]] std::size_t Width() const { return width_; }
 
-  /// The piece that answers for x.
+  /// The piece that serves x.
   [[nodiscard]] std::size_t Find(T x) const {
-    // A first guess, right for evenly spaced samples; it is bounded before it becomes an index.
+    // The first guess is right for evenly spaced samples. It is limited before it becomes an index.
     const T scaled = (x - guess_origin_) * pieces_per_x_;
     const std::size_t j =
         scaled > T{0} ? (scaled < static_cast<T>(last_) ? static_cast<std::size_t>(scaled) : last_)

@@ -1,4 +1,5 @@
-// What the polynomials and the fits leave, over all samples at once or over runs of them.
+// The Model of the polynomials and the fits: one piece over all samples, or one for each run of
+// them.
 #pragma once
 
 #include <algorithm>
@@ -14,22 +15,25 @@
 
 namespace quellmark::orbit {
 
-/// What real orbits need is far below these limits of memory and of time. A step is one divided
-/// difference, or what one sample adds to one element of a fit's matrix.
+/// These limits of memory and time are far above the needs of real orbits. One step computes a
+/// divided difference, or adds one sample to one element of a fit's matrix.
 inline constexpr std::size_t kMaxNumbers = std::size_t{1} << 25;
 inline constexpr std::size_t kMaxSteps = std::size_t{1} << 29;
 
-/// The Model of a `Kind` of polynomial that is made from m neighbouring samples. A Kind is made of
-/// (samples, m, request) and then asked for one piece after the other:
-///   Nodes(), Terms(), Order()  how many numbers z and c a piece has, and its order,
-///   Fit(first, z, c, worth)    makes the piece of the samples first .. first + m - 1; term k of
+/// The Model of a `Kind` of polynomial that is made from m neighbouring samples. A Kind is
+/// constructed from (samples, m, request) and has
+///   Nodes(), Terms(), Order()  the number of z and of c in a piece, and its order,
+///   Fit(first, z, c, worth)    makes the piece of the samples first .. first + m - 1: term k of
 ///                              coordinate i stands at c[k * coordinates + i],
-///   TermsUsed()                how many terms are not 0 throughout all pieces so far,
-///   Report(worth)              logs what the fit of one coordinate is worth.
-/// Static are At<n>(z, c, terms, stride, x, jets), Publish(piece), which turns the numbers of one
-/// coordinate into those of the form kForm, Coefficients(piece) as the kind has them,
-/// StepsPerPoint(m, request), CheckWholeFit(count, request), and kNoMemory where there is a text
-/// for it.
+///   TermsUsed()                the number of terms that are not 0 in every piece so far,
+///   Report(worth)              logs the quality of the fit of one coordinate.
+/// Its static members are
+///   At<n>(z, c, terms, stride, x, jets)  evaluates n coordinates,
+///   Publish(piece)                       converts the numbers of one coordinate to the form kForm,
+///   Coefficients(piece)                  what GetCoeffs() returns, if the kind has it,
+///   StepsPerPoint(m, request), CheckWholeFit(count, request)  keep the limits above,
+///   kNoMemory                            what is thrown without memory, if the kind has such a
+///   text.
 template <class T, class Kind>
 class Piecewise {
  public:
@@ -39,8 +43,8 @@ class Piecewise {
 
   /// One piece from all samples.
   static Piecewise Whole(SharedSamples samples, const Request& request);
-  /// One piece for each run of request.support_point_count samples (8 unless asked for), that
-  /// answers for the middle of them.
+  /// One piece for each run of request.support_point_count samples (8 by default); it serves the x
+  /// in the middle of the run.
   static Piecewise Local(SharedSamples samples, const Request& request);
   /// Piece j alone.
   [[nodiscard]] Piecewise Single(std::size_t j) const {
@@ -89,7 +93,7 @@ class Piecewise {
   std::size_t columns_;
   std::size_t nodes_;
   std::size_t all_terms_;
-  std::size_t terms_;  ///< of all_terms_, those that are not 0 in every piece
+  std::size_t terms_;  ///< how many of all_terms_ are not 0 in every piece
   int order_;
   PieceTable<T> table_;
 };

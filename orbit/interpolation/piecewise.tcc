@@ -44,7 +44,8 @@ Piecewise<T, Kind> Piecewise<T, Kind>::Whole(SharedSamples samples, const Reques
   return Piecewise(std::move(samples), std::move(bounds), count, request);
 }
 
-/// A bound as the log writes numbers ("%g"), for lines by the million.
+/// The text of a bound as the log writes numbers ("%g"). It is made once for two lines, because
+/// there may be millions of them.
 class BoundText {
  public:
   explicit BoundText(double bound)
@@ -59,8 +60,9 @@ class BoundText {
   std::size_t size_;
 };
 
-/// The bounds of the spans of m points: the first point, between span j and j + 1 the middle of the
-/// points that both share, and for the last span what would follow by the same rule.
+/// The bounds of the spans of m points. The first bound is the first point. The bound between span
+/// j and span j + 1 is the middle of the points that both share. The same rule makes the end of the
+/// last span, as if another span followed.
 template <class T>
 std::vector<T> SpanBounds(const std::vector<T>& x, std::size_t m) {
   const std::size_t spans = x.size() + 1 - m;
@@ -69,7 +71,7 @@ std::vector<T> SpanBounds(const std::vector<T>& x, std::size_t m) {
   bounds.reserve(spans + 1);
   for (std::size_t j = 0; j < spans; ++j) {
     const std::size_t left = j + (m - 1) / 2;
-    const std::size_t right = std::min(left + 1, x.size() - 1);  // the last of single points
+    const std::size_t right = std::min(left + 1, x.size() - 1);  // min() matters for m = 1
     bounds.push_back(m % 2 == 0 ? x[j + m / 2] : x[left] + (x[right] - x[left]) / T{2});
   }
   return bounds;

@@ -16,9 +16,9 @@ void NewtonKind<T, kDerivatives>::Fit(std::size_t first, T* z, T* c, T*) {
   for (std::size_t i = 0; i < coordinates; ++i) {
     const T* const y = samples_.y[i].data() + first;
     for (std::size_t n = 0; n < count; ++n) column_[n] = y[n / kPerPoint];
-    // Column k of the scheme of divided differences replaces column k - 1 from its end. A column of
-    // zeros has only zeros after it: what lies beyond is left out, which also ends the work early
-    // when the differences of very many points have vanished.
+    // Column k of the scheme of divided differences replaces column k - 1, from the end. After a
+    // column of zeros all columns are zero, so the work ends there. This matters for very many
+    // points, whose high differences vanish.
     for (std::size_t k = 1; k < count; ++k) {
       bool vanished = true;
       bool finite = true;

@@ -1,4 +1,4 @@
-// The polynomials that meet all their support points.
+// The polynomials that pass through all their support points.
 #pragma once
 
 #include <cstddef>
@@ -10,10 +10,10 @@
 namespace quellmark::orbit {
 
 /// c0 + (x - z0) (c1 + (x - z1) (c2 + ...)) through points with ascending abscissae z. With
-/// derivatives each node stands twice and the polynomial meets them too (Stoer and Bulirsch,
-/// Introduction to Numerical Analysis, 2.1.5). The nodes are taken in their order: for ascending
-/// nodes the divided differences are as accurate as the samples allow, and near z0, where the last
-/// and largest sum is formed, little more than that sum's rounding is left.
+/// derivatives each node stands twice, and the polynomial has these derivatives too (Stoer and
+/// Bulirsch, Introduction to Numerical Analysis, 2.1.5). The nodes are used in ascending order, in
+/// which the divided differences are as accurate as the samples allow. Near z0 the last and largest
+/// sum dominates, so little more than its rounding remains.
 template <class T, bool kDerivatives>
 class NewtonKind {
  public:
@@ -46,7 +46,7 @@ class NewtonKind {
     }
     for (std::size_t i = 0; i < kCount; ++i) jets[i].d2y *= T{2};
   }
-  /// Every term with a node of its own, without the zeros behind the last term.
+  /// Gives every term its own node and removes the zeros after the last term.
   static void Publish(Piece<T>& piece);
   [[nodiscard]] static ARRAY<T> Coefficients(const Piece<T>& piece) {
     return ArrayOf<T>(piece.c, 0);
@@ -55,7 +55,8 @@ class NewtonKind {
   static std::size_t StepsPerPoint(std::size_t m, const Request&) {
     return m * kPerPoint * kPerPoint;
   }
-  /// No limit is needed: differences of very high order vanish or overflow, which ends the work.
+  /// No limit is needed, because differences of very high order vanish or overflow, and either ends
+  /// the work.
   static void CheckWholeFit(std::size_t, const Request&) {}
 
  private:
@@ -63,14 +64,14 @@ class NewtonKind {
 
   const Samples<T>& samples_;
   std::size_t points_;
-  std::vector<T> column_;  ///< of the scheme of divided differences
+  std::vector<T> column_;  ///< the current column of the scheme of divided differences
   std::size_t terms_used_ = 1;
 };
 
 }  // namespace quellmark::orbit
 
-/// The polynomial through n + 1 support points; GetCoeffs() gives the Newton coefficients c[0..n],
-/// whose nodes are the support points in their order.
+/// The polynomial through n + 1 support points; GetCoeffs() returns the Newton coefficients c[0..n]
+/// for the support points in ascending order as nodes.
 template <class T>
 class POLYNOM final
     : public quellmark::orbit::Modelled<
@@ -82,8 +83,8 @@ class POLYNOM final
   [[nodiscard]] ARRAY<T> GetCoeffs() const override { return this->Coefficients(); }
 };
 
-/// The polynomial of degree 2 n - 1 or less that meets value and derivative at n support points. It
-/// knows no order but that.
+/// The polynomial of degree 2 n - 1 or less that has the given value and derivative at n support
+/// points. SetOrder() has no effect on it.
 template <class T>
 class HERMITE_POLY final
     : public quellmark::orbit::Modelled<

@@ -13,8 +13,8 @@ template <class T>
 struct Samples {
   std::vector<T> x;                ///< ascends strictly
   std::vector<std::vector<T>> y;   ///< one series per coordinate, each as long as x
-  std::vector<std::vector<T>> dy;  ///< derivatives, likewise; empty for kinds that take none
-  int first_index = 0;             ///< of the samples, as their owner counts them
+  std::vector<std::vector<T>> dy;  ///< derivatives, likewise; empty if the kind needs none
+  int first_index = 0;             ///< index of the first sample for its owner
 
   [[nodiscard]] bool operator==(const Samples&) const = default;
 };
@@ -36,9 +36,10 @@ template <class T, class P>
   return samples;
 }
 
-/// Throws INVALID_PARAMETER_VALUE after an ALARM line unless there is a sample, all series have its
-/// length, all numbers are finite, their range can be held and, if they must, the abscissae ascend
-/// strictly: every interpolation divides by their differences.
+/// Throws INVALID_PARAMETER_VALUE after an ALARM line unless there is a sample, all series have the
+/// length of x, all numbers are finite, and the range of the abscissae does not overflow. With
+/// `must_ascend` the abscissae must also ascend strictly, because the interpolations divide by
+/// their differences.
 template <class T>
 void CheckSamples(const Samples<T>& samples, bool with_derivatives, bool must_ascend);
 

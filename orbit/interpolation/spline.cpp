@@ -9,9 +9,10 @@ namespace quellmark::orbit {
 
 namespace {
 
-// Second derivatives M at the support points, 0 at both ends. Node i contributes
+// Returns the second derivatives M at the support points, which are 0 at both ends. Node i
+// contributes the equation
 //   h(i-1) M(i-1) + 2 (h(i-1) + h(i)) M(i) + h(i) M(i+1) = 6 (slope(i) - slope(i-1)),
-// which is solved by elimination from the left and substitution from the right.
+// and the system is solved by elimination from the left and substitution from the right.
 template <class T>
 std::vector<T> Curvatures(const std::vector<T>& x, const std::vector<T>& y) {
   const std::size_t n = x.size();

@@ -69,9 +69,9 @@ extern template class SplineModel<double>;
 
 }  // namespace quellmark::orbit
 
-/// Meets all its points with continuous second derivative, which is 0 at both ends; two points give
-/// a line. Outside the support range value and derivatives are 0: deliberate, it never
-/// extrapolates.
+/// Passes through all its points with a continuous second derivative, which is 0 at both ends;
+/// through two points it is a line. Outside the support range value and derivatives are 0. This is
+/// deliberate: a spline never extrapolates.
 template <class T>
 class SPLINE final
     : public quellmark::orbit::Modelled<SPLINE<T>, quellmark::orbit::SplineModel<T>, POINT<T>> {
@@ -81,6 +81,6 @@ class SPLINE final
       const quellmark::orbit::Request& request) {
     return {std::move(samples), request};
   }
-  /// a, b, c, d of the segments one after the other, from index 0.
+  /// The a, b, c, d of the first segment, then those of the second, and so on, from index 0.
   [[nodiscard]] ARRAY<T> GetCoeffs() const override { return this->Coefficients(); }
 };

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Draws docs/geometry.svg: the range-Doppler geometry in space and in the Doppler plane.
 
-Lengths are schematic (the Earth has radius 1, the sensor flies at 1.32); the points where the range
+Lengths are schematic: the Earth has radius 1, the sensor flies at 1.32. The points where the range
 circles meet the Earth are computed.
 """
 
@@ -23,7 +23,8 @@ def add(a, b, scale=1.0):
 
 
 def ground_point(frame, slant_range):
-    """Where the range circle in the plane of zero Doppler meets the Earth on the right side."""
+    """Returns the point on the right where the range circle in the zero-Doppler plane meets the
+    Earth."""
     sensor, down, _, right = frame
     p = (SENSOR_RADIUS**2 + slant_range**2 - 1.0) / (2.0 * SENSOR_RADIUS)
     w = math.sqrt(slant_range**2 - p**2)
@@ -31,7 +32,8 @@ def ground_point(frame, slant_range):
 
 
 def frame_at(angle):
-    """Sensor, u (down), t (along track) and n (right) of a circular orbit at an angle."""
+    """Returns the sensor, u (down), t (along track) and n (right) of a circular orbit at an
+    angle."""
     sensor = (SENSOR_RADIUS * math.sin(angle), 0.0, SENSOR_RADIUS * math.cos(angle))
     down = (-math.sin(angle), 0.0, -math.cos(angle))
     along = (math.cos(angle), 0.0, -math.sin(angle))
@@ -39,7 +41,8 @@ def frame_at(angle):
 
 
 def draw_space(canvas):
-    """The left panel: orbit, Doppler plane, range spheres' traces and swath, seen from the side."""
+    """Draws the left panel: orbit, Doppler plane, traces of the range spheres and swath, from the
+    side."""
     azimuth, elevation = math.radians(48.0), math.radians(16.0)
 
     def project(point):
@@ -107,7 +110,7 @@ def draw_space(canvas):
 
 
 def draw_plane(canvas):
-    """The right panel: the Doppler plane itself, where r, R and the components p and w lie."""
+    """Draws the right panel: the Doppler plane, which contains r, R and the components p and w."""
     scale, centre = 470.0, (600.0, 780.0)
     sensor = (centre[0], centre[1] - SENSOR_RADIUS * scale)
 

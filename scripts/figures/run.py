@@ -20,7 +20,7 @@ TOP, STEP, HEIGHT = 78, 74, 50
 
 
 def stage_y(index):
-    """The middle of a stage's box."""
+    """Returns the y coordinate of the middle of a stage's box."""
     return TOP + STEP * index + HEIGHT / 2
 
 

@@ -1,4 +1,4 @@
-// Heights of the library against the closed form that the test's DEMs are made of.
+// Compares heights of the library with the closed form from which the test's DEMs are made.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -19,7 +19,7 @@ constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
 using test::TempDir;
 using test::TestDem;
 
-// Two tiles on both sides of the antimeridian, a degree apart from it, and one across it.
+// Two tiles on the two sides of the antimeridian, one degree from it, and one tile across it.
 TestDem Across() {
   TestDem dem;
   dem.resolution_arcsec = 36.0;
@@ -45,7 +45,8 @@ TEST(Dem, GivesTheHeightsOfItsTerrain) {
     ASSERT_EQ(status[i], HeightStatus::kFound) << longitudes[i];
     const double expected = test::TerrainHeight(terrain, longitudes[i], latitudes[i]);
     EXPECT_NEAR(heights[i], expected, 1e-9);
-    // The same bits one by one, and the same place in every turn.
+    // Single points have the same bits, and so has the same place with longitudes turned by 360
+    // degrees.
     EXPECT_EQ(dem.HeightAt(longitudes[i], latitudes[i]), heights[i]);
     EXPECT_NEAR(dem.HeightAt(longitudes[i] + 360.0, latitudes[i]), expected, 1e-7);
     EXPECT_NEAR(dem.HeightAt(longitudes[i] - 720.0, latitudes[i]), expected, 1e-7);

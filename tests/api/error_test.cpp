@@ -1,4 +1,4 @@
-// The failures of the library against the core's table of them and against its own headers.
+// Compares the failures of the library with the core's table of failures and with its own headers.
 #include <gtest/gtest.h>
 
 #include <regex>
@@ -17,7 +17,7 @@ namespace {
 
 using test::ReadFile;
 
-// The texts beside the enumerators of a header, in their order.
+// The texts in the comments of a header's enumerators, in their order.
 std::vector<std::string> TextsIn(const std::string& header) {
   const std::string wrapped = ReadFile(std::string(QM_SOURCES "/api/quellmark/") + header);
   const std::string text = std::regex_replace(wrapped, std::regex("\n +///< (?!\")"), " ");
@@ -46,7 +46,7 @@ TEST(ValueType, HeaderShowsTheNamesOfTheFormat) {
   }
 }
 
-// What a call makes of a failure of the core.
+// Checks the exception that a call throws for a failure of the core.
 template <class Thrown, class Expected>
 ErrorDetails Translated(const Thrown& thrown, api::Concern concern) {
   try {

@@ -1,4 +1,4 @@
-// Whole images against single points, and there and back.
+// Compares whole images with single points, and goes from image to ground and back.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -16,7 +16,7 @@ constexpr const char* kPools[] = {QM_SCENES "/s1b_iw_grd_alps.pool",
                                   QM_SCENES "/s1a_s3_slc_comoros.pool",
                                   QM_SCENES "/s1a_iw1_slc_quebec.pool"};
 
-// Room for everything that ImageToGround() gives.
+// Memory for all outputs of ImageToGround().
 struct Ground {
   explicit Ground(std::size_t n)
       : longitude(n),
@@ -76,7 +76,7 @@ TEST(ImageToGround, GridsPointsAndSinglePointsAgree) {
       EXPECT_EQ(of_grid.longitude[k], of_points.longitude[k]);
       EXPECT_EQ(of_grid.rate[k], of_points.rate[k]);
       const Location single = scene.Locate(samples[k], lines[k]);
-      // Rounding of the earth's radius: 1e-9 m or 1e-14 degrees, some hundred times.
+      // The tolerance is some hundred roundings of the earth's radius (1e-9 m or 1e-14 degrees).
       EXPECT_NEAR(of_grid.longitude[k], single.longitude_deg, 1e-12);
       EXPECT_NEAR(of_grid.latitude[k], single.latitude_deg, 1e-12);
       EXPECT_NEAR(of_grid.incidence[k], single.incidence_deg, 1e-11);
@@ -127,10 +127,10 @@ TEST(ImageToGround, OnADemThePointsLieOnItsTerrain) {
       EXPECT_EQ(ground.height[k], scene.Parameters().local_height_m);
       continue;
     }
-    if (ground.longitude[k] > -60.605) continue;  // the cells at the edge have two corners alone
+    if (ground.longitude[k] > -60.605) continue;  // cells at the edge have only two corners
     EXPECT_NEAR(dem.HeightAt(ground.longitude[k], ground.latitude[k]), ground.height[k], 2e-3);
   }
-  // The same points in pieces and one by one.
+  // The same points are the same in pieces and one by one.
   for (const std::size_t k : {0UL, 700UL, grid.Size() - 1}) {
     const double sample = static_cast<double>(k % 41) * grid.sample_step;
     const double line = static_cast<double>(k / 41) * grid.line_step;
@@ -165,7 +165,7 @@ TEST(ImageToGround, WhatCanNotBeAskedIsRefused) {
 }
 
 TEST(ImageToGround, TheCallersProgressFunctionEndsACall) {
-  // One thread: a second one could finish while the one that asks for progress is held up.
+  // Only one thread is used: a second one could finish while the one that reports progress waits.
   const Scene scene = Scene::Open(kPools[0]);
   const ImageGrid grid{.samples = 1000, .lines = 1000};
   std::vector<double> longitude(grid.Size());

@@ -1,4 +1,4 @@
-// Orbits from pools and from state vectors, and their times.
+// Tests orbits from pools and from state vectors, and their times.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -21,7 +21,7 @@ std::string ScenePath(const std::string& name) {
   return std::string(QM_SCENES "/") + name + ".pool";
 }
 
-// A circle in a plane that is inclined by 98 degrees, as closed form.
+// The closed form of a circle in a plane that is inclined by 98 degrees.
 OrbitState OnCircle(double t) {
   constexpr double kRadius_m = 7.07e6;
   constexpr double kRate = 1.0617e-3;  // [rad/s]
@@ -50,7 +50,7 @@ double Distance(const Vector3& a, const Vector3& b) {
 }
 
 TEST(Orbit, EveryInterpolationFollowsACircle) {
-  // The natural spline has no acceleration at its ends: hence its distance in the middle.
+  // The natural spline has no acceleration at its ends, which also makes it worse in the middle.
   struct Row {
     const char* interpolation;
     double position_m;
@@ -140,7 +140,8 @@ TEST(Orbit, RefusesWhatIsNoOrbit) {
 TEST(Orbit, TimesAreTextsAndNanosecondsToo) {
   const Orbit orbit =
       Orbit::FromStateVectors(Circle(16, 10.0), "polynom", "2016-12-31T23:59:00.000000Z");
-  EXPECT_EQ(orbit.TimeOf("2017-01-01T00:00:01.5Z"), 61.5);  // the table of seconds ends before
+  EXPECT_EQ(orbit.TimeOf("2017-01-01T00:00:01.5Z"),
+            61.5);  // the table of leap seconds ends before this
   EXPECT_EQ(orbit.TextOf(61.5), "2017-01-01T00:00:01.500000Z");
   EXPECT_EQ(orbit.TextOf(-0.25), "2016-12-31T23:58:59.750000Z");
   const std::int64_t base = UnixNanosecondsFromUtc("2016-12-31T23:59:00Z");
@@ -153,7 +154,7 @@ TEST(Orbit, TimesAreTextsAndNanosecondsToo) {
 TEST(Time, TextsAndNumbersOfUtc) {
   EXPECT_EQ(SecondsFromUtc("1980-01-06T00:00:00Z"), 0.0);
   EXPECT_EQ(SecondsFromUtc("07-JAN-1980/00:00:00.250000"), 86400.25);
-  // 1981-06-30 has an inserted second at its end.
+  // 1981-06-30 ends with a leap second.
   EXPECT_EQ(SecondsFromUtc("1981-07-01T00:00:00Z") - SecondsFromUtc("1981-06-30T23:59:59Z"), 2.0);
   EXPECT_EQ(UtcFromSeconds(86400.25), "1980-01-07T00:00:00.250000Z");
   struct Row {

@@ -1,4 +1,5 @@
-// Writing of pools: every type there and back, updates that keep everything else.
+// Tests the writing of pools: every type is written and read back, and updates keep everything
+// else.
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -19,8 +20,8 @@ using test::ReadFile;
 using test::TempDir;
 using test::WriteFile;
 
-// A value of each type. The parts of complex values and pairs are written with as many digits as
-// their types' names say: these here have no more.
+// Makes a value of each type. The parts of complex values and pairs are written with only as many
+// digits as the names of their types say, so these values have no more digits.
 void FillWithAllTypes(std::vector<Value>& values) {
   const std::string text = "a \"quoted\" \\ text";
   const auto scalar_and_vector = [&](const auto& a, const auto& b) {
@@ -56,7 +57,7 @@ void FillWithAllTypes(std::vector<Value>& values) {
 TEST(PoolEditor, EveryTypeIsReadBackAsItWasSet) {
   std::vector<Value> values;
   FillWithAllTypes(values);
-  ASSERT_EQ(values.size(), std::variant_size_v<Value> - 1);  // all but the unknown one
+  ASSERT_EQ(values.size(), std::variant_size_v<Value> - 1);  // all types but the unknown one
   PoolEditor editor;
   for (const Value& value : values) editor.Set(NameOf(TypeOf(value)), value, {"of its type"});
   const Pool pool = Pool::FromText(editor.Text());
@@ -157,7 +158,7 @@ TEST(PoolEditor, WritesAFileWholeOrNotAtAll) {
   std::filesystem::create_directory(directory / "sub");
   EXPECT_THROW(editor.Write(directory / "sub"), PoolError);
   EXPECT_THROW(editor.Write(directory / "none/x.pool"), PoolError);
-  // A disk that is full in the middle leaves the old file and nothing beside it.
+  // If the disk fills up during the update, the old file is left and nothing beside it.
   rlimit limit{};
   ASSERT_EQ(::getrlimit(RLIMIT_FSIZE, &limit), 0);
   const auto old_handler = ::signal(SIGXFSZ, SIG_IGN);

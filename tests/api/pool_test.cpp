@@ -1,4 +1,4 @@
-// Reading of pools in one pass, held against the core's look-up by key.
+// Compares the reading of pools in one pass with the core's look-up by key.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -114,7 +114,7 @@ TEST(Pool, OpensRegularFilesAloneAndMakesNone) {
   EXPECT_TRUE(Pool().Entries().empty());
 }
 
-// What the core reads for a key, or the class of its failure.
+// Returns what the core reads for a key, or the class of its failure.
 template <ValueType kType>
 std::variant<Value, ErrorClass> ReadByCore(PARAMETER_POOL& pool, std::string_view key) {
   constexpr auto kCoreType = static_cast<pool::ValueType>(kType);
@@ -146,7 +146,7 @@ TEST(Pool, ReadsWhatALookUpByKeyReads) {
       PARAMETER_POOL core;
       core.OpenForReading(path);
       for (const Entry& entry : pool.Entries()) {
-        if (entry.is_repeated) continue;  // no look-up finds it
+        if (entry.is_repeated) continue;  // look-ups find the first entry only
         SCOPED_TRACE(entry.key);
         ++entries;
         std::variant<Value, ErrorClass> ours;
@@ -156,7 +156,7 @@ TEST(Pool, ReadsWhatALookUpByKeyReads) {
           ours = error.Class();
         }
         auto expected = readers[static_cast<std::size_t>(entry.type)](core, entry.key);
-        // An entry of unknown type has no value, whatever is asked for.
+        // An entry of unknown type cannot be read as any type.
         if (entry.type == ValueType::kUnknown && !entry.type_name.empty()) {
           expected = ErrorClass::kPoolWrongType;
         }

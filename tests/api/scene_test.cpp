@@ -1,4 +1,4 @@
-// Scenes: their results against the tables that a solver of 50 digits has made.
+// Compares the results of scenes with tables that a solver with 50 digits has made.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -45,7 +45,8 @@ TEST(Scene, ResultsAreThoseOfTheTables) {
     for (const ResultField& field : kResultFields) {
       SCOPED_TRACE(field.key);
       const double expected = table.at(std::string(field.key));
-      // The zero-Doppler velocity is a difference of two points over 0.01 s.
+      // The zero-Doppler velocity is less accurate: it is the difference of two points, divided by
+      // 0.01 s.
       const bool is_velocity = field.key.starts_with("zero");
       EXPECT_NEAR(results.*field.value, expected, is_velocity ? 1e-6 : 1e-9 * std::fabs(expected));
     }

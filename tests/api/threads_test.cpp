@@ -1,4 +1,4 @@
-// One scene, orbit, pool and DEM in the hands of eight threads.
+// Eight threads use one scene, orbit, pool and DEM at the same time.
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -15,7 +15,7 @@
 namespace quellmark {
 namespace {
 
-// Everything that the library answers, as one list of numbers.
+// Returns the answers of the library to all kinds of queries as one list of numbers.
 std::vector<double> AskAll(const Scene& scene, const Pool& pool, const Dem& dem) {
   std::vector<double> answers;
   const SceneResults results = scene.Results();
@@ -60,7 +60,7 @@ TEST(Threads, ShareWhatTheyAsk) {
   for (int i = 0; i < kThreads; ++i) {
     threads.emplace_back([&, i] {
       for (int round = 0; round < kRounds; ++round) {
-        // Half of them have objects of their own, which are opened at the same time.
+        // Half of the threads open their own objects at the same time.
         const Scene mine = i % 2 == 0 ? scene : Scene::Open(path);
         right += AskAll(mine, pool, dem) == expected ? 1 : 0;
       }
@@ -69,7 +69,7 @@ TEST(Threads, ShareWhatTheyAsk) {
   for (std::thread& thread : threads) thread.join();
   SetLogSink({});
   EXPECT_EQ(right, kThreads * kRounds);
-  EXPECT_EQ(lines, 20 * kThreads * kRounds);  // one alarm for each key that is missing
+  EXPECT_EQ(lines, 20 * kThreads * kRounds);  // one alarm for each missing key
 }
 
 }  // namespace

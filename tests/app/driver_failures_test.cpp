@@ -1,5 +1,5 @@
-// Runs of the program that must fail: the last lines of the log, exit status, status files, and
-// pools that keep what the user wrote.
+// Tests runs of the program that must fail: their last log lines, exit status and status files, and
+// that the pools keep what the user wrote.
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -27,7 +27,7 @@ constexpr const char* kFatal = "program aborted due to FATAL ERROR\n";
 
 std::string Alarm(const std::string& line) { return "ALARM : quellmark : " + line; }
 
-// The run fails with these ALARM lines at the end of its log.
+// Expects the run to fail with these ALARM lines at the end of its log.
 void ExpectFailure(SceneRun& scene, const std::vector<std::string>& arguments,
                    const std::vector<std::string>& alarm_lines) {
   WriteFile(scene.directory / "OK.quellmark", "0");  // left by the run before
@@ -93,7 +93,7 @@ TEST(DriverFailures, PoolCutAtAnyLine) {
     const std::string cut = pool.substr(0, end + 1);
     SceneRun scene(cut);
     const ProgramRun run = scene.Run({"-lfl", "ALARM"});
-    // A cut after the last entry that is needed leaves a whole scene.
+    // If the cut is after the last necessary entry, the scene is complete.
     if (run.exit_status == 0) continue;
     ++failures;
     EXPECT_EQ(run.exit_status, 1) << "signal " << run.signal << " at byte " << end;

@@ -1,4 +1,4 @@
-// Whole runs of the program that succeed: log, pools, status files.
+// Tests whole runs of the program that succeed: their log, pools and status files.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -51,7 +51,7 @@ TEST(Driver, LogOfARunByteForByte) {
   const ProgramRun run = scene.Run({"-lfl", "INFO", "-lsl", "INFO"});
   ASSERT_EQ(run.exit_status, 0) << run.output;
 
-  // Typed by hand; the values come from the separate solver's table.
+  // The expected log was typed by hand; its values come from the separate solver's table.
   const std::string expected = ReadFile(QM_APP_TEST_DATA "/quebec.log");
   EXPECT_EQ(Masked(scene.Log()), expected);
   // The screen shows one more line, because its threshold is not yet known then.
@@ -138,8 +138,7 @@ TEST(Driver, LooksToEitherSideOfTheAntimeridian) {
   EXPECT_EQ(latitude[1], -latitude[0]);
 }
 
-// The same orbit in every pool representation: a reference time and epochs, as texts of each time
-// type.
+// How a pool represents the same orbit: reference time and epochs as texts of one time type.
 struct TimeKind {
   const char* name;
   const char* reference;
@@ -171,7 +170,7 @@ std::vector<double> EpochsOf(const std::string& pool) {
   return seconds;
 }
 
-// The tolerance of a corner in degrees. Seven digits are written, which is 1.5e-5 of a longitude.
+// The tolerance of a corner in degrees. Results have seven digits, which is 1.5e-5 for a longitude.
 // The spline is less accurate because of its ends. Single-precision coordinates have steps of 0.5
 // m, which a fit enlarges.
 struct InterpolationKind {
@@ -216,7 +215,7 @@ TEST(Driver, EveryInterpolationLocatesEveryScene) {
       SceneRun scene(WithOrbit(ScenePool(name), time, is_float ? "float" : "double", kind));
       const int status = scene.Run().exit_status;
       if (name == kScene && std::string_view(kind.text) == "everett_6") {
-        // The epochs of this scene wobble by a microsecond.
+        // The epochs of this scene are uneven by a microsecond.
         EXPECT_EQ(status, 1);
         EXPECT_THAT(scene.Log(), HasSubstr("only possible on equidistant grid.\n"));
         continue;
@@ -228,7 +227,7 @@ TEST(Driver, EveryInterpolationLocatesEveryScene) {
         EXPECT_NEAR(std::stod(ValueOf(scene.Pool(), key)), value, tolerance) << key;
       }
     }
-    ++turn;  // so that the next scene pairs them differently
+    ++turn;  // the next scene starts with another pair
   }
 }
 

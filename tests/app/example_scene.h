@@ -18,13 +18,14 @@ inline constexpr const char* kSceneNames[] = {"s1b_iw_grd_alps", "s1a_s3_slc_com
 using TableRow = std::map<std::string, std::string>;
 
 [[nodiscard]] std::string ScenePool(const std::string& scene);
-/// The located grid points of the product.
+/// The grid points that the product's processor located.
 [[nodiscard]] std::vector<TableRow> SceneTruth(const std::string& scene);
 /// Key and value of the 23 whole-scene results, in the order in which the program sets them.
 [[nodiscard]] std::vector<std::pair<std::string, double>> SceneResultsTable(
     const std::string& scene);
 
-/// `pool` with `entries` in front, as pool text. A look-up finds the first entry of a key.
+/// `pool` with `entries` before it, which override its own: a look-up finds the first entry of a
+/// key.
 [[nodiscard]] std::string Overridden(const std::string& pool,
                                      const std::vector<std::string>& entries);
 /// An entry as a line of pool text.
@@ -32,7 +33,7 @@ using TableRow = std::map<std::string, std::string>;
                                 const std::string& value);
 /// `text` as the value of a "STR".
 [[nodiscard]] std::string Quoted(const std::string& text);
-/// `pool` with the entry of `key` under another name.
+/// `pool` without `key`: its entry has another name.
 [[nodiscard]] std::string Without(std::string pool, const std::string& key);
 
 /// The value of a scalar entry as text; "" when the key is missing.

@@ -1,4 +1,4 @@
-// The scene as a library object: positions on the terrain of a DEM, and what it refuses.
+// Tests the scene as a library object: positions on the terrain of a DEM, and refused input.
 #include "app/sar_scene.h"
 
 #include <gtest/gtest.h>
@@ -58,7 +58,7 @@ TEST_F(ExampleScene, LocatesOnTheTerrainOnlyWithTheFlagSet) {
         dem.GetElevationInterpolated(on_terrain.longitude_deg - 360.0, on_terrain.latitude_deg);
     EXPECT_GT(terrain_m, 500.0);
     EXPECT_NEAR(on_terrain.height_m, terrain_m, 1.0) << "the search's tolerance";
-    // The ellipsoid raised to this height has the same point.
+    // The same point must lie on the ellipsoid that is raised to this height.
     parameters.local_height_m = on_terrain.height_m;
     scene.SetParameters(parameters);
     scene.SetUseDem(false);

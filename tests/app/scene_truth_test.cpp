@@ -1,4 +1,4 @@
-// The real scenes compared with results that others have computed for them.
+// Compares real scenes with results that other programs have computed for them.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -17,7 +17,7 @@ namespace {
 constexpr double kRadPerDeg = std::numbers::pi / 180.0;
 constexpr double kMeterPerDeg = 111'320.0;
 
-// The rounding to single precision.
+// Half a step of single precision at this value.
 double HalfStep(double value) {
   const auto narrow = static_cast<float>(std::abs(value));
   const float next = std::nextafter(narrow, std::numeric_limits<float>::infinity());
@@ -27,9 +27,9 @@ double HalfStep(double value) {
 struct Accuracy {
   const char* scene;
   const char* interpolation;
-  double position_m;     // what a correct solver reaches; see the example scenes' notes
+  double position_m;     // accuracy of a correct solver; see the notes of the example scenes
   double incidence_deg;  // against the ellipsoid normal
-  double fm_rate;        // relative, for rows where the product's polynomial is a good answer
+  double fm_rate;        // relative, for rows where the product's polynomial is accurate
 };
 
 // Positions: the velocities of a quick-look orbit do not quite match the slope of its positions, so
@@ -44,7 +44,7 @@ constexpr Accuracy kAccuracies[] = {
     {"s1a_iw1_slc_quebec", "localpolynom_7_8", 0.015, 8e-8, 3.2e-5},
 };
 
-// The scene reduced to this one point, one sample and one line large.
+// Locates one point: the scene is reduced to one sample and one line there.
 app::PointLocation LocateRow(const TempDir& directory, const std::string& base,
                              const TableRow& row) {
   const std::string path = directory / "point.pool";
@@ -65,7 +65,7 @@ void ExpectAccuracy(const Accuracy& accuracy) {
   const std::string base =
       Overridden(ScenePool(accuracy.scene),
                  {Entry("orbit_interpolation", "STR", Quoted(accuracy.interpolation))});
-  // Beyond this range the ground-range product's FM rate polynomial is not a good answer.
+  // Beyond this range the FM rate polynomial of the ground-range product is not accurate.
   const double fm_rate_limit_s = std::string(accuracy.scene) == "s1b_iw_grd_alps" ? 5.70e-3 : 1.0;
 
   const std::vector<TableRow> rows = SceneTruth(accuracy.scene);

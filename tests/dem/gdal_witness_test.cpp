@@ -1,4 +1,4 @@
-// GDAL reads the same tiles: an independent witness of byte offsets and of the interpolation.
+// GDAL reads the same tiles, as independent truth for byte offsets and interpolation.
 #include <gtest/gtest.h>
 
 #include <cmath>

@@ -42,7 +42,7 @@ TEST_F(MemMgr, MapsPixelsBehindTheColourTable) {
   EXPECT_EQ(table.red + 768, memory_.Data());
   EXPECT_EQ(table.green - table.red, 256);
   EXPECT_EQ(table.blue - table.green, 256);
-  // The next file replaces it; that one has neither a colour table nor pixels.
+  // The next file replaces the mapping. It has neither a colour table nor pixels.
   EXPECT_EQ(memory_.MapSrf(File(SrfHeaderBytes(0, 0, 1)), O_RDWR), 0);
   EXPECT_EQ(memory_.Colours().red, nullptr);
   EXPECT_EQ(memory_.MappedLength(), 32U);

@@ -40,7 +40,7 @@ class SrfDocument : public ::testing::Test {
   std::string TilePath(int k = 0) const {
     return directory_ / ("tile" + std::to_string(k) + ".srf");
   }
-  // Opens a DEM with one line of its descriptor replaced (or left out).
+  // Opens a DEM after one line of its descriptor was replaced or left out.
   SRF_DOCUMENT OpenWithLine(const std::string& key, const std::string& line,
                             const TestDem& dem = kSmall) {
     const std::string path = WriteDem(directory_, dem);
@@ -275,7 +275,7 @@ TEST_F(SrfDocument, MissingCornersLeaveTheHeightToTheOthers) {
     SRF_DOCUMENT three = Open(dem, true, {{104, 54}, {105, 54}});
     EXPECT_EQ(three.GetElevationInterpolated(52.0, 27.0), TerrainAt(104, 55));
 
-    // The same holds where the rounding of a coordinate gives the other points weights of 1e-14.
+    // The same is true if the rounding of a coordinate gives the other points weights of 1e-14.
     EXPECT_EQ(Open(dem, true, {{104, 54}})
                   .GetElevationInterpolated(std::nextafter(52.0, 53.0), std::nextafter(27.0, 28.0)),
               TerrainAt(105, 54));

@@ -51,7 +51,7 @@ double TerrainHeight(const TestDem& dem, double longitude_deg, double latitude_d
   long double height = 0;
   for (const long x : {i, i + 1}) {
     for (const long y : {j, j + 1}) {
-      // The globe is closed.
+      // Longitude indices wrap around.
       const long wrapped = ((x + count / 2) % count + count) % count - count / 2;
       const long double weight = (1 - std::abs(u - static_cast<long double>(x))) *
                                  (1 - std::abs(v - static_cast<long double>(y)));

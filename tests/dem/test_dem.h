@@ -23,7 +23,7 @@ struct TestTile {
 /// neighbours. No two cells are alike, so that a wrong cell, row or byte shows.
 [[nodiscard]] int TerrainAt(int lon_index, int lat_index);
 
-/// The properties of a DEM; the defaults are the simplest.
+/// The properties of a DEM. The defaults make the simplest one.
 struct TestDem {
   std::vector<TestTile> tiles{};
   double resolution_arcsec = 3.0;
@@ -34,8 +34,8 @@ struct TestDem {
   int record_header = 0;
   std::uint32_t colormap_length = 0;
   std::string annotation = "PIXEL_CENTRE";
-  /// Without it, the descriptor does not use the header of the tile but states the first offset,
-  /// 100 bytes.
+  /// If false, the descriptor does not use the header of the tile but sets the first offset to 100
+  /// bytes.
   bool has_header = true;
   std::optional<int> special_coding = -32767;
   int (*terrain)(int lon_index, int lat_index) = TerrainAt;
@@ -48,7 +48,7 @@ struct TestDem {
 /// The bilinear surface over the terrain, evaluated with extended precision.
 [[nodiscard]] double TerrainHeight(const TestDem& dem, double longitude_deg, double latitude_deg);
 
-/// A tile file of this kind; `missing` grid points (by global index) hold the special coding.
+/// The bytes of a tile file. The `missing` grid points (global indices) have the special coding.
 [[nodiscard]] std::string TileBytes(const TestDem& dem, const TestTile& tile,
                                     const std::vector<std::pair<int, int>>& missing = {});
 /// The 32 bytes of a header.
@@ -61,7 +61,8 @@ struct TestDem {
 std::string WriteDem(const TempDir& directory, const TestDem& dem,
                      const std::vector<std::pair<int, int>>& missing = {});
 
-/// The text with the line that begins with `key` replaced by `line`, or removed if `line` is empty.
+/// Returns the text after the line that begins with `key` was replaced by `line`, or removed if
+/// `line` is empty.
 [[nodiscard]] std::string WithLine(const std::string& text, const std::string& key,
                                    const std::string& line);
 

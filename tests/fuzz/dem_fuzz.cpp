@@ -1,5 +1,5 @@
-// Any bytes as a descriptor and, behind the first NUL, as its tile "t". Where the tile can be
-// mapped, the mapping and the file must give the same heights, or refuse the same points.
+// Takes any bytes as a descriptor and, after the first NUL, as its tile "t". If the tile can be
+// mapped, the mapping and the file must have the same heights and refuse the same points.
 #include <algorithm>
 #include <cmath>
 #include <cstddef>

@@ -1,4 +1,4 @@
-// What the fuzz targets share.
+// Functions that the fuzz targets share.
 #pragma once
 
 #include <cstddef>
@@ -10,12 +10,12 @@
 
 namespace quellmark::test {
 
-/// Ends the process, which is how a fuzz target reports, unless `holds`.
+/// Ends the process unless `holds`; this is how a fuzz target reports a fault.
 inline void Check(bool holds) {
   if (!holds) std::abort();
 }
 
-/// The input as text; silences the log on the way.
+/// Returns the input as text, and silences the log.
 [[nodiscard]] inline std::string_view TextOf(const std::uint8_t* data, std::size_t size) {
   runtime::Log().SetScreenThreshold(LOG::Level::kSilent);
   runtime::Log().SetFileThreshold(LOG::Level::kSilent);

@@ -1,5 +1,5 @@
-// Any bytes as the text of an interpolation. What is accepted must read back from its own numbers
-// as it was, and the interpolator that it asks for must be refused or answer everywhere.
+// Takes any bytes as the text of an interpolation. A text that is accepted must equal the one that
+// its numbers make, and its interpolator must be refused or work everywhere.
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
@@ -51,7 +51,8 @@ void Interpolate(const InterpolationChoice& choice) {
     static_cast<void>(curve.GetDerivedY(x));
     static_cast<void>(curve.GetDerived2Y(x));
   }
-  // Between the points a smooth function is met, whatever the order (0 is a constant or a line).
+  // Between the points the curve must be near a smooth function, for any order (order 0 is a
+  // constant or a line).
   Check(std::abs(curve.GetY(22.0) - std::sin(0.22)) < 1.0);
 }
 
@@ -79,8 +80,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     const InterpolationChoice choice = ParseInterpolation(quellmark::test::TextOf(data, size));
     CheckAgain(choice);
     kInterpolate[choice.interpolation_id](choice);
-  } catch (const ERROR_ARGUMENT&) {           // the text
-  } catch (const INVALID_PARAMETER_VALUE&) {  // its numbers
+  } catch (const ERROR_ARGUMENT&) {           // from the text
+  } catch (const INVALID_PARAMETER_VALUE&) {  // from its numbers
   }
   return 0;
 }

@@ -1,4 +1,4 @@
-// Any bytes as a pool: every entry is read as what it says it is.
+// Takes any bytes as a pool, and reads every entry as its own type.
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -18,7 +18,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   for (const std::string& key : quellmark::test::KeysOf(text)) {
     try {
       static_cast<void>(quellmark::test::ReadAny(pool, pool.TypeOf(key), key));
-    } catch (const ERROR_EXCEPTION&) {  // a refusal, with its reason in the log
+    } catch (const ERROR_EXCEPTION&) {  // refused, with the reason in the log
     }
   }
   return 0;

@@ -1,5 +1,5 @@
-// Any bytes as a pool that is updated: what is not changed stays byte for byte, and what was read
-// and is written back reads as the same again.
+// Takes any bytes as a pool and updates it. Unchanged parts must stay byte for byte, and values
+// that are written back must read as the same again.
 #include <cstdint>
 #include <string>
 #include <vector>
@@ -27,13 +27,13 @@ void AppendOne(PARAMETER_POOL_READ_WRITE_CHANGE& pool, std::string text) {
   Check(ReadFile(pool.Path()) == text + key + std::string(23, ' ') + "INT_32          1\n\n");
 }
 
-// Sets every entry that can be read to its own value; gives the pool's text then.
+// Sets every entry that can be read to its own value and returns the new text of the pool.
 std::string WriteBackAll(PARAMETER_POOL_READ_WRITE_CHANGE& pool,
                          const std::vector<std::string>& keys) {
   for (const std::string& key : keys) {
     try {
       SetAny(pool, key, ReadAny(pool, pool.TypeOf(key), key));
-    } catch (const ERROR_EXCEPTION&) {  // neither readable nor, sometimes, writable
+    } catch (const ERROR_EXCEPTION&) {  // some entries cannot be read, some cannot be written
     }
   }
   pool.Update();
@@ -48,7 +48,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   quellmark::test::WriteFile(directory / "pool", text);
   PARAMETER_POOL_READ_WRITE_CHANGE pool(directory / "pool");
   AppendOne(pool, text);
-  // What was written reads as what it was written from: a second time it changes nothing.
+  // Written values read as the same values, so writing them a second time changes nothing.
   const std::vector<std::string> keys = quellmark::test::KeysOf(text);
   const std::string written = WriteBackAll(pool, keys);
   Check(WriteBackAll(pool, keys) == written);

@@ -1,5 +1,6 @@
-// Any bytes as a product's file, and as the orbit file beside a sound one: refused as such, or a
-// scene whose pool can be written. HDF5 is left out: the bytes would go to its library at once.
+// Takes any bytes as a product's file, and as the orbit file beside a sound product. They must be
+// refused, or make a scene whose pool can be written. HDF5 is left out, because there the bytes
+// would only test its library.
 #include <cmath>
 #include <cstddef>
 #include <cstdint>

@@ -1,5 +1,5 @@
-// Any bytes as a time. What is accepted must survive being printed and read again, and its distance
-// from another time must lead back to it.
+// Takes any bytes as a time. A time that is accepted must be the same after it was printed and read
+// again, and another time plus their distance must lead back to it.
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
@@ -26,11 +26,11 @@ void CheckAgain(const UNIVERSAL_TIME& time) {
   for (const STRING& text : {time.LongText(), time.IsoText(), time.IsoText(6, true)}) {
     Check(std::get<UNIVERSAL_TIME>(ScanTime(text.View())) == time);
   }
-  if (time.year > 136'000) return;  // scanned, but beyond the arithmetic
+  if (time.year > 136'000) return;  // can be scanned, but is too far for the arithmetic
   const UNIVERSAL_TIME reference = {2009, 1, 1};
   const DURATION distance = time - reference;
   Check(reference - time == -distance);
-  // A second for the rule of sums near an inserted second, two for the seconds 61 and 62.
+  // Sums near a leap second may differ by one second, and the seconds 61 and 62 by two more.
   Check(std::abs(((reference + distance) - time).Seconds()) <= 3.0);
 }
 

@@ -1,4 +1,4 @@
-// Image to ground on the ellipsoid against solvers that share nothing with it.
+// Compares image to ground on the ellipsoid with solvers that share no code with it.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -22,7 +22,7 @@ using imaging::PointStatus;
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
-// Sensors of one look side with the points that they see: line i is sensor i, a sample the range
+// Sensors of one look side and the points that they see. Line i is sensor i; a sample is the range
 // time itself.
 struct Batch {
   imaging::ImageGeometry image;
@@ -55,8 +55,8 @@ struct Batch {
 
 double Turned(double a, double b) { return std::remainder(a - b, 360.0); }
 
-// The single-point solver's rounding of the sensor's radius grows with the cotangent of the look
-// angle.
+// The single-point solver rounds the sensor's radius, and that error grows with the cotangent of
+// the look angle.
 double Steepness(double look_deg) { return std::max(1.0, 1.0 / std::tan(look_deg * kDegree)); }
 
 TEST(Ellipsoid, AgreesWithTheSolverOfSinglePoints) {
@@ -113,7 +113,7 @@ Geodetic ToGeodetic(const WideVector& g, Wide a, Wide b) {
   return {std::atan2(g.y, g.x), latitude, rho * c + g.z * s - a * a / normal};
 }
 
-// The equations themselves hold, at geodetic heights up to beyond the highest mountains.
+// The points fulfil the equations, at geodetic heights up to above the highest mountains.
 TEST(Ellipsoid, PointsFulfilTheEquations) {
   for (const LookSide side : {LookSide::kRight, LookSide::kLeft}) {
     Batch batch(side, 30'000, -500.0, 9000.0);
@@ -126,7 +126,7 @@ TEST(Ellipsoid, PointsFulfilTheEquations) {
       const WideVector s(g.sat_pos), v(g.sat_vel), p(ground.Position(i));
       const WideVector look = p - s;
       const auto range = static_cast<Wide>(0.5 * kSpeedOfLight * g.fast_time);
-      // A point's coordinates are rounded to 5e-10 m each, and the sensor's frame likewise.
+      // The rounding is 5e-10 m in each coordinate of the point, and as much in the sensor's frame.
       const double rounding_m = 2e-9;
       ASSERT_NEAR(static_cast<double>(std::sqrt(Dot(look, look)) - range), 0.0, rounding_m);
       ASSERT_NEAR(static_cast<double>(Dot(look, v) / std::sqrt(Dot(v, v))), 0.0, rounding_m);
@@ -148,8 +148,9 @@ TEST(Ellipsoid, PointsFulfilTheEquations) {
   }
 }
 
-// Near the nadir both look sides meet and Newton's method does not settle; the points still fulfil
-// their equations, and ranges that do not reach the ground or go beyond the horizon are told.
+// Near the nadir the points of both look sides meet, and Newton's method does not converge. The
+// points must still fulfil their equations. Ranges that do not reach the ground or go beyond the
+// horizon must be reported.
 TEST(Ellipsoid, NadirAndHorizon) {
   int found = 0;
   for (const LookSide side : {LookSide::kRight, LookSide::kLeft}) {
@@ -181,7 +182,8 @@ TEST(Ellipsoid, NadirAndHorizon) {
           EXPECT_TRUE(std::isnan(ground.latitude[i]) && std::isnan(ground.velocity[i]));
           continue;
         }
-        // The nadir lies up to 4 mrad, and 3 m of range, to one side of the earth's centre.
+        // The nadir is up to 4 mrad, or 3 m of range, away from the direction to the earth's
+        // centre.
         if (i < 3 && ground.status[i] == PointStatus::kNoIntersection) continue;
         ASSERT_EQ(ground.status[i], PointStatus::kFound);
         ++found;
@@ -196,7 +198,7 @@ TEST(Ellipsoid, NadirAndHorizon) {
   EXPECT_GE(found, 8 * 6 + 8);
 }
 
-// Bits of all outputs of a call that is cut into pieces in some way.
+// All outputs must have the same bits if a call is cut into pieces in any way.
 TEST(Ellipsoid, BitsDependOnThePointAlone) {
   Batch batch(LookSide::kRight, 5003, -500.0, 9000.0);
   const std::size_t n = batch.geometries.size();
@@ -226,7 +228,7 @@ TEST(Ellipsoid, BitsDependOnThePointAlone) {
       EXPECT_TRUE(back == again);
     }
   }
-  // Backwards, and each point in a call of its own.
+  // In reverse order, and with one call for each point.
   std::vector<double> sample(batch.sample.rbegin(), batch.sample.rend());
   std::vector<double> line(batch.line.rbegin(), batch.line.rend());
   std::vector<double> height(batch.height.rbegin(), batch.height.rend());
@@ -242,7 +244,7 @@ TEST(Ellipsoid, BitsDependOnThePointAlone) {
   }
 }
 
-// A grid's lines are solved together, its points one by one: the same bits.
+// The lines of a grid are solved together. The result must have the same bits as point by point.
 TEST(Ellipsoid, GridsAreTheirPoints) {
   Batch batch(LookSide::kLeft, 40, 0.0, 0.0);
   const double middle = batch.sample[7];

@@ -14,7 +14,7 @@
 
 namespace quellmark::test {
 
-/// The state of time i is states[i].
+/// A source whose state at time i is states[i].
 class ListedStates final : public imaging::StateSource {
  public:
   std::vector<imaging::SensorState> states;
@@ -50,8 +50,8 @@ class CircularStates final : public imaging::StateSource {
   double omega_;
 };
 
-/// An image whose middle sees longitude and latitude at that bearing and incidence [deg], at the
-/// right of the sensor; the left side sees somewhere else.
+/// An image whose middle is at this longitude and latitude, seen at this bearing and incidence
+/// [deg] to the right of the sensor. A left-looking image shows another place.
 struct View {
   View(double longitude, double latitude, double bearing, double incidence,
        imaging::LookSide side = imaging::LookSide::kRight)
@@ -93,7 +93,7 @@ struct Ground {
             y,         z,        velocity, b,         fm,      status};
   }
   [[nodiscard]] VECTOR_3D<double> Position(std::size_t i) const { return {x[i], y[i], z[i]}; }
-  /// Whether point i is point j of `other` in all bits.
+  /// Whether point i and point j of `other` have the same bits.
   [[nodiscard]] bool SameBits(std::size_t i, const Ground& other, std::size_t j) const {
     const auto same = [i, j](const std::vector<double>& mine, const std::vector<double>& theirs) {
       return std::bit_cast<std::uint64_t>(mine[i]) == std::bit_cast<std::uint64_t>(theirs[j]);

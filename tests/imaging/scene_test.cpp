@@ -1,4 +1,4 @@
-// Real scenes: against the batch step and against what their products' processors computed.
+// Compares real scenes with the batch step and with results of the products' processors.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -43,7 +43,7 @@ struct Scene {
     step.ReadFromParameterPool(pool);
     Take();
   }
-  // Samples become two-way range times and lines azimuth times.
+  // Changes the units: samples become two-way range times, lines become azimuth times.
   void CountInSeconds() {
     app::SceneParameters p = step.Parameters();
     p.first_azimuth_time_s = p.first_range_time_s = 0.0;
@@ -95,7 +95,7 @@ TEST(Scene, AgreesWithTheBatchStep) {
       ASSERT_NEAR(Turned(ground.longitude[i], one.longitude_deg), 0.0, 1e-12);
       ASSERT_NEAR(ground.latitude[i], one.latitude_deg, 1e-12);
       ASSERT_NEAR(ground.incidence[i], one.incidence_deg, 2e-12);
-      // Two points right to 4e-9 m, 0.01 s apart.
+      // The velocity comes from two points, each accurate to 4e-9 m, that are 0.01 s apart.
       ASSERT_NEAR(ground.velocity[i], one.zero_doppler_velocity_ms, 8e-7);
       ASSERT_NEAR(ground.b[i] / one.b_param, 1.0, 1e-14);
       ASSERT_NEAR(ground.fm[i] / one.fm_rate, 1.0, 1e-14);
@@ -106,9 +106,9 @@ TEST(Scene, AgreesWithTheBatchStep) {
 struct Truth {
   const char* scene;
   const char* interpolation;
-  HeightModel model;     // what the product's processor took heights for
-  double position_m;     // what the data allow: see the notes of scenes and products
-  double incidence_deg;  // the scenes' own incidence comes from the same orbits
+  HeightModel model;     // the meaning of heights in the product
+  double position_m;     // accuracy of the data: see the notes of scenes and products
+  double incidence_deg;  // the incidence in the scenes comes from the same orbits
 };
 
 constexpr HeightModel kGeodetic = HeightModel::kGeodetic;
@@ -120,7 +120,8 @@ constexpr Truth kShipped[] = {{"s1b_iw_grd_alps", "localhermite_7_4", kGeodetic,
                               {"s1a_s3_slc_comoros", "localpolynom_7_8", kGeodetic, 0.91, 3e-6},
                               {"s1a_iw1_slc_quebec", "localhermite_7_4", kGeodetic, 0.015, 8e-8},
                               {"s1a_iw1_slc_quebec", "localpolynom_7_8", kGeodetic, 0.015, 8e-8}};
-// Noisy downlinked state vectors limit the last but one, an unexplained shift the one before.
+// The last but one is limited by noise in the downlinked state vectors, the one before by an
+// unexplained shift.
 constexpr Truth kProducts[] = {{"tdx1_sm_20210805", "localpolynom_7_8", kRaised, 1e-5, 1e-7},
                                {"tdx1_sm_20210805", "localhermite_7_4", kRaised, 0.03, 1e-6},
                                {"iceye_x7_sm_right", "localhermite_7_4", kGeodetic, 0.01, 3e-7},
@@ -175,7 +176,7 @@ double WorstDistance(const Ground& ground, const TruthTable& t) {
   return worst;
 }
 
-// The same for the batch step, as one point at each row's height and times.
+// The same for the batch step, which locates one point at the height and times of each row.
 double WorstDistanceOfStep(Scene& scene, const TruthTable& t) {
   double worst = 0.0;
   app::SceneParameters parameters = scene.step.Parameters();
@@ -240,7 +241,7 @@ TEST(Scene, ProductTruth) {
   }
 }
 
-// Image, ground, image: everywhere on the globe, in and beside the image, at many heights.
+// From image to ground and back: everywhere on the globe, in and beside the image, at many heights.
 TEST(Scene, ThereAndBack) {
   for (const LookSide side : {LookSide::kRight, LookSide::kLeft}) {
     for (const double place : {0.0, 1.0, 2.0, 3.0, 4.0, 5.0}) {
@@ -272,7 +273,7 @@ TEST(Scene, ThereAndBack) {
 TEST(Scene, PointsThatTheSensorDoesNotSee) {
   const View right(20.0, 50.0, 80.0, 35.0), left(20.0, 50.0, 80.0, 35.0, LookSide::kLeft);
   const double nan = std::nan("");
-  // 40 degrees of arc to the right of the sensor: beyond its horizon.
+  // A point 40 degrees of arc to the right of the sensor is beyond its horizon.
   const VECTOR_3D<double>& s = right.geometry.sat_pos;
   const VECTOR_3D<double> across = Cross(right.geometry.sat_vel, s);
   const VECTOR_3D<double> far = (std::cos(40.0 * kDegree) / Length(s)) * s +
@@ -305,7 +306,8 @@ TEST(Scene, PointsThatTheSensorDoesNotSee) {
   }
 }
 
-// Memory does not grow with the points; cancelling and failing leave no thread behind.
+// Memory does not grow with the number of points, and no thread is left after a cancelled or failed
+// call.
 TEST(Scene, ChunksAndThreads) {
   const ScopedLog quiet(LOG::Level::kSilent);
   const Scene scene(kScenes + "/s1a_iw1_slc_quebec.pool");
@@ -343,7 +345,7 @@ TEST(Scene, ChunksAndThreads) {
       run(100, 3,
           [](std::uint64_t, std::uint64_t) -> bool { throw std::runtime_error("interrupted"); }),
       std::runtime_error);
-  // Lines far beyond 32 bits are refused for their times, not miscounted.
+  // Lines far beyond 32 bits must be refused because of their times, not wrap around.
   Ground far(3);
   const imaging::ImageGrid beyond{.n_samples = 3, .first_line = 5e9, .n_lines = 1};
   EXPECT_EQ(LocateOnGround(scene.image, beyond, {.per_point_m = {}}, far.Outputs())

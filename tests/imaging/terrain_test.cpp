@@ -1,4 +1,4 @@
-// Meeting points with the terrain against dense searches, and places that were put on it.
+// Compares meeting points with the terrain with dense searches, and with places on the terrain.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -54,7 +54,7 @@ struct Place {
   double longitude, latitude;
 };
 
-// What the middle of the image sees at about the terrain's height.
+// The place in the middle of the image at about the terrain's height.
 Place MiddleOf(const View& view) {
   Ground middle(1);
   const std::vector<double> sample = {150.0}, line = {0.0};
@@ -65,11 +65,11 @@ Place MiddleOf(const View& view) {
 
 struct Meeting {
   double height = 0.0;
-  int count = 0;       // of meeting points
-  bool clear = false;  // not nearly touching anywhere, which a search in steps can not tell
+  int count = 0;       // number of meeting points
+  bool clear = false;  // false if the ray nearly touches the terrain: steps might miss that
 };
 
-// All heights from top to bottom in small steps, through the routine for heights per point.
+// Tries all heights from top to bottom in small steps, by the routine for a height per point.
 Meeting SearchDensely(const View& view, const TerrainGrid& grid, double sample, double line) {
   constexpr double kStep_m = 0.5;
   const auto [low, high] = grid.Range();
@@ -101,7 +101,7 @@ Meeting SearchDensely(const View& view, const TerrainGrid& grid, double sample, 
 struct Case {
   const char* name;
   double incidence, relief, length;
-  int least_layover;  // of 400 points: the case is what its name says
+  int least_layover;  // of 400 points, to show that the case has layover
 };
 
 TEST(Terrain, TheHighestMeetingPointIsFound) {
@@ -142,7 +142,8 @@ TEST(Terrain, TheHighestMeetingPointIsFound) {
   }
 }
 
-// Places on the terrain are put into the image and come back, or a higher place in layover.
+// Places on the terrain are located in the image and on the ground again. The result is the same
+// place, or in layover a higher one.
 TEST(Terrain, PlacesOnTheTerrainComeBack) {
   const View view(10.0, 46.0, 77.0, 38.0);
   const Place middle = MiddleOf(view);
@@ -180,8 +181,8 @@ TEST(Terrain, PlacesOnTheTerrainComeBack) {
   EXPECT_GE(came_back, 2000);
 }
 
-// Flat ground with a void, a step and an edge: what lies in the void or beyond the edge is told and
-// answered at the local height.
+// Flat ground with a void, a step and an edge. Points in the void or beyond the edge must be
+// reported and located at the local height.
 TEST(Terrain, VoidsAndEdges) {
   View view(10.0, 46.0, 77.0, 38.0);
   view.image.local_height_m = 123.0;
@@ -212,7 +213,7 @@ TEST(Terrain, VoidsAndEdges) {
   EXPECT_GE(lost, 50);
 }
 
-// The part of a DEM in several files, with a gap between two of them and a missing value.
+// Reads a part of a DEM with several files, a gap between two of them and a missing value.
 TEST(Terrain, ReadsTilesOfADem) {
   const ScopedLog quiet(LOG::Level::kSilent);
   const TempDir directory;
@@ -230,7 +231,7 @@ TEST(Terrain, ReadsTilesOfADem) {
     }
   }
   EXPECT_TRUE(std::isnan(grid.HeightAt(120.0 / 1200.0, 0.0)));
-  // Around the missing value the others count.
+  // Beside a missing value the other corners of the cell count.
   EXPECT_NEAR(grid.HeightAt(5.25 / 1200.0, 5.75 / 1200.0),
               document.GetElevationInterpolated(5.25 / 1200.0, 5.75 / 1200.0), 1e-6);
   EXPECT_TRUE(std::isnan(grid.HeightAt(5.0, 0.0)));
@@ -239,7 +240,7 @@ TEST(Terrain, ReadsTilesOfADem) {
   EXPECT_THROW(static_cast<void>(TerrainGrid::Read(document, {30.0, 31.0, 0.0, 1.0})),
                ERROR_ARGUMENT);
   EXPECT_THROW(TerrainGrid({.columns = 2, .rows = 2}, std::vector<float>(4)), ERROR_ARGUMENT);
-  // A tile that goes away in the middle is a failure, not a void.
+  // A tile that disappears while it is needed is a failure, not a void.
   std::filesystem::remove(directory / "tile2.srf");
   EXPECT_THROW(static_cast<void>(TerrainGrid::Read(document, box)), ERROR_CANNOT_OPEN_SUBDOC);
 }

@@ -1,8 +1,8 @@
 #!/bin/sh
-# Installs the library as its users would and builds their programs with it: static and shared, by
-# CMake and pkg-config, from a prefix that was moved, and as a folder of another project. Then looks
-# at the names that it shows and at the files that it opens.
-# usage: tests/install/run.sh BUILD_FOLDER   (of a configured and built release, static)
+# Installs the library as a user would and builds users' programs with it: static and shared, by
+# CMake and pkg-config, from a prefix that was moved, and as a folder of another project. Then
+# checks which names the library exports and which files it opens.
+# usage: tests/install/run.sh BUILD_FOLDER (a configured and built static release)
 set -eu
 build=$(cd "$1" && pwd)
 sources=$(cd "$(dirname "$0")/../.." && pwd)
@@ -17,8 +17,7 @@ fail() {
   exit 1
 }
 
-# Runs the example that locates a scene and compares with the table: 1e-9 of each value; velocities,
-# which are differences over 0.01 s, 1e-9 too.
+# Runs the example that locates a scene and compares every value with the table, to a relative 1e-9.
 check_program() {
   "$1" "$pool" >"$scratch/results.csv"
   paste -d, "$table" "$scratch/results.csv" | awk -F, '
@@ -34,8 +33,8 @@ build_consumer() { # build_consumer PREFIX FOLDER
   check_program "$2/locate_scene"
 }
 
-# Of the names that a linker sees, those that no header declares. The core's namespaces begin with a
-# small letter.
+# Lists the exported names that no public header declares. Namespaces of the core begin with a small
+# letter.
 foreign_names() {
   grep -vE '^_ZT[ISV]N9quellmark[0-9]+[A-Za-z]*ErrorE$' | grep -vE '^_ZNK?9quellmark[0-9]+[A-Z]' ||
     true

@@ -24,7 +24,7 @@ using namespace quellmark::test;
 using namespace quellmark::orbit;
 using quellmark::pool::ValueType;
 
-// The name of an object's class without blanks, as in "POOL_ORBIT<float,double,...>".
+// The name of the object's class without blanks, such as "POOL_ORBIT<float,double,...>".
 std::string ClassName(const ORBIT_BASE& orbit) {
   int status = 0;
   char* const name = abi::__cxa_demangle(typeid(orbit).name(), nullptr, nullptr, &status);
@@ -147,7 +147,7 @@ TEST(Description, WhatIsWrongIsSaid) {
                      "POOL_ORBIT::ReadFromParameterPool::Number of coordinates in position and "
                      "velocity disagree.");
   pool.interpolation = "localpolynom_7_8";
-  static_cast<void>(pool.Read());  // a kind without derivatives does not look at them
+  static_cast<void>(pool.Read());  // a kind without derivatives does not read the velocities
   pool.times[1] = "2022-04-14T10:61:00";
   EXPECT_THAT(LogOfFailure<ERROR_DATA>([&] { static_cast<void>(pool.Read()); }),
               testing::HasSubstr("EXCEP : UTC_SCANNER: invalid minute: 61\n"));
@@ -243,14 +243,14 @@ TEST(Description, EpochsAndSamplesFromElsewhere) {
   OrbitPool pool = CircularOrbitPool("orbit_pool_double_double", 8);
   pool.data_file = directory / "samples.pool";
   pool.Write(directory / "scene.pool");
-  {  // plain-number epochs may be numbers
+  {  // epochs that are plain numbers need not be texts
     PARAMETER_POOL_READ_WRITE_CHANGE data(pool.data_file);
     ARRAY<double> times(RANGE<int>(-2, 8));
     for (int j = 0; j < 8; ++j) times[j - 2] = 1000.5 + 10.0 * j;
     data.Set<ValueType::kFlt15V>("times", times);
   }
   const Orbit orbit = OrbitPool::ReadOrbit(directory / "scene.pool");
-  {  // an empty path names a file too
+  {  // an empty path counts as a file
     PARAMETER_POOL_READ_WRITE_CHANGE scene(directory / "scene.pool");
     scene.Set<ValueType::kStr>("orbit_data_file", "");
     scene.Close();
@@ -281,7 +281,7 @@ TEST(Description, RecordDatabase) {
   OrbitPool pool = CircularOrbitPool("orbit_mdb_double_utc", 8);
   for (const char* kind : {"hermite", "localhermite_7_4"}) {
     pool.interpolation = kind;
-    static_cast<void>(pool.Read());  // a pool orbit: no key of the database is read
+    static_cast<void>(pool.Read());  // makes a pool orbit, so no key of the database is read
   }
   pool.interpolation = "everett_6";
   pool.Write(directory / "scene.pool");
@@ -321,8 +321,8 @@ TEST(Assignment, CopiesTheCoreOrNothing) {
     EXPECT_EQ(copy.InterpolationId(), orbit->InterpolationId());
     EXPECT_EQ(copy.SupportPointCount(), orbit->SupportPointCount());
     EXPECT_EQ(copy.CoreObject()->TimeStamp(), "2022-04-14T10:00:00");
-    // All that an orbit tells about itself: its listing, its coefficient file and what it makes of
-    // other state vectors, for which its order and count are needed.
+    // Everything that shows the state of an orbit: its listing, its coefficient file, and its
+    // positions after new state vectors, which depend on its order and count.
     const auto told = [](const Orbit& of) {
       const ScopedLog listing;
       of.List();
@@ -331,7 +331,7 @@ TEST(Assignment, CopiesTheCoreOrNothing) {
       return listing.Text() + ReadFile(directory / "orbit.pkt");
     };
     const std::string expected = told(*orbit);
-    orbit.reset();  // the copy is its own
+    orbit.reset();  // the copy must not depend on the original
     EXPECT_EQ(told(copy), expected) << interpolation;
     EXPECT_THAT(expected, testing::ContainsRegex(" [0-9]\\.[0-9]{16}e\\+0[0-9] "));
   }
@@ -362,7 +362,7 @@ TEST(Listing, OneRowPerSample) {
             "-6.456803e+05 | 4.565882e+06 | 0.000000e+00 | 0.000000e+00 | 0.000000e+00 |\n");
 }
 
-// The polynomial of a line of the coefficient file, evaluated by the form that its header names.
+// Evaluates the polynomial of one line of the coefficient file, in the form that its header names.
 double Evaluate(const std::string& form, double t, const std::vector<double>& c,
                 const std::vector<double>& z) {
   double sum = 0.0;

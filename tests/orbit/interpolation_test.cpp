@@ -38,7 +38,7 @@ using LocalPolynomFit = LOCAL_INTERPOLATION<T, POLYNOM_FIT<T>, POINT<T>>;
 template <class T>
 using LocalHermite = LOCAL_INTERPOLATION<T, HERMITE_POLY<T>, DPOINT<T>>;
 
-// Samples of `f` at `abscissae`, from index `first`.
+// Samples of `f` at `abscissae`; the first one has the index `first`.
 template <class P>
 ARRAY<P> Sampled(const Function& f, const std::vector<double>& abscissae, int first = 0) {
   using T = decltype(P().X());
@@ -108,8 +108,8 @@ std::vector<double> CoefficientsOf(const I& curve) {
   return {coefficients.Elements().begin(), coefficients.Elements().end()};
 }
 
-// Calls check(name, curve, point, highest degree that is reproduced) for each kind, with a curve
-// that is still to be created from points of that type.
+// Calls check(name, curve, point, degree) for each kind. The curve is not yet created and takes
+// points of that type; it reproduces polynomials up to that degree.
 template <class T>
 void ForEachKind(auto check) {
   const POINT<T> point;
@@ -134,11 +134,11 @@ void CheckPolynomialsAreReproduced() {
         SCOPED_TRACE(std::string(name) + ", degree " + std::to_string(degree));
         const Function f = Power(degree, 7.0);
         curve.Create(Sampled<decltype(point)>(f, nodes, first));
-        // The nodes lie 1 apart and the values are at most 2: rounding grows with the number of
-        // differences taken, 2^order, and once more with each derivative.
+        // The nodes are 1 apart and the values are at most 2. The rounding grows with the number of
+        // differences, 2^order, and again with each derivative.
         const double epsilon = 500.0 * static_cast<double>(std::numeric_limits<T>::epsilon());
         for (const double x : WithMiddles(nodes)) {
-          // The interval after the last full one lacks a difference, by contract.
+          // After this node a difference is missing, and the last full interval extrapolates.
           if (std::string(name) == "everett" && x >= nodes[5]) break;
           const Jet<double> truth = f(x);
           const T at = static_cast<T>(x);
@@ -164,8 +164,8 @@ TEST(Interpolation, DerivativesAreThoseOfTheValue) {
     curve.Create(Sampled<decltype(point)>(kSine, nodes));
     for (const double x : WithMiddles({nodes.begin() + 2, nodes.end() - 2})) {
       SCOPED_TRACE(std::string(name) + " at " + std::to_string(x));
-      // Five-point forward differences, which stay within the piece that x belongs to. Their error
-      // is of order h^4 and h^3; the rounding of the values, 1e-15, is divided by h and by h^2.
+      // The truth is five-point forward differences, which stay within the piece of x. Their errors
+      // are of order h^4 and h^3. The rounding of the values, 1e-15, is divided by h and by h^2.
       const double h = 5e-4;
       double y[5];
       for (int k = 0; k < 5; ++k) y[k] = curve.GetY(x + k * h);
@@ -174,7 +174,7 @@ TEST(Interpolation, DerivativesAreThoseOfTheValue) {
           (35 * y[0] - 104 * y[1] + 114 * y[2] - 56 * y[3] + 11 * y[4]) / (12 * h * h);
       EXPECT_NEAR(curve.GetDerivedY(x), dy, 1e-10);
       EXPECT_NEAR(curve.GetDerived2Y(x), d2y, 5e-7);
-      // No pole and no jump at a node beyond the error of the method.
+      // At a node there is no pole, and no jump larger than the error of the method.
       EXPECT_NEAR(curve.GetDerivedY(x), kSine(x).dy, 3e-3);
       EXPECT_NEAR(curve.GetDerived2Y(x), kSine(x).d2y, 0.1);
     }
@@ -293,7 +293,7 @@ TEST(Interpolation, NoAbscissaIsTakenThatIsNotFinite) {
       EXPECT_FAILS(curve.GetDerivedY(x), ERROR_ARGUMENT, line);
       EXPECT_FAILS(curve.GetDerived2Y(x), ERROR_ARGUMENT, line);
     }
-    // Far is not infinite: it may give any number, but must stay within the tables.
+    // Far outside the samples any result is allowed, but no access outside the tables.
     for (const double x : {1e300, -1e300, 1e18, -1e18}) static_cast<void>(curve.GetY(x));
   });
 }
@@ -376,7 +376,8 @@ TEST(Spline, NaturalAndSilentOutside) {
   spline.Create(Sampled<POINT<double>>(kSine, nodes));
   EXPECT_NEAR(spline.GetDerived2Y(0.0), 0.0, 1e-15);
   EXPECT_NEAR(spline.GetDerived2Y(3.25), 0.0, 1e-15);
-  // Interpolation, natural ends and two continuous derivatives: there is one such function only.
+  // Only one cubic spline passes through the points with natural ends and two continuous
+  // derivatives.
   for (const double x : nodes) EXPECT_NEAR(spline.GetY(x), std::sin(x), 1e-15);
   for (std::size_t j = 1; j + 1 < nodes.size(); ++j) {
     const double x = nodes[j];
@@ -398,7 +399,7 @@ TEST(Spline, NaturalAndSilentOutside) {
 TEST(Polynom, CoefficientsInNewtonForm) {
   POLYNOM<double> square;
   square.Create(Sampled<POINT<double>>(Power(2, 1.0), {1.0, 3.0, 4.0, 6.0}));
-  // 2 + 4 (x - 1) + (x - 1) (x - 3), and none of the third order
+  // 2 + 4 (x - 1) + (x - 1) (x - 3), and 0 for the third order
   EXPECT_THAT(CoefficientsOf(square), testing::ElementsAre(2.0, 4.0, 1.0, 0.0));
 }
 
@@ -421,7 +422,7 @@ TEST(Fits, OrdersAreReducedAndReported) {
 }
 
 TEST(Fits, ChiSquareIsReported) {
-  // The best line through 0, 1, 0 is 1/3: residuals 1/9 + 4/9 + 1/9.
+  // The best line through 0, 1, 0 is y = 1/3, with the squared residuals 1/9 + 4/9 + 1/9.
   const Function peak = ValuesOnly([](double x) { return x == 1.0 ? 1.0 : 0.0; });
   const auto points = Sampled<POINT<double>>(peak, Steps(3));
   const ScopedLog log;
@@ -449,7 +450,8 @@ TEST(Fits, OrdersAndRangesThatAreRefused) {
          "CHEBY_POLY: polynomial fit order 101 is above 100\n");
   refuse(Ordered<CHEBY_POLY<double>>(100, -1), Steps(53'000),
          "CHEBY_POLY: polynomial fit order 100 is too high for 53000 points\n");
-  // Of powers of seconds, 500 s to the 16th are no float, and 20,000 s to the 80th no double.
+  // The coefficients of powers of seconds are too small, because (500 s)^16 is too large for a
+  // float and (20,000 s)^80 for a double.
   const auto too_small = [](auto curve, const std::vector<double>& x) {
     using T = decltype(curve.GetY(0));
     const auto points = Sampled<POINT<T>>(kSine, x);
@@ -459,7 +461,8 @@ TEST(Fits, OrdersAndRangesThatAreRefused) {
   };
   too_small(Ordered<POLYNOM_FIT<float>>(16, -1), Steps(41, 25.0));
   too_small(Ordered<POLYNOM_FIT<double>>(80, -1), Steps(401, 100.0));
-  // What can be held is exact to rounding, although the powers of x alone would not be.
+  // Coefficients within the range are exact to rounding, although a fit by powers of x would not
+  // be.
   const ScopedLog quiet(LOG::Level::kSilent);
   const auto fit = Created(Ordered<POLYNOM_FIT<float>>(12, -1),
                            Sampled<POINT<float>>(Power(3, 250.0), Steps(41, 12.5)));
@@ -468,12 +471,12 @@ TEST(Fits, OrdersAndRangesThatAreRefused) {
   }
 }
 
-// The error text of a fit that finds no memory, told by a process of its own.
+// Returns the error text of a fit without memory. A child process runs the fit.
 template <class I>
 std::string TextWithoutMemory() {
   const auto points = Sampled<POINT<double>>(kSine, Steps(50'000));
   quellmark::test::Child child(std::filesystem::temp_directory_path(), [&points] {
-    const rlimit limit{1, 1};  // what is mapped stays, nothing is added
+    const rlimit limit{1, 1};  // mapped memory stays, but no more can be mapped
     if (setrlimit(RLIMIT_AS, &limit) != 0) return 1;
     try {
       Created(Ordered<I>(99, -1), points);
@@ -510,7 +513,7 @@ TEST(LocalInterpolation, RefusesWhatWouldNotEnd) {
                  INVALID_PARAMETER_VALUE, "LOCAL_INTERPOLATION: support_point_count " + line);
   };
   refuse(Ordered<LocalPolynom<double>>(-1, 0), 5, "0 is below 1\n");
-  // The memory would be full, and the time too long.
+  // The first would need too much memory, the second too much time.
   refuse(Ordered<LocalPolynom<double>>(-1, 6000), 12000, "6000 is too large for 12000 points\n");
   refuse(Ordered<LocalPolynomFit<double>>(100, 300), 3000, "300 is too large for 3000 points\n");
   refuse(Ordered<LocalPolynom<double>>(-1, 300), 10000, "300 is too large for 10000 points\n");
@@ -519,7 +522,7 @@ TEST(LocalInterpolation, RefusesWhatWouldNotEnd) {
 template <class I>
 void ExpectSharedFitsAreTheOnesMadeAlone() {
   using Curve = LOCAL_INTERPOLATION<double, I, POINT<double>>;
-  // Two even stretches with other steps, then steps that jitter.
+  // Two parts with different even steps, then steps that jitter.
   std::vector<double> x = Steps(20);
   for (int j = 0; j < 20; ++j) x.push_back(x.back() + 0.5);
   for (int j = 0; j < 20; ++j) x.push_back(x.back() + 1.0 + 1e-6 * (j * 7 % 5));
@@ -566,7 +569,7 @@ TEST(LocalInterpolation, FindsTheSpanOfUnevenPoints) {
   local.Create(Sampled<POINT<double>>(kSine, x));
   const auto& spans = local.Created().Table();
   std::vector<double> everywhere = WithMiddles(x);
-  everywhere.insert(everywhere.end(), {-9.0, x.back() + 99.0});  // the nearest span
+  everywhere.insert(everywhere.end(), {-9.0, x.back() + 99.0});  // served by the nearest span
   for (const double at : everywhere) {
     std::size_t expected = spans.Count() - 1;
     while (expected > 0 && at < spans.Bound(expected)) --expected;

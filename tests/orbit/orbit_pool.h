@@ -19,7 +19,7 @@ namespace quellmark::test {
 using Vector = VECTOR_3D<double>;
 using Orbit = GENERAL_ORBIT<double, Vector>;
 
-/// The kinds of interpolation; the file says what the fields are.
+/// The kinds of interpolation; the file explains its fields.
 inline std::vector<Row> ReadKinds() { return ReadRows(QM_ORBIT_TEST_DATA "/kinds.txt"); }
 
 /// The numbers in a text with blanks between them.
@@ -52,7 +52,7 @@ struct OrbitPool {
   std::vector<std::vector<double>> velocities{3};
   std::string data_file;
 
-  /// Writes the pool; the samples go to a file of their own if `data_file` names one.
+  /// Writes the pool. The samples go to `data_file` if that is set.
   void Write(const std::string& path) const {
     using enum pool::ValueType;
     PARAMETER_POOL_READ_WRITE_CHANGE scene(path);
@@ -92,7 +92,7 @@ struct OrbitPool {
     return array;
   }
 
-  // Adds a vector for each coordinate and gives their keys.
+  // Adds a vector for each coordinate and returns their keys.
   static ARRAY<STRING> AddColumns(PARAMETER_POOL_READ_WRITE_CHANGE& pool, const std::string& prefix,
                                   const std::vector<std::vector<double>>& columns) {
     std::vector<std::string> keys;

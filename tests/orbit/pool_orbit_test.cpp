@@ -1,5 +1,5 @@
-// Every kind of orbit from a pool, against a circle and against the vectors left out of real
-// orbits.
+// Checks every kind of orbit from a pool against a circle, and against vectors of real orbits that
+// were left out of the pool.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -28,7 +28,8 @@ TEST(PoolOrbit, EveryKindFollowsACircle) {
         const double origin = type == "double" ? 1000.5 : 0.0;
         EXPECT_EQ(orbit.TimeOrigin(), origin);
         const std::vector<double> allowed = NumbersOf(kind[1]);
-        // The middle of the orbit: a polynomial through all points is unruly towards its ends.
+        // Only the middle of the orbit is checked, because a polynomial through all points
+        // oscillates towards its ends.
         for (double t = 50.0; t <= 100.0; t += 2.5) {
           std::array<Vector, 3> state, single;
           const std::size_t before = AllocationCount();
@@ -83,7 +84,7 @@ TEST(Accuracy, LeftOutVectors) {
         pool.interpolation = kind[2];
         if (kind[2] == "everett_6" && scene == "s1a_iw1_slc_quebec") {
           EXPECT_THROW(static_cast<void>(pool.Read()),
-                       INVALID_PARAMETER_VALUE);  // its epochs wobble by 1 us
+                       INVALID_PARAMETER_VALUE);  // its epochs are uneven by 1 us
           continue;
         }
         const Orbit read = pool.Read();
@@ -96,7 +97,7 @@ TEST(Accuracy, LeftOutVectors) {
         }
         const double middle_m = errors_m[errors_m.size() / 2];
         EXPECT_LT(middle_m, NumbersOf(kind[3])[0] + (number == "float" ? 6.0 : 0.0));
-        // Read by the script that makes docs/orbit-accuracy.md.
+        // The script that makes docs/orbit-accuracy.md reads this line.
         std::printf("accuracy,%s,%s,%s,%.3e,%.3e\n", scene.c_str(), number.c_str(), kind[2].c_str(),
                     middle_m, *std::ranges::max_element(errors_m));
       }

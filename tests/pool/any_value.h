@@ -30,7 +30,7 @@ inline void SetAny(PARAMETER_POOL_READ_WRITE_CHANGE& pool, std::string_view key,
              any);
 }
 
-/// The first words of the lines of a text: among them all keys of a pool without overlong lines.
+/// The first words of all lines of a text. They include all keys of a pool without overlong lines.
 [[nodiscard]] inline std::vector<std::string> KeysOf(std::string_view text) {
   std::vector<std::string> keys;
   while (!text.empty()) {

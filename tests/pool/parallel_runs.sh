@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# Many runs at the same time that share pools: all must succeed, and nothing may be lost.
+# Starts many runs at the same time that share pools. All must succeed, and nothing may be lost.
 # usage: parallel_runs.sh PROGRAM SCENE_POOL [RUNS=200] [ROUNDS=5]
-# In each round RUNS runs share a log pool with 1000 old names; then a scene pool and a log pool; then
-# one file that is both.
+# In each round RUNS runs share first a log pool with 1000 old names, then a scene pool and a log
+# pool, then one file that is both.
 set -u
 program=$(realpath "$1") scene=$(realpath "$2") runs=${3:-200} rounds=${4:-5}
 work=$(mktemp -d)
@@ -18,7 +18,8 @@ expect() {
   failed=1
 }
 
-# run_all LOG_POOL SCENE_POOL: RUNS runs at once; "%" in a path stands for the run's number.
+# run_all LOG_POOL SCENE_POOL: starts RUNS runs at once. "%" in a path stands for the number of the
+# run.
 run_all() {
   local i status pids=() failures=0
   for ((i = 0; i < runs; ++i)); do
@@ -35,7 +36,7 @@ run_all() {
   expect "the number of copies left" "$(find . -name 'pool_??????' | wc -l)" 0
 }
 
-# names POOL: the length of "software_names", then how many of the elements are old and new.
+# names POOL: prints the length of "software_names", then how many of its elements are old and new.
 names() {
   echo "$(awk '$1 == "software_names" { print $4 }' "$1")" "$(grep -c '"earlier run' "$1")" \
     "$(grep -c '"quellmark\.v' "$1")"

@@ -26,7 +26,7 @@ using quellmark::test::ScopedLog;
 using quellmark::test::TempDir;
 using quellmark::test::WriteFile;
 
-// The pool of a text.
+// A pool that is made from a text.
 class TextPool : public PARAMETER_POOL {
  public:
   explicit TextPool(std::string_view text) { SetText(text), Open(dir_ / "p"); }
@@ -42,10 +42,10 @@ PoolValue<kType> ReadK(const std::string& value) {
   return TextPool("k " + std::string(TypeName(kType)) + " " + value).Read<kType>("k");
 }
 
-// What a failing read throws (its message) and says behind the key.
+// The message of the exception that a failing read throws, and its log text after the key.
 Row FailureOf(const std::string& text, ValueType type) {
   TextPool pool(text);
-  ScopedLog log(LOG::Level::kAlarm);  // without the warnings that explain
+  ScopedLog log(LOG::Level::kAlarm);  // without the warnings about the whole file
   try {
     static_cast<void>(quellmark::test::ReadAny(pool, type, "k"));
   } catch (const ERROR_EXCEPTION& error) {
@@ -56,13 +56,13 @@ Row FailureOf(const std::string& text, ValueType type) {
   return {"nothing"};
 }
 
-// The messages stand in the table a second time on purpose: other programs match them.
+// The table repeats the messages on purpose, because other programs match them.
 TEST(PoolRead, Failures) {
   std::string thrown;
   int count = 0;
   for (const Row& row : ReadRows(QM_POOL_TEST_DATA "/failures.txt")) {
     if (row.size() == 1) {
-      thrown = row[0].substr(3);  // behind "== "
+      thrown = row[0].substr(3);  // after "== "
       continue;
     }
     SCOPED_TRACE(row[0] + " " + row[1]);
@@ -125,20 +125,20 @@ TEST(PoolRead, AcceptedValues) {
 }
 
 TEST(PoolRead, PhysicalLines) {
-  // A CR ends a line as an LF does; the LF of the pair is an empty line of its own.
+  // A CR ends a line as an LF does. The LF of a pair CR LF is an empty line.
   TextPool pool("a INT_32 1\rb INT_32_V 0 1\r {\r 5\r }\rc INT_32 3\r\nd INT_32 4");
   EXPECT_EQ(pool.Read<ValueType::kInt32>("a"), 1);
   EXPECT_EQ(pool.Read<ValueType::kInt32V>("b")[0], 5);
   EXPECT_EQ(pool.Read<ValueType::kInt32>("c"), 3);
   EXPECT_EQ(pool.Read<ValueType::kInt32>("d"), 4);
 
-  // NUL is a character as any other.
+  // NUL is a character like any other.
   pool.SetText(std::string("a\0 INT_32 1\nb STR \"x\0y\"\n", 25));
   EXPECT_FALSE(pool.Has("a"));
   EXPECT_EQ(pool.Read<ValueType::kInt32>(std::string_view("a\0", 2)), 1);
   EXPECT_EQ(pool.Read<ValueType::kStr>("b").Length(), 3U);
 
-  // A line breaks after 1024 characters, wherever that is, and what follows may be a key line.
+  // A line breaks after 1024 characters, wherever that is. The rest may be a key line.
   for (const std::size_t length : {1023U, 1024U, 1025U, 70000U, 70656U}) {
     SCOPED_TRACE(length);
     pool.SetText("#" + std::string(length - 1, '-') + "k INT_32 7\nlast INT_32 8");
@@ -146,15 +146,15 @@ TEST(PoolRead, PhysicalLines) {
     EXPECT_EQ(pool.Read<ValueType::kInt32>("last"), 8);
   }
 
-  // Of a key 100 characters count.
+  // Only 100 characters of a key count.
   const std::string key(100, 'k');
   pool.SetText(key + "kk INT_32 1\n" + key + " INT_32 2\n");
   EXPECT_EQ(pool.Read<ValueType::kInt32>(key), 1);
   EXPECT_FALSE(pool.Has(key + "kk"));
 }
 
-// The look-up skips most lines unseen. Here it is held against the rule, character by character, in
-// texts whose lines have all kinds of ends and lengths around the limits.
+// The look-up skips most lines without a look at them. Here it is compared with the rule, character
+// by character, in texts whose lines have all kinds of ends and lengths around the limits.
 TEST(PoolRead, LookUpKeepsToTheLines) {
   std::mt19937 random(1);
   const auto pick = [&](std::size_t count) { return random() % count; };
@@ -276,7 +276,7 @@ TEST(PoolOpen, NeverTruncates) {
   PARAMETER_POOL pool;
   pool.Open(dir / "p");
   EXPECT_EQ(pool.Read<ValueType::kInt32>("k"), 1);
-  // A program that runs can not be opened for writing, not even by root.
+  // A running program cannot be opened for writing, not even by root.
   pool.Open("/proc/self/exe");
   EXPECT_FALSE(pool.IsWritable());
   EXPECT_FAILS(PARAMETER_POOL_READ_WRITE_CHANGE("/proc/self/exe"), CAN_NOT_OPEN_POOL,

@@ -22,7 +22,7 @@ using quellmark::test::ScopedLog;
 using quellmark::test::TempDir;
 using quellmark::test::WriteFile;
 
-// An INT_32 entry as it is written.
+// The text of an INT_32 entry.
 std::string Entry(const std::string& key, int value) {
   return key + std::string(33 - key.size(), ' ') + "INT_32          " + std::to_string(value) +
          "\n\n";
@@ -58,7 +58,8 @@ TEST(PoolUpdate, MergesInPlace) {
   for (const auto& row : rows) {
     SCOPED_TRACE(row.what);
     WriteFile(dir / "p", row.before);
-    for (int run = 1; run <= 2; ++run) {  // a second run finds its own entries and changes nothing
+    // The second run replaces its own entries and changes nothing.
+    for (int run = 1; run <= 2; ++run) {
       PARAMETER_POOL_READ_WRITE_CHANGE pool(dir / "p");
       pool.Set<ValueType::kInt32>("a", 1);
       pool.Set<ValueType::kInt32>("b", 2);
@@ -117,7 +118,7 @@ TEST(PoolUpdate, WithoutAPlaceForTheCopy) {
   WriteFile(dir / "d/p", "# c\n");
   {
     PARAMETER_POOL_READ_WRITE_CHANGE pool(dir / "d/p");
-    std::filesystem::rename(dir / "d", dir / "e");  // not even root can make the copy now
+    std::filesystem::rename(dir / "d", dir / "e");  // now not even root can create the copy
     pool.Set<ValueType::kInt32>("a", 1);
     EXPECT_FAILS(pool.Update(), NO_UPDATE_PERMISSION_FOR_POOL,
                  "No such file or directory\nALARM : no permission to change pool file: " +
@@ -125,12 +126,12 @@ TEST(PoolUpdate, WithoutAPlaceForTheCopy) {
     EXPECT_EQ(ReadFile(dir / "e/p"), "# c\n");
     std::filesystem::rename(dir / "e", dir / "d");
     pool.Set<ValueType::kInt32>("b", 2);
-  }  // what was pending still is, and nobody was told that what came later is not written
+  }  // the destructor writes, because an entry was added after the failed update
   EXPECT_EQ(ReadFile(dir / "d/p"), "# c\n" + Entry("a", 1) + Entry("b", 2));
 }
 
-// Memory for ever more allocations: until there is enough, each failure leaves the pool as it is
-// and no copy beside it, and what was pending still is.
+// Allows ever more allocations until there are enough. Each failure must leave the pool unchanged,
+// no copy beside it, and the entries pending.
 TEST(PoolUpdate, OutOfMemory) {
   const ScopedLog log;
   const TempDir dir;

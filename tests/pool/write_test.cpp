@@ -23,7 +23,7 @@ using quellmark::test::SetAny;
 using quellmark::test::TempDir;
 using quellmark::test::WriteFile;
 
-// Reads and sets every entry of a pool that was made without this code; not a byte may change.
+// Reads and sets every entry of a pool that was not made by this code. No byte may change.
 TEST(PoolWrite, AllTypesComeBackByteForByte) {
   const ScopedLog log;
   const TempDir dir;
@@ -40,7 +40,8 @@ TEST(PoolWrite, AllTypesComeBackByteForByte) {
   pool.Close();
   EXPECT_EQ(ReadFile(dir / "p"), text);
 
-  PARAMETER_POOL_READ_WRITE_CHANGE again(dir / "p");  // from one pass over the text in memory
+  // The same by one pass over the text in memory.
+  PARAMETER_POOL_READ_WRITE_CHANGE again(dir / "p");
   quellmark::pool::EntryScanner scanner(text);
   for (quellmark::pool::PoolEntry entry; scanner.Next(entry); types.erase(entry.Type())) {
     SetAny(again, entry.key, ParseEntry(entry));
@@ -97,7 +98,7 @@ TEST(PoolWrite, RefusesWhatCouldNotBeReadBack) {
     });
     refuse("k", "line end in comment", [&] { pool.Set<ValueType::kBol>("k", true, {text}); });
   }
-  // The line of the longest text takes 1023 characters and its end.
+  // The line of the longest text has 1023 characters and its line end.
   const std::string longest(1023 - 49 - 2, 'x');
   pool.Set<ValueType::kStr>("longest", longest);
   refuse("k", "line too long", [&] { pool.Set<ValueType::kStr>("k", longest + "x"); });

@@ -1,4 +1,5 @@
-"""The Python module against the radar products' own points, C++'s promises and files on disk."""
+"""Tests the Python module against the points of radar products, the promises of the C++ library and
+files on disk."""
 import csv
 import doctest
 import glob
@@ -25,7 +26,7 @@ PACKAGE = os.path.dirname(qm.__file__)
 
 
 def truth(path):
-    """The columns of a table of points that the product's own processor located."""
+    """Returns the columns of a table of points that the product's own processor located."""
     with open(path, newline="", encoding="ascii") as file:
         rows = list(csv.DictReader(file))
     return {name: np.array([float(row[name]) for row in rows])
@@ -33,8 +34,8 @@ def truth(path):
 
 
 def largest_distances(pool, table):
-    """How far the points are from where they were located [m], there and back, and the largest
-    difference of the incidence [deg]."""
+    """Returns the largest distances from the points of the table [m], to the ground and back, and
+    the largest difference of the incidence [deg]."""
     scene = qm.Scene.open(pool)
     points = truth(table)
     times, ranges = points["azimuth_s"], points["slant_range_time_s"]
@@ -74,7 +75,8 @@ def test_products():
     products = os.environ.get("QM_PRODUCTS")
     if not products:
         pytest.skip("QM_PRODUCTS is not set")
-    # What these pools' orbits allow; that of RCM 3 is one polynomial through noisy state vectors.
+    # The accuracy of the orbits in these pools. That of RCM 3 is one polynomial through noisy state
+    # vectors.
     bounds = {"tdx1_sm_20210805": 0.001, "iceye_x7_sm_right": 0.0065, "rcm2_16m5_grd": 0.705,
               "rcm3_fsl27_grd": 8.3, "ree_rslc_right": 0.006}
     tables = sorted(glob.glob(os.path.join(products, "*.truth.csv")))
@@ -91,12 +93,14 @@ def bits(points):
 
 
 def plane(lon, lat):
-    """The height of the test's terrain [m]; a linear one is exact between grid points."""
+    """Returns the height of the test's terrain [m], which is linear and thus exact between grid
+    points."""
     return 1000 + 300 * (lon + 61) - 200 * (lat - 51)
 
 
 def write_dem(folder):
-    """A slope around the centre of the Quebec scene as a DEM of 30"; gives the descriptor's path."""
+    """Writes a slope around the centre of the Quebec scene as a DEM of 30" and returns the
+    descriptor's path."""
     west, south, east, north = -7500, 5900, -7100, 6200
     lon, lat = np.arange(west, east + 1) / 120, np.arange(north, south - 1, -1)[:, None] / 120
     plane(lon, lat).astype(np.float32).tofile(folder / "slope.srf")
@@ -133,7 +137,7 @@ def test_terrain(tmp_path):
     with pytest.raises(qm.ArgumentError):
         scene.image_to_ground(1, 1, 5.0, dem=dem)
 
-    # The examples: what geocode.py finds is on the terrain again.
+    # The positions that the example geocode.py finds must lie on the terrain.
     examples = os.path.join(SCENES, "..", "python")
     output = str(tmp_path / "out.npz")
     for command in (["geocode.py", QUEBEC, dem.path, "0.05", output], ["incidence_grid.py", QUEBEC]):
@@ -159,7 +163,8 @@ def test_same_bits_however_it_is_called():
     assert one.longitude.shape == one.status.shape == (200, 301)
     assert set(np.unique(one.status)) == {qm.PointStatus.FOUND, qm.PointStatus.BEYOND_ORBIT}
     assert np.array_equal(np.isnan(one.x), one.status != qm.PointStatus.FOUND)
-    # Strides, order, numbers of any type, one height for each point, parts of the whole.
+    # Arrays may have any strides, order and number type, and a height for each point; parts equal
+    # the whole.
     turned = scene.image_to_ground(np.asfortranarray(np.broadcast_to(samples, (200, 301))),
                                    np.repeat(lines, 602, 1)[:, ::2], np.full(301, scene.local_height_m),
                                    fields=fields)
@@ -171,7 +176,8 @@ def test_same_bits_however_it_is_called():
     assert scene.image_to_ground(np.zeros((0, 4)), 1).latitude.shape == (0, 4)
     masked = np.ma.masked_array([1.0, 2.0], [False, True])
     assert scene.image_to_ground(masked, 0).status.tolist() == [0, qm.PointStatus.BAD_INPUT]
-    # A single point as the batch step locates it: rounding of the earth's radius apart.
+    # A single point is the one that the batch step locates, except for rounding of the earth's
+    # radius.
     at = scene.locate(100.0, 200.0)
     same = scene.image_to_ground(100, 200, raised_ellipsoid=True, fields=fields)
     for name, value in at.items():
@@ -210,7 +216,7 @@ def test_orbit_and_times():
     for wrong in (np.datetime64("NaT"), np.datetime64("9999-01-01"), "yesterday"):
         with pytest.raises(qm.ArgumentError):
             orbit.state(wrong)
-    # Reads the orbit's own vectors and makes the same scene of them, from seconds and from dates.
+    # The state vectors of the orbit, with times as seconds and as dates, make the same scene.
     seconds = np.array([orbit.seconds(t) for t in pool["orbit_time"]])
     place = np.stack([pool[f"orbit_pos_{c}"] for c in "xyz"], 1)
     speed = np.stack([pool[f"orbit_vel_{c}"] for c in "xyz"], 1)
@@ -262,7 +268,7 @@ def test_pool_keeps_types_comments_and_all_else(tmp_path):
             assert got.dtype == value.dtype
         assert read.type_of("key_" + name) == name and read.comments("key_" + name) == ["is " + name]
 
-    # Everything that is not changed stays byte for byte, bytes that are no UTF-8 too.
+    # Unchanged parts stay byte for byte, even bytes that are not UTF-8.
     scene = tmp_path / "scene.pool"
     odd = b"# gr\xf6n\nodd  STR  \"gr\xf6n\"\n\nodd  STR  \"second\"\nof_today  DATE  1\n"
     scene.write_bytes(odd + open(QUEBEC, "rb").read())
@@ -284,7 +290,7 @@ def test_pool_keeps_types_comments_and_all_else(tmp_path):
     read = qm.Pool.open(copy)
     assert (read["n_lines"], read.type_of("n_lines"), read.type_of("new")) == (77, "INT_32", "FLT_15_V")
     assert read.first_index("far") == (0, -3) and read.type_of("far") == "INT_32_M"
-    read["far"] = read["far"] + 1  # keeps its indices
+    read["far"] = read["far"] + 1  # the indices stay the same
     read.save()
     assert qm.Pool.open(copy).first_index("far") == (0, -3)
     for key, wrong in (("n_lines", 2**40), ("n_lines", 1.5), ("n_lines", "x"), ("prf", 1j),
@@ -342,7 +348,7 @@ def test_long_calls_end_on_signals_and_let_others_run():
     stop.set()
     other.join()
     assert during > 3
-    # Goes on until the signal comes, however fast the machine is.
+    # The work goes on until the signal comes, however fast the machine is.
     timer = threading.Timer(0.2, os.kill, (os.getpid(), signal.SIGINT))
     timer.start()
     with pytest.raises(KeyboardInterrupt):

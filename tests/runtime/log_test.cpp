@@ -168,7 +168,7 @@ TEST(Log, HeaderNamesItsStarter) {
   ::unsetenv("chain_VERSION");
 }
 
-// A log of its own, in the state of the process-wide one before the controller exists.
+// A log object in the state that the process-wide log has before the controller exists.
 class FileLog : public ::testing::Test {
  protected:
   FileLog() { Log().SetProcessName("step"); }
@@ -205,7 +205,7 @@ TEST_F(FileLog, TemporaryFileMovesToTheNamedOneWithItsLines) {
   WriteFile(directory_ / "named", "older and longer than what comes now, much longer\n");
   Log().Open(directory_ / "named");
   LogLine(LogLevel::kInfo, "after\n");
-  Log().Open(directory_ / "named");  // the present path: nothing is lost
+  Log().Open(directory_ / "named");  // the present path again: nothing is lost
   EXPECT_EQ(ReadFile(directory_ / "named"), "DEBUG : step : before\nINFO  : step : after\n");
   EXPECT_FALSE(std::filesystem::exists(temporary));
 

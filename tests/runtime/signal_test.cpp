@@ -48,7 +48,7 @@ std::vector<Signal> Signals(bool fatal_only) {
 
 const std::vector<std::string> kArguments = {"-lfn", "log", "-lsl", "9"};
 
-// What a fatal signal leaves behind; `before` is the end of the log until then.
+// Checks what a fatal signal leaves behind. `before` is the end of the log before the signal.
 void ExpectOrderlyEnd(const TempDir& directory, Child& child, const Signal& signal,
                       const std::string& before = "") {
   SCOPED_TRACE(signal.name);
@@ -89,7 +89,7 @@ TEST(FatalSignal, LeavesErrorLogAndMessageAtThePromptAndInProcessing) {
   }
 }
 
-// Uses up the stack: `depth` does not reach zero in time, and every result is needed.
+// Overflows the stack: `depth` never reaches zero, and no call can be optimised away.
 int Recurse(unsigned depth) {
   volatile char frame[4096];
   frame[0] = static_cast<char>(depth);
@@ -145,14 +145,14 @@ TEST(FatalSignal, WaitsUntilTheHoldEnds) {
   }
 }
 
-// A log that is read here.
+// Makes a log that this process reads.
 basic::UniqueFd MakeFifo(const TempDir& directory) {
   const std::string path = directory / "log";
   EXPECT_EQ(::mkfifo(path.c_str(), 0600), 0);
   return basic::UniqueFd(::open(path.c_str(), O_RDWR | O_NONBLOCK));
 }
 
-// From now on it takes nothing.
+// Fills the pipe, so that the next write blocks.
 void Fill(const basic::UniqueFd& fifo) {
   const std::string block(4096, 'x');
   while (::write(fifo.Get(), block.data(), block.size()) > 0) {
@@ -188,7 +188,8 @@ TEST(FatalSignal, SecondOneEndsTheProcessAtOnce) {
   }
 }
 
-// The move to a log that takes nothing at first: the signal's lines come after those carried over.
+// The log moves to a file that blocks at first. The lines about the signal come after the lines
+// that are carried over.
 TEST(FatalSignal, WaitsUntilTheLogHasMoved) {
   const TempDir directory;
   const basic::UniqueFd fifo = MakeFifo(directory);

@@ -1,4 +1,4 @@
-// The frame of a program around a test's work.
+// Runs a test's work inside a program with a controller.
 #pragma once
 
 #include <functional>

@@ -24,8 +24,8 @@ void* AllocateOrThrow(std::size_t size) {
 
 }  // namespace
 
-// All forms are replaced together: a sanitizer brings its own of those that are left out, which do
-// not fit the others.
+// All forms are replaced together, because a sanitizer would supply the others, and they would not
+// match.
 void* operator new(std::size_t size) { return AllocateOrThrow(size); }
 void* operator new[](std::size_t size) { return AllocateOrThrow(size); }
 void* operator new(std::size_t size, const std::nothrow_t&) noexcept { return Allocate(size); }

@@ -15,7 +15,7 @@
 namespace quellmark::test {
 namespace {
 
-// The two ends: ours and the child's.
+// Opens the two ends: this process's and the child's.
 std::array<basic::UniqueFd, 2> OpenEnds(Child::Streams streams) {
   if (streams == Child::Streams::kTerminal) {
     basic::UniqueFd master(::posix_openpt(O_RDWR | O_NOCTTY | O_CLOEXEC));

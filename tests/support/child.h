@@ -1,4 +1,4 @@
-// What runs in a process of its own: it may exit, be killed, lose its streams.
+// Child processes, which may exit, be killed or lose their streams.
 #pragma once
 
 #include <sys/types.h>
@@ -21,7 +21,7 @@ struct ProgramRun {
 };
 
 /// A forked process that runs `body` in `directory` and exits with what it returns. Its standard
-/// streams are one end of a socket or, as for a person, of a terminal.
+/// streams are one end of a socket, or of a terminal as for a person.
 class Child {
  public:
   enum class Streams { kSocket, kTerminal };
@@ -35,9 +35,9 @@ class Child {
   [[nodiscard]] pid_t Pid() const { return pid_; }
   void Type(std::string_view text);
   void CloseInput();
-  /// Reads until the output contains `text`; fails the test if it ends before.
+  /// Reads until the output contains `text`. Fails the test if the output ends before.
   void WaitFor(std::string_view text);
-  /// Waits for the end; how it ended and all output.
+  /// Waits for the end. Returns how the process ended and all of its output.
   ProgramRun Wait();
 
  private:
@@ -48,8 +48,8 @@ class Child {
   std::string output_;
 };
 
-/// Runs `program` with `arguments` in `directory`, standard input empty. A program that takes more
-/// than a minute is killed.
+/// Runs `program` with `arguments` in `directory`, with an empty standard input. Kills it after a
+/// minute.
 [[nodiscard]] ProgramRun RunProgram(const std::string& program,
                                     const std::vector<std::string>& arguments,
                                     const std::filesystem::path& directory);

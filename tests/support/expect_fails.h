@@ -1,4 +1,4 @@
-// Checks of failures: which class or text is thrown, and what the log said before it.
+// Checks failures: the class or text that is thrown, and the log lines before it.
 #pragma once
 
 #include <gmock/gmock.h>
@@ -11,7 +11,8 @@
 
 namespace quellmark::test {
 
-/// Runs `statement` and gives the log it wrote; fails the test unless exactly `Error` was thrown.
+/// Runs `statement` and returns the log that it wrote. Fails the test unless exactly `Error` was
+/// thrown.
 template <class Error, class Statement>
 std::string LogOfFailure(Statement&& statement) {
   ScopedLog log;
@@ -26,7 +27,7 @@ std::string LogOfFailure(Statement&& statement) {
   return log.Text();
 }
 
-/// As LogOfFailure for a thrown character string, which must equal `text`.
+/// Like LogOfFailure, but for a thrown character string, which must equal `text`.
 template <class Statement>
 std::string LogOfThrownText(const std::string& text, Statement&& statement) {
   ScopedLog log;

@@ -1,4 +1,4 @@
-// Files of a test: a directory of its own that goes away with it, whole-file reads and writes.
+// Files for tests: a temporary directory, and functions that read and write whole files.
 #pragma once
 
 #include <filesystem>
@@ -16,16 +16,16 @@ class TempDir {
   ~TempDir();
 
   [[nodiscard]] const std::filesystem::path& Path() const { return path_; }
-  /// The path of `name` inside.
+  /// The path of `name` in the directory.
   [[nodiscard]] std::string operator/(std::string_view name) const { return path_ / name; }
 
  private:
   std::filesystem::path path_;
 };
 
-/// The whole file, byte for byte; a file that can not be read fails the test and gives "".
+/// Returns the whole file, byte for byte. If it cannot be read, fails the test and returns "".
 [[nodiscard]] std::string ReadFile(const std::filesystem::path& path);
-/// Creates or replaces the file; fails the test if it can not.
+/// Creates or replaces the file. Fails the test if that is impossible.
 void WriteFile(const std::filesystem::path& path, std::string_view content);
 
 }  // namespace quellmark::test

@@ -1,4 +1,4 @@
-// Tables of expectations as text files beside the tests.
+// Reads tables of expectations from text files beside the tests.
 #pragma once
 
 #include <filesystem>
@@ -10,8 +10,8 @@ namespace quellmark::test {
 
 using Row = std::vector<std::string>;
 
-/// The lines of a file but for empty ones and those that begin with '#', each split into fields. In
-/// a field \n, \r, \t, \0, \\ and \xHH stand for the bytes that they mean in a C++ text.
+/// Returns the lines of a file, each split into fields, without empty lines and lines that begin
+/// with '#'. In a field \n, \r, \t, \0, \\ and \xHH have the same meaning as in C++.
 [[nodiscard]] std::vector<Row> ReadRows(const std::filesystem::path& path,
                                         std::string_view separator = " | ");
 

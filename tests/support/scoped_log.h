@@ -1,4 +1,4 @@
-// Takes the log for the time of a test.
+// Collects the log lines of a test.
 #pragma once
 
 #include <string>
@@ -8,9 +8,9 @@
 
 namespace quellmark::test {
 
-/// Collects this thread's log lines from a level on, and those of its forked children, until it
-/// goes out of scope; none reaches screen or file. Lines read "TAG   : text": the process name is
-/// left out. Scopes may be nested.
+/// Collects the log lines of this thread and of its forked children, from a level on, until it goes
+/// out of scope. The lines reach neither screen nor file. They read "TAG : text", without the
+/// process name. Scopes may be nested.
 class ScopedLog {
  public:
   explicit ScopedLog(LOG::Level threshold = LOG::Level::kTrace);
@@ -18,7 +18,7 @@ class ScopedLog {
   ScopedLog& operator=(const ScopedLog&) = delete;
   ~ScopedLog() = default;
 
-  /// What was written since construction.
+  /// The lines that were written since construction.
   [[nodiscard]] std::string Text() const;
 
  private:

@@ -157,7 +157,7 @@ TEST(MissionElapsedTime, EndsAfterDay9999) {
   };
   refused(10'000, [&] { last.AddHours(1); });
   refused(10'001,
-          [&] { last.AddHours(49); });  // the check of the whole days, before that of the hours
+          [&] { last.AddHours(49); });  // fails in the check of whole days, before that of hours
   refused(10'000, [&] { static_cast<void>(last + DURATION(0, 3'600'000, 0)); });
   refused(1'000'000'000, [&] { static_cast<void>(last - DURATION(1'000'000'000, 0, 0)); });
   refused(10'000, [] { MISSION_ELAPSED_TIME(-1, 10'000, 0, 0, 0, 0, 0); });

@@ -23,8 +23,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// A stand-in for the step that does what the first line of its scene says. It counts its runs in a
-// file beside the scene and leaves the files that the step leaves.
+// A script in place of the step, which does what the first line of its scene says. It counts its
+// runs in a file beside the scene and leaves the same files as the step.
 constexpr const char* kStandIn = R"sh(#!/bin/sh
 [ "$(readlink /proc/self/fd/0)" = /dev/null ] || exit 1
 while [ $# -gt 1 ]; do
@@ -66,7 +66,7 @@ class BatchTest : public testing::Test {
   void Write(const std::string& name, const std::string& content) const {
     test::WriteFile(folder_ + '/' + name, content);
   }
-  // Makes one scene for each text and lists them.
+  // Makes one scene for each text, and the list of the scenes.
   void MakeScenes(const std::vector<std::string>& texts) const {
     std::string list;
     for (std::size_t i = 0; i < texts.size(); ++i) {
@@ -178,7 +178,7 @@ TEST_F(BatchTest, AStopFileEndsInOrder) {
   for (const auto& [name, row] : rows) EXPECT_EQ(row.status, SceneStatus::kLocated) << name;
 }
 
-// Runs a batch in a process of its own and gives its id.
+// Starts a batch in a child process and returns its process id.
 pid_t ForkBatch(const BatchOptions& options) {
   const pid_t pid = ::fork();
   if (pid != 0) return pid;
@@ -204,7 +204,7 @@ TEST_F(BatchTest, AKillLosesNothing) {
   WaitForRows(options_.out + "/summary.csv", 10);
   ::kill(pid, SIGKILL);
   ::waitpid(pid, nullptr, 0);
-  std::this_thread::sleep_for(std::chrono::milliseconds(300));  // steps that the kill has orphaned
+  std::this_thread::sleep_for(std::chrono::milliseconds(300));  // for steps that the kill orphaned
 
   options_.resume = true;
   const BatchOutcome outcome = RunBatch(options_, {});

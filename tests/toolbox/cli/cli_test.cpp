@@ -1,4 +1,4 @@
-// qmtool as a person or a script calls it.
+// Tests qmtool as a person or a script calls it.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -26,7 +26,7 @@ class Cli : public testing::Test {
   ProgramRun Run(const std::vector<std::string>& arguments) const {
     return test::RunProgram(QM_TOOL, arguments, folder_.Path());
   }
-  // Runs another program that may not be there; its status, or -1 without it.
+  // Runs another program and returns its exit status, or -1 if that program is not installed.
   int RunIfThere(const std::string& command) const {
     const std::string name = command.substr(0, command.find(' '));
     if (std::system(("command -v " + name + " >/dev/null").c_str()) != 0) return -1;
@@ -99,7 +99,7 @@ TEST_F(Cli, ThereAndBack) {
                       std::to_string(ground[2]) + ',' + std::to_string(ground[3]) + ",1000"})
                      .output);
     ASSERT_GE(image.size(), 5U);
-    // std::to_string keeps six decimals of a degree, which is 0.1 m.
+    // std::to_string writes six decimals of a degree, which is 0.1 m.
     EXPECT_NEAR(image[3], 21168.0, 0.1);
     EXPECT_NEAR(image[4], line, 0.1);
   }
@@ -128,7 +128,7 @@ TEST_F(Cli, WholeImages) {
   EXPECT_EQ(run.output, "image.bin: 101 samples x 57 lines, 3 bands\n");
   const std::string image = ReadFile(folder_ / "image.bin");
   ASSERT_EQ(image.size(), sizeof(double) * 3 * 101 * 57);
-  // Line 30, sample 77: bands stand one after the other within a line.
+  // This is line 30, sample 77. Within a line the bands follow each other.
   double longitude = 0.0;
   std::memcpy(&longitude, image.data() + sizeof(double) * (30 * 3 * 101 + 77), sizeof longitude);
   const auto row = FirstRow(Run({"locate", "small.pool", "--at", "77,30"}).output);
@@ -201,8 +201,8 @@ TEST_F(Cli, BrokenPoolsAreFixed) {
   }
 }
 
-// A scene whose orbit is turned about the earth's axis or tilted over a pole: the same geometry
-// elsewhere on the globe.
+// Writes a scene whose orbit is turned about the earth's axis or tilted over a pole, which is the
+// same geometry elsewhere on the globe.
 void WriteTurnedScene(const std::string& path, double turn_deg, bool over_pole) {
   const Pool pool = Pool::Open(kQuebec);
   const double angle = turn_deg * std::acos(-1.0) / 180.0;

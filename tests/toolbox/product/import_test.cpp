@@ -1,4 +1,5 @@
-// Products made from the example scenes: their pools, and what is told about spoiled ones.
+// Tests the pools of products that are made from the example scenes, and the messages about faulty
+// products.
 #include "toolbox/product/import.h"
 
 #include <gtest/gtest.h>
@@ -36,8 +37,8 @@ std::string Zipped(const Fields& files, const test::TempDir& directory) {
   return path;
 }
 
-// Rounding: times have 12 digits behind the point over 18 s and more, and three or four operations
-// stand between the pool's numbers and the product's.
+// The rounding: times of 18 s and more have 12 digits after the point, and three or four operations
+// lie between the numbers of the pool and those of the product.
 constexpr double kRelative = 1e-12;
 
 TEST(Import, MadeProductsGiveTheExamplesBack) {
@@ -71,14 +72,15 @@ TEST(Import, PoolsTellWhatIsApproximate) {
         std::string(row.remark) == "Copyright" ? "Made for a test" : row.remark;
     EXPECT_NE(pool.find(wanted), std::string::npos) << row.kind;
   }
-  // A bend of a tenth leaves the middle of the swath 0.1/4 of its depth away.
+  // A bend of a tenth moves the middle of the swath by 0.1/4 of its depth.
   const ProductFolder folder(MakeProduct("rcm grd"));
   const SceneDescription scene = ImportProduct(folder.Path(), {}).scene;
   const double depth_m =
       0.5 * 299'792'458.0 * (scene.n_samples.value - 1) / scene.range_sampling_frequency_hz.value;
   EXPECT_NE(PoolOf(scene).find("up to " + std::to_string(std::lround(depth_m * 0.025)) + " m"),
             std::string::npos);
-  // Overlapping bursts: with all lines at one interval the second burst begins too early or late.
+  // The bursts overlap. If all lines had the same interval, the second burst would begin too early
+  // or too late.
   Fields bursts = MakeProduct("sentinel1 bursts");
   std::string& text = bursts.begin()->second;
   text = ReplacedAll(text, "<linesPerBurst>0<", "<linesPerBurst>1500<");
@@ -87,7 +89,7 @@ TEST(Import, PoolsTellWhatIsApproximate) {
                      "</burst><burst><azimuthTime>2022-04-14T10:22:14.515</azimuthTime></burst>"
                      "</burstList>");
   const ProductFolder with_bursts(bursts);
-  // The burst's last line, 1499 lines of 2 ms later, against 1499 lines of 1 / 537.096 Hz.
+  // The last line of the burst comes 1499 x 2 ms later, not 1499 / 537.096 Hz.
   EXPECT_NE(PoolOf(ImportProduct(with_bursts.Path(), {}).scene).find("off by up to 0.21 s"),
             std::string::npos);
 }
@@ -141,7 +143,7 @@ TEST(Import, OrbitFilesReplaceTheOrbitAroundTheScene) {
   const SceneDescription scene = ImportProduct(product.Path(), options).scene;
   const SceneDescription plain = ImportProduct(product.Path(), {}).scene;
   ASSERT_GE(scene.orbit.value.size(), 10U);
-  // One minute on both sides of 25 s.
+  // 25 s with one minute on either side.
   EXPECT_LE(SecondsBetween(scene.orbit.value.front().time, scene.orbit.value.back().time), 145.2);
   for (const StateVector& vector : scene.orbit.value) {
     const auto same = std::ranges::find(plain.orbit.value, vector.time, &StateVector::time);
@@ -166,7 +168,8 @@ TEST(Import, OrbitFilesReplaceTheOrbitAroundTheScene) {
   EXPECT_NE(failure(rcm.Path(), "precise.EOF").find("Sentinel-1 alone"), std::string::npos);
 }
 
-// Noise as downlinked orbits have it, on the precise orbit, whose vectors lie on one curve to 1 cm.
+// The noise of a downlinked orbit is added to the precise orbit, whose vectors lie on one curve to
+// 1 cm.
 TEST(Import, NoisyOrbitsAreToldAndSmoothed) {
   MadeScene scene = MakeScene("s1a_iw1_slc_quebec", Level::kSlantRange);
   std::mt19937 random(20'200'215);
@@ -196,9 +199,10 @@ TEST(Import, NoisyOrbitsAreToldAndSmoothed) {
     double position_m;
     double velocity_m_s;
   };
-  // Noise: six parameters from 2 x 48 numbers; at an end of the arc 0.1 m x sqrt(4 / 16), three
-  // times that; the slope 0.1 m / (46 s x sqrt(16)), three times that. Without noise the gravity
-  // that the arc leaves out: positions that agree to a centimetre are not corrected further.
+  // With noise, six parameters are fitted to 2 x 48 numbers. The error at an end of the arc is 0.1
+  // m x sqrt(4 / 16), that of the slope 0.1 m / (46 s x sqrt(16)); the bounds are three times
+  // these. Without noise the bounds come from the gravity that the arc leaves out, because
+  // positions that agree to a centimetre are not corrected further.
   for (const Row& row : {Row{noisy, 0.15, 3e-3}, Row{clean, 0.02, 1.5e-3}}) {
     const std::vector<StateVector> smoothed = import(row.folder, true).orbit.value;
     ASSERT_EQ(smoothed.size(), truth.size());
@@ -211,7 +215,7 @@ TEST(Import, NoisyOrbitsAreToldAndSmoothed) {
   }
 }
 
-// product | what is replaced in its main file, everywhere | by what | what the message contains
+// product | text that is replaced everywhere in its main file | by this | text in the message
 TEST(Import, SpoiledProductsAreToldWithFileAndField) {
   const std::vector<test::Row> rows =
       test::ReadRows(std::string(QM_PRODUCT_TEST_DATA) + "/bad_products.txt");
@@ -259,7 +263,7 @@ TEST(Import, WhatIsNoProductIsTold) {
   }
 }
 
-// Cut and changed files: an ImportError, or a scene; nothing else.
+// Cut and changed files must lead to an ImportError or a scene, nothing else.
 TEST(Import, CutAndMutatedProductsEndOrderly) {
   std::mt19937 random(17);
   for (const char* kind : {"sentinel1 slc", "terrasar", "rcm grd", "iceye grd"}) {
@@ -311,7 +315,7 @@ TEST(WritePool, TextsOfTheProductStayOnTheirLine) {
   EXPECT_THROW(static_cast<void>(PoolOf(scene)), ImportError);
 }
 
-// The step reads epochs to the microsecond: a position goes along with its epoch.
+// The step reads epochs to the microsecond. If an epoch is rounded, its position moves with it.
 TEST(WritePool, EpochsBetweenMicrosecondsMoveTheirPositions) {
   const ProductFolder folder(MakeProduct("rcm slc"));
   SceneDescription scene = ImportProduct(folder.Path(), {}).scene;

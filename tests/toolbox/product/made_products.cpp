@@ -36,7 +36,7 @@ std::string Replaced(std::string line, const Fields& fields) {
 
 struct Kind {
   const char* name;
-  const char* main;  // template and file
+  const char* main;  // name of the template and of the file
   const char* path;
   const char* example;
   Level level;
@@ -130,7 +130,7 @@ MadeScene MakeScene(const std::string& example, Level level, bool is_reversed) {
   values["last_rg_time"] = Exact(number("first_rg_time") +
                                  (number("n_samples") - 1.0) / number("range_sampling_frequency"));
 
-  // Ground range: a bent curve that leaves first and last sample where they are.
+  // Ground range is a bent curve that keeps the first and the last sample.
   const bool is_ground = level == Level::kGroundRange;
   const double near_m = 0.5 * kSpeedOfLight_m_s * number("first_rg_time");
   const double slant_step_m = 0.5 * kSpeedOfLight_m_s / number("range_sampling_frequency");
@@ -198,7 +198,7 @@ Fields MakeProduct(const std::string& kind_name) {
   for (const auto& [key, value] : kind.extra) scene.values[key] = value;
   if (std::string(kind.main) != "terrasar") return {{kind.path, Filled(kind.main, scene)}};
 
-  // The times of the annotation are those before the delays of georeference.xml are taken off.
+  // The times in the annotation still contain the delays that georeference.xml states.
   const auto later = [&](const char* key, double seconds) {
     scene.values[key] = LongText(Shifted(*ParseUtc(scene.values[key]), seconds));
   };

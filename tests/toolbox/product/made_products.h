@@ -1,4 +1,4 @@
-// Product files in the missions' layouts, made from the example scenes.
+// Makes product files in the missions' layouts from the example scenes.
 #pragma once
 
 #include <map>
@@ -12,28 +12,28 @@ namespace quellmark::product {
 
 using Fields = std::map<std::string, std::string>;
 
-/// What the templates are filled with.
+/// The contents for the templates.
 struct MadeScene {
-  Fields values;                // keys of the scene's pool, and what the missions have instead
+  Fields values;  // by key: those of the scene's pool and those that missions use instead
   std::vector<Fields> vectors;  // time, px .. vz
   std::vector<Fields> points;   // columns of the truth table
 };
 
 enum class Level : std::uint8_t { kSlantRange, kGroundRange };
 
-/// The example scene as a product of `level` holds it; its lines and samples from the latest and
-/// farthest on if `is_reversed`.
+/// Returns the example scene as a product of `level` describes it. If `is_reversed`, lines and
+/// samples begin with the latest and the farthest.
 [[nodiscard]] MadeScene MakeScene(const std::string& example, Level level,
                                   bool is_reversed = false);
 
-/// `time` with 12 digits behind the point.
+/// `time` with 12 digits after the point.
 [[nodiscard]] std::string LongText(const UtcTime& time);
 
-/// data/NAME.xml with the scene's values for "{key}"; what stands between "{each vector}" or
-/// "{each point}" and "{end}" is repeated.
+/// Returns data/NAME.xml with the scene's values in place of "{key}". The text between "{each
+/// vector}" or "{each point}" and "{end}" is repeated.
 [[nodiscard]] std::string Filled(const std::string& name, const MadeScene& scene);
 
-/// A folder with the files of a product, by their names within it.
+/// A folder with the files of a product.
 class ProductFolder {
  public:
   explicit ProductFolder(const Fields& files);
@@ -52,7 +52,7 @@ class ProductFolder {
 [[nodiscard]] std::string ExampleOf(const std::string& kind);
 [[nodiscard]] std::string ExamplePool(const std::string& example);
 
-/// What ImportProduct says about `path`; "" if it succeeds.
+/// The message of ImportProduct about `path`, or "" if it succeeds.
 [[nodiscard]] std::string Failure(const std::string& path, const ImportOptions& options = {});
 
 }  // namespace quellmark::product

@@ -1,4 +1,4 @@
-// NISAR's layout, made from an example scene; data sets of the wrong shape or kind.
+// Tests NISAR's layout, made from an example scene, and data sets of the wrong shape or kind.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -14,9 +14,9 @@
 namespace quellmark::product {
 namespace {
 
-// Numbers, or a text where there are none.
+// A data set of numbers or, if there are none, of a text.
 struct DataSet {
-  std::vector<hsize_t> shape;  // none: a scalar
+  std::vector<hsize_t> shape;  // empty for a scalar
   std::vector<double> numbers;
   std::string text;
   std::string units;
@@ -127,7 +127,8 @@ DataSets MakeNisar() {
 TEST(Nisar, MadeProductGivesTheExampleBack) {
   const test::TempDir directory;
   WriteHdf5(directory / "made.h5", MakeNisar());
-  // Seconds since days ago are doubles with steps of 3e-11 s, 1e-12 of the first line's time.
+  // Seconds that count from two days before are doubles with steps of 3e-11 s, which is 1e-12 of
+  // the first line's time.
   ExpectSameValues(ValuesOf(PoolOf(ImportProduct(directory / "made.h5", {}).scene)),
                    ValuesOf(ExamplePool(kExample)), 1e-12);
 }

@@ -1,4 +1,4 @@
-// Scene pools that were written: their values, and where the step's core locates them.
+// Checks written scene pools: their values, and the positions that the core locates with them.
 #pragma once
 
 #include <map>
@@ -9,19 +9,19 @@
 
 namespace quellmark::product {
 
-/// Values by key, unquoted; those of a vector without its range.
+/// Values by key, without quotes, and without the range of a vector.
 using PoolValues = std::map<std::string, std::vector<std::string>>;
 
 [[nodiscard]] std::string PoolOf(const SceneDescription& scene);
 [[nodiscard]] PoolValues ValuesOf(const std::string& pool);
 
-/// Expects the same keys with the same texts, and numbers that agree to `relative` but for those of
-/// `others`.
+/// Expects the same keys with the same texts, and numbers that agree to `relative`. The values
+/// of the keys `others` may differ.
 void ExpectSameValues(const PoolValues& values, const PoolValues& expected, double relative,
                       const std::vector<std::string>& others = {});
 
-/// The largest distance [m] on the ground between the rows of a truth table and where the core
-/// locates their times in the pool, each at its own height.
+/// Locates the times and heights of a truth table's rows with the pool. Returns the largest
+/// distance on the ground [m] from the table's positions.
 [[nodiscard]] double LargestDistance(const std::string& pool, const std::string& truth_path);
 
 }  // namespace quellmark::product

@@ -1,5 +1,5 @@
-// Metadata of real products, where QM_PRODUCTS names the folder that holds them: against the points
-// that the products' own processors located, and against pools that somebody else made from them.
+// Compares the metadata of real products, in the folder that QM_PRODUCTS names, with the points
+// that the products' own processors located, and with pools that another converter made from them.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -12,23 +12,23 @@
 namespace quellmark::product {
 namespace {
 
-// "": skip.
+// Returns "" if the tests must be skipped.
 std::string ProductsFolder() {
   const char* folder = std::getenv("QM_PRODUCTS");
   return folder == nullptr ? "" : folder;
 }
 
 struct Row {
-  const char* folder;  // the first entry that begins so
-  const char* pool;    // of the other converter
+  const char* folder;  // its first entry that begins like this
+  const char* pool;    // made by the other converter
   const char* truth;
   bool is_smoothed;
-  double distance_m;  // what the data allow; see the tables' notes
+  double distance_m;  // accuracy of the data; see the notes of the tables
 };
 
-// Distances as a solver with 50 digits finds them with pools of its own. The velocities of
+// The distances are those of a solver with 50 digits and its own pools. The velocities of
 // quick-look orbits do not quite match the slope of their positions. With the downlinked orbit of
-// the RCM-3 scene no weight of its velocities comes nearer than 3.3 m.
+// the RCM-3 scene no weight of the velocities leads to less than 3.3 m.
 const Row kRows[] = {
     {"sentinel1/S1B_IW_GRDH", QM_SCENES "/s1b_iw_grd_alps.pool",
      QM_SCENES "/s1b_iw_grd_alps.truth.csv", false, 0.4},
@@ -65,10 +65,9 @@ TEST(RealProducts, GridsAreReachedAndPoolsAreTheOtherConverters) {
     const double distance_m = LargestDistance(pool, folder / row.truth);
     EXPECT_LE(distance_m, row.distance_m);
 
-    // A smoothed orbit is another curve than the other converter's polynomial of degree 4; its
-    // distance from the grid decides. NISAR's "local_height" is the product's reference terrain
-    // height, not the middle of the heights for which its grid was computed. The rest agrees to the
-    // last bits.
+    // A smoothed orbit differs from the other converter's polynomial of degree 4, so it is compared
+    // with the grid only. NISAR's "local_height" is the product's reference terrain height, not the
+    // middle of the heights for which its grid was computed. The rest agrees to the last bits.
     std::vector<std::string> others;
     if (row.is_smoothed) {
       for (const char* axis : {"x", "y", "z"}) {

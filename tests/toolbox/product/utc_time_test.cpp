@@ -1,4 +1,4 @@
-// Times of products against the calendar.
+// Compares times of products with the calendar.
 #include "toolbox/product/utc_time.h"
 
 #include <gtest/gtest.h>

@@ -166,7 +166,7 @@ TEST(DemImport, OthersAreResampledOrRefused) {
   ASSERT_EQ(result.notes.size(), 1U);
   EXPECT_NE(result.notes[0].find("resampled"), std::string::npos);
   const Dem dem = Dem::Open(folder / "test.dem");
-  // The surface is nearly linear from pixel to pixel, a third of which lies between the grids.
+  // The surface is nearly linear between pixels, and the two grids are a third of a pixel apart.
   EXPECT_NEAR(dem.HeightAt(beside.Longitude(5), beside.Latitude(4)), TestRaster::HeightAt(5, 4),
               3.0);
 
@@ -185,7 +185,7 @@ TEST(DemImport, OthersAreResampledOrRefused) {
     }
     EXPECT_FALSE(std::filesystem::exists(folder / "no.dem"));
   }
-  // Over a geoid that lies 100 m + 7 m a column ... above the ellipsoid, heights are the sums.
+  // With a geoid of 100 m + 7 m per column ... above the ellipsoid, the heights are the sums.
   TestRaster{9.0, 46.0, d, GDT_Float32}.Write(folder / "undulation.tif");
   static_cast<void>(
       ImportDem({{folder / "geoid.tif"}, folder / "sum.dem", 0, folder / "undulation.tif"}, {}));

@@ -19,7 +19,7 @@ Matrix<T> TwoByTwo(const std::vector<T>& values) {
   return {-1, 2, 5, 2, values};
 }
 
-// One value of each type, with what is hard to keep.
+// One value of each type, with contents that are easily lost.
 std::vector<Value> OneOfEach() {
   using Limits = std::numeric_limits<std::int64_t>;
   const std::string text = "a \"b\" \\ \t, \xC3\xA9";
