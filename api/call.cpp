@@ -75,7 +75,8 @@ bool IsDemClass(ErrorClass error_class) {
 
 [[noreturn]] void ThrowAs(api::Concern concern, const std::string& what, ErrorDetails details) {
   // State vectors of a caller are held against the same rules as those of a file.
-  if (IsA(details.error_class, ErrorClass::kPool) && !details.file.empty()) {
+  if (concern != api::Concern::kDem && IsA(details.error_class, ErrorClass::kPool) &&
+      !details.file.empty()) {
     concern = api::Concern::kPool;
   }
   if (IsDemClass(details.error_class)) concern = api::Concern::kDem;

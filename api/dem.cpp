@@ -7,7 +7,7 @@
 #include "api/dem_impl.h"
 #include "api/longitude.h"
 #include "basic/errors.h"
-#include "pool/pool_file.h"
+#include "pool/parameter_pool.h"
 #include <quellmark/dem.h>
 
 namespace quellmark {
@@ -74,19 +74,17 @@ bool Touches(const DemTile& tile, const imaging::GeoBox& box) {
   return in_longitude && t.south_deg <= box.north_deg && t.north_deg >= box.south_deg;
 }
 
-// The core would make an empty file of that name.
-STRING Existing(const std::string& path) {
-  if (!pool::OpenPoolFileForReading(path).fd.IsOpen()) {
-    runtime::Fail<CAN_NOT_OPEN_POOL>("can not open parameter file ", path, "\n");
-  }
-  return STRING(path);
+DEM_DESCRIPTOR ReadDescriptor(const std::string& path) {
+  PARAMETER_POOL pool;
+  pool.OpenForReading(path);
+  return DEM_DESCRIPTOR::ReadFromPool(pool);
 }
 
 }  // namespace
 
 Dem::Impl::Impl(const std::string& descriptor_path)
     : path(descriptor_path),
-      document(DEM_DESCRIPTOR::ReadFromFile(Existing(descriptor_path))),
+      document(ReadDescriptor(descriptor_path)),
       heights(document),
       terrain_(std::make_unique<Terrain>()) {
   for (int file = 0; file < document.Descriptor().FileCount(); ++file) {

@@ -51,7 +51,7 @@ double ReadResolution(PARAMETER_POOL& pool, const char* key) {
 }
 
 // Reads in the order of the format's table, so that the first fault in this order is reported.
-DEM_DESCRIPTOR ReadFromPool(PARAMETER_POOL& pool) {
+DEM_DESCRIPTOR ReadKeys(PARAMETER_POOL& pool) {
   DEM_DESCRIPTOR d;
   d.file_names = ReadFileNames(pool);
   d.type = pool.Read<ValueType::kInt16>("dem_type");
@@ -98,14 +98,17 @@ void CheckCorners(const char* key, const ARRAY<TUPLE<int>>& corners, int file_co
 DEM_DESCRIPTOR DEM_DESCRIPTOR::ReadFromFile(const STRING& path) {
   PARAMETER_POOL pool;
   static_cast<void>(pool.Open(path.Text()));
+  return ReadFromPool(pool);
+}
+
+DEM_DESCRIPTOR DEM_DESCRIPTOR::ReadFromPool(PARAMETER_POOL& pool) {
   DEM_DESCRIPTOR descriptor;
   try {
-    descriptor = ReadFromPool(pool);
+    descriptor = ReadKeys(pool);
   } catch (const ERROR_PARAMETER_POOL&) {  // its line is in the log already
     throw ERROR_DESCRIPTOR_VALUE();
   }
-  pool.Close();
-  descriptor.directory = DirectoryOf(path.View());
+  descriptor.directory = DirectoryOf(pool.Path());
   descriptor.Check();
   return descriptor;
 }

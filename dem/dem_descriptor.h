@@ -18,6 +18,8 @@ enum class TileAnnotation { kPixelCentre, kPixelEdge };
 
 }  // namespace quellmark::dem
 
+class PARAMETER_POOL;
+
 /// A plain value; copies are deep. File k (from 0) has file_names[k], upper_left[k] and
 /// lower_right[k]. Grid indices are global: (longitude, latitude) steps from the point 0 E, 0 N.
 struct DEM_DESCRIPTOR {
@@ -41,6 +43,8 @@ struct DEM_DESCRIPTOR {
   /// required key is missing or any key is malformed or out of range. Also throws what opening a
   /// pool throws, and std::out_of_range for an empty path.
   [[nodiscard]] static DEM_DESCRIPTOR ReadFromFile(const STRING& path);
+  /// The same from a pool that is open, and stays so.
+  [[nodiscard]] static DEM_DESCRIPTOR ReadFromPool(PARAMETER_POOL& pool);
 
   /// Throws ERROR_DESCRIPTOR_VALUE, after a line that says why, if the resolutions do not form a
   /// grid or if several files lack their corners.

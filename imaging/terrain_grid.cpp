@@ -64,7 +64,7 @@ double InterpolateInCell(const CellHeights& cell, double east, double north) {
   const double south_side = cell.south_west + east * (cell.south_east - cell.south_west);
   const double north_side = cell.north_west + east * (cell.north_east - cell.north_west);
   const double height = south_side + north * (north_side - south_side);
-  if (height == height) return height;
+  if (std::isfinite(height)) return height;
   const double weights[] = {(1.0 - east) * (1.0 - north), east * (1.0 - north),
                             (1.0 - east) * north, east * north};
   const double values[] = {cell.south_west, cell.south_east, cell.north_west, cell.north_east};
@@ -72,6 +72,7 @@ double InterpolateInCell(const CellHeights& cell, double east, double north) {
   double sum = 0.0;
   for (int i = 0; i < 4; ++i) {
     if (std::isnan(values[i])) continue;
+    if (std::isinf(values[i])) return kNaN;
     weight_sum += weights[i];
     sum += weights[i] * values[i];
   }
@@ -156,7 +157,7 @@ TerrainGrid TerrainGrid::Read(DEM_DOCUMENT& dem, const GeoBox& box) {
   const Tiles tiles(dem);
   const auto [lon_min, lon_max] = dem.LongitudeBounds();
   const std::int64_t globe = std::int64_t{lon_max} - lon_min + 1;
-  std::vector<float> heights(layout.columns * layout.rows, std::numeric_limits<float>::quiet_NaN());
+  std::vector<float> heights(layout.columns * layout.rows, std::numeric_limits<float>::infinity());
   bool touches = false;
   for (std::size_t j = 0; j < layout.rows; ++j) {
     const int lat_index = static_cast<int>(first_row + static_cast<std::int64_t>(j));
@@ -168,7 +169,8 @@ TerrainGrid TerrainGrid::Read(DEM_DOCUMENT& dem, const GeoBox& box) {
       touches = true;
       const auto height = static_cast<float>(dem.GetGridValue(lon_index, lat_index));
       const bool is_missing = d.special_coding && height == static_cast<float>(*d.special_coding);
-      if (!is_missing) heights[j * layout.columns + i] = height;
+      heights[j * layout.columns + i] =
+          is_missing ? std::numeric_limits<float>::quiet_NaN() : height;
     }
   }
   if (!touches) {

@@ -34,13 +34,14 @@ struct HeightRange {
   float high;
 };
 
-/// Values at the corners of a cell; NaN is a void.
+/// Values at the corners of a cell; NaN is a void, infinity a place without a tile.
 struct CellHeights {
   double south_west, south_east, north_west, north_east;
 };
 
 /// The height at a place in a cell, 0 .. 1 from west and south: bilinear. One to three voids leave
-/// it to the others, in proportion to their weights; NaN for four, and where the others weigh 0.
+/// it to the others, in proportion to their weights; NaN for four, where the others weigh 0, and
+/// where a corner has no tile.
 [[nodiscard]] double InterpolateInCell(const CellHeights& cell, double east, double north);
 
 /// Geodetic heights on a regular grid, bilinear between its values. Not changed once made: any
@@ -48,13 +49,13 @@ struct CellHeights {
 /// search.
 class TerrainGrid {
  public:
-  /// Takes the values, row after row from the south; NaN is a void. Throws ERROR_ARGUMENT after an
-  /// ALARM line for steps that are not above 0, fewer than two rows or columns and a number of
-  /// values that does not fit.
+  /// Takes the values, row after row from the south; NaN is a void, infinity a place without a
+  /// tile, whose cells have no heights. Throws ERROR_ARGUMENT after an ALARM line for steps that
+  /// are not above 0, fewer than two rows or columns and a number of values that does not fit.
   TerrainGrid(const GridLayout& layout, std::vector<float> heights_m);
 
-  /// Reads the part of a DEM that covers the box; places that no tile holds become voids. The
-  /// heights are taken as heights above the ellipsoid. What the DEM throws passes through;
+  /// Reads the part of a DEM that covers the box, with heights wherever the DEM has them. They are
+  /// taken as heights above the ellipsoid. What the DEM throws passes through;
   /// ERROR_ARGUMENT after an ALARM line for a box that is none and for one that the DEM does not
   /// touch. The DEM is not to be used by another thread meanwhile.
   [[nodiscard]] static TerrainGrid Read(DEM_DOCUMENT& dem, const GeoBox& box);

@@ -170,7 +170,7 @@ void TerrainWalk::PassCell(const TerrainCurve& curve, Place& at, std::size_t i, 
   const double next_u = next.x - static_cast<double>(i);
   const double next_v = next.y - static_cast<double>(j);
   const double twist = cell.south_west - cell.south_east - cell.north_west + cell.north_east;
-  if (twist == twist) {
+  if (std::isfinite(twist)) {
     const double high = curve.HeightAt(at.t);
     const double low = curve.HeightAt(end);
     // high - terrain along the way s = 0 .. 1 is a + b s + c s^2.

@@ -47,8 +47,9 @@ enum class HeightStatus : std::uint8_t {
 /// replaced by renaming does no harm.
 class QM_API Dem {
  public:
-  /// Opens the descriptor at `path` and checks the headers of its tiles.
-  /// @throws DemError, PoolError
+  /// Opens the descriptor at `path` and its tiles, for reading alone, and checks the tiles'
+  /// headers.
+  /// @throws DemError
   [[nodiscard]] static Dem Open(const std::string& path);
 
   /// The height [m] at a place, bilinear between the four grid points around it; void ones among

@@ -300,7 +300,7 @@ class Dem:
 
     @classmethod
     def open(cls, path: Path) -> Dem:
-        """Opens the descriptor and checks the headers of its tiles; raises DemError, PoolError."""
+        """Opens the descriptor and checks the headers of its tiles; raises DemError."""
         return cls(_core.Dem.open(os.fsencode(path)))
 
     def height(self, lon: ArrayLike, lat: ArrayLike) -> Floats:

@@ -1,12 +1,16 @@
 // Compares heights of the library with the closed form from which the test's DEMs are made.
 #include <gtest/gtest.h>
+#include <sys/inotify.h>
+#include <unistd.h>
 
+#include <cerrno>
 #include <cmath>
 #include <filesystem>
 #include <limits>
 #include <string>
 #include <vector>
 
+#include "basic/unique_fd.h"
 #include "tests/dem/test_dem.h"
 #include <quellmark/dem.h>
 #include <quellmark/error.h>
@@ -99,10 +103,22 @@ TEST(Dem, PlacesWithoutHeightAreTold) {
   EXPECT_THROW(static_cast<void>(dem.HeightAt(kNan, 0.0)), ArgumentError);
   double height = 0.0;
   EXPECT_THROW(dem.HeightsAt({}, {}, {&height, 1}), ArgumentError);
-  EXPECT_THROW(static_cast<void>(Dem::Open(directory / "none.dem")), PoolError);
+  EXPECT_THROW(static_cast<void>(Dem::Open(directory / "none.dem")), DemError);
   EXPECT_FALSE(std::filesystem::exists(directory / "none.dem"));
   test::WriteFile(directory / "empty.dem", "");
   EXPECT_THROW(static_cast<void>(Dem::Open(directory / "empty.dem")), DemError);
+}
+
+TEST(Dem, OpensItsFilesForReadingAlone) {
+  const TempDir directory;
+  const std::string path = test::WriteDem(directory, Across());
+  const basic::UniqueFd watch(::inotify_init1(IN_NONBLOCK));
+  const std::string folder = directory / "";
+  ASSERT_GE(::inotify_add_watch(watch.Get(), folder.c_str(), IN_CLOSE_WRITE | IN_CREATE), 0);
+  static_cast<void>(Dem::Open(path).HeightAt(179.5, 0.5));
+  inotify_event event;
+  EXPECT_LT(::read(watch.Get(), &event, sizeof event), 0);
+  EXPECT_EQ(errno, EAGAIN);
 }
 
 }  // namespace

@@ -230,7 +230,10 @@ TEST(Terrain, ReadsTilesOfADem) {
                   1e-6);
     }
   }
-  EXPECT_TRUE(std::isnan(grid.HeightAt(120.0 / 1200.0, 0.0)));
+  // Beyond the tiles there is nothing, nor in a cell of which they hold two corners alone.
+  for (const double column : {120.0, 100.25, 149.75}) {
+    EXPECT_TRUE(std::isnan(grid.HeightAt(column / 1200.0, 0.0))) << column;
+  }
   // Beside a missing value the other corners of the cell count.
   EXPECT_NEAR(grid.HeightAt(5.25 / 1200.0, 5.75 / 1200.0),
               document.GetElevationInterpolated(5.25 / 1200.0, 5.75 / 1200.0), 1e-6);

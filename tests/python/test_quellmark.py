@@ -23,6 +23,8 @@ SCENES = os.environ["QM_SCENES"]
 QUEBEC = os.path.join(SCENES, "s1a_iw1_slc_quebec.pool")
 METRES_PER_DEGREE = 111_320.0
 PACKAGE = os.path.dirname(qm.__file__)
+ALL_FIELDS = ["longitude", "latitude", "height", "incidence", "heading", "look", "x", "y", "z",
+              "zero_doppler_velocity", "b_parameter", "fm_rate"]
 
 
 def truth(path):
@@ -153,8 +155,7 @@ def test_same_bits_however_it_is_called():
     scene = qm.Scene.open(QUEBEC)
     samples = np.linspace(-100, scene.samples + 100, 301)
     lines = np.linspace(-5e4, 6e4, 200)[:, None]
-    fields = ["longitude", "latitude", "height", "incidence", "heading", "look", "x", "y", "z",
-              "zero_doppler_velocity", "b_parameter", "fm_rate"]
+    fields = ALL_FIELDS
     grid = scene.image_to_ground(np.arange(301) * 70, np.arange(200)[:, None] * 500, 12.5,
                                  fields=fields)
     x, y = np.broadcast_arrays(np.arange(301) * 70, np.arange(200)[:, None] * 500)
@@ -186,6 +187,39 @@ def test_same_bits_however_it_is_called():
     assert bits(image) == bits(scene.ground_to_image(grid.longitude[:20] + 360, grid.latitude[:20],
                                                      12.5, threads=2))
     assert np.allclose(image.sample, x[:20], atol=1e-4)
+
+
+def test_same_bits_as_cpp(tmp_path):
+    dem = qm.Dem.open(write_dem(tmp_path))
+    printed = subprocess.run([os.environ["QM_CPP_CALLS"], QUEBEC, dem.path], check=True,
+                             capture_output=True, text=True).stdout
+    cpp = {}
+    for line in printed.splitlines():
+        name, *numbers = line.split()
+        cpp[name] = np.array([float.fromhex(number) for number in numbers])
+    scene = qm.Scene.open(QUEBEC)
+    python = {"results." + key: value for key, value in scene.results().items()}
+    at = scene.locate(100.5, 200.25)
+    python["locate"] = [at["longitude"], at["latitude"], at["incidence"]]
+    i = np.arange(500)
+    height = 10.0 * i - 400
+    samples, lines = -500 + 1000 * np.arange(30), 100 + 750 * np.arange(20)[:, None]
+    scattered = 37.5 * i, i * i % 9973 - 20000 * (i % 7 == 0)
+    lon, lat = -61.5 + i / 256, 49.75 + i / 512
+    for name, points in (
+            ("grid", scene.image_to_ground(samples, lines, fields=ALL_FIELDS)),
+            ("terrain", scene.image_to_ground(samples, lines, dem=dem, fields=ALL_FIELDS)),
+            ("points", scene.image_to_ground(*scattered, height, raised_ellipsoid=True,
+                                             fields=ALL_FIELDS, threads=2)),
+            ("image", scene.ground_to_image(lon, lat, height))):
+        python.update({f"{name}.{field}": array for field, array in vars(points).items()
+                       if field != "shape"})
+    python["dem.height"], python["dem.status"] = dem.height_and_status(lon, lat)
+    python["orbit"] = np.stack(scene.orbit.state(60 + np.arange(100) / 8), 1)
+    assert set(python) == set(cpp)
+    for name, values in python.items():
+        assert np.asarray(values, np.float64).tobytes() == cpp[name].tobytes(), name
+    assert len(np.unique(cpp["terrain.status"])) > 1 and np.isfinite(cpp["dem.height"]).sum() > 100
 
 
 def test_orbit_and_times():
@@ -324,7 +358,7 @@ def test_errors_tell_file_key_and_log(tmp_path):
             call()
     with pytest.raises(TypeError):
         scene.image_to_ground(1j, 1)
-    with pytest.raises(qm.PoolError):
+    with pytest.raises(qm.DemError):
         qm.Dem.open(tmp_path / "none")
 
 

@@ -79,12 +79,14 @@ void CheckCoverage(const Pool& pool, const Scene& scene, Findings& findings) {
   }
 }
 
-// How far a result may lie from the one computed: the rounding to single precision and to the
-// digits in the file.
+// How far a result may lie from the one computed: the rounding to single precision, of western
+// longitudes before 360 degrees are taken away, and to the digits in the file.
 double ToleranceOf(const ResultField& field, double value) {
   constexpr double kFloatSteps = 1.2e-7;
   constexpr double kDoubleSteps = 1e-9;
-  return std::abs(value) * (field.is_float ? kFloatSteps : kDoubleSteps) +
+  const bool is_western = value < 0.0 && field.key.find("_lon") != std::string_view::npos;
+  const double rounded = is_western ? value + 360.0 : std::abs(value);
+  return rounded * (field.is_float ? kFloatSteps : kDoubleSteps) +
          (field.is_float ? 1e-9 : 0.0);
 }
 
