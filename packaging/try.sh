@@ -32,8 +32,7 @@ export PKG_CONFIG_PATH
 g++ -std=c++20 "$usr/share/doc/libquellmark-dev/examples/cpp/locate_scene.cpp" -o by_pkg_config \
   $(pkg-config --cflags --libs --static quellmark)
 expect_place ./by_pkg_config
-grep -q quellmark::Scene "$usr/share/doc/libquellmark-doc/html/annotated.html" ||
-  [ -s "$usr/share/doc/libquellmark-doc/html/classquellmark_1_1Scene.html" ]
+[ -s "$usr/share/doc/libquellmark-dev/html/index.html" ] || fail 'no documents of the library'
 
 PYTHONPATH=$usr/lib/python3/dist-packages
 PYTHONDONTWRITEBYTECODE=1

@@ -86,8 +86,7 @@ double ToleranceOf(const ResultField& field, double value) {
   constexpr double kDoubleSteps = 1e-9;
   const bool is_western = value < 0.0 && field.key.find("_lon") != std::string_view::npos;
   const double rounded = is_western ? value + 360.0 : std::abs(value);
-  return rounded * (field.is_float ? kFloatSteps : kDoubleSteps) +
-         (field.is_float ? 1e-9 : 0.0);
+  return rounded * (field.is_float ? kFloatSteps : kDoubleSteps) + (field.is_float ? 1e-9 : 0.0);
 }
 
 std::optional<double> NumberIn(const Pool& pool, const Entry& entry) {
