@@ -111,8 +111,11 @@ std::string LandPath(const MapProjection& projection) {
   }
   // With land at the antipode, its ring runs around the map, and the land is what lies outside.
   if (land_area < 0.0) {
-    std::vector<MapPoint> rim;
-    for (int i = 0; i < 72; ++i) rim.push_back(OnRim(i * std::numbers::pi / 36.0));
+    std::vector<MapPoint> rim(72);
+    for (std::size_t i = 0; i < rim.size(); ++i) {
+      rim[i] = OnRim(2.0 * std::numbers::pi * static_cast<double>(i) /
+                     static_cast<double>(rim.size()));
+    }
     path += PathOf(rim, true);
   }
   return path;

@@ -296,7 +296,9 @@ PoolEditor EditorFromJson(const Json& json) {
     const std::string key = TextMember(entry, "key");
     const std::string type_name = TextMember(entry, "type");
     const ValueType type = TypeFromName(type_name);
-    if (type == ValueType::kUnknown) Fail(key + ": '" + type_name + "' is no type of an entry");
+    if (type == ValueType::kUnknown) {
+      Fail(std::string(key).append(": '").append(type_name).append("' is no type of an entry"));
+    }
     std::vector<std::string> comments;
     if (entry.contains("comments")) {
       for (const Json& comment : entry["comments"]) {
