@@ -10,6 +10,7 @@
 #include <ctime>
 #include <deque>
 #include <filesystem>
+#include <fstream>
 #include <list>
 #include <map>
 #include <optional>
@@ -84,18 +85,80 @@ std::string SoftwareIn(const std::string& log_pool) {
   return software;
 }
 
-void WriteLogPool(const std::string& path, const std::vector<SummaryRow>& rows) {
-  Vector<std::string> names;
-  for (const SummaryRow& row : rows) {
-    std::string_view rest = row.software;
-    while (!rest.empty()) {
-      const std::string_view name = rest.substr(0, rest.find('\n'));
-      rest.remove_prefix(std::min(name.size() + 1, rest.size()));
-      names.values.emplace_back(name);
-    }
+// Calls `take` for each name in a row's software.
+template <class Take>
+void ForEachName(std::string_view software, Take take) {
+  while (!software.empty()) {
+    const std::string_view name = software.substr(0, software.find('\n'));
+    software.remove_prefix(std::min(name.size() + 1, software.size()));
+    take(name);
   }
-  PoolEditor().Set(kSoftwareKey, std::move(names)).Write(path);
 }
+
+// The log pool of a run, written in pieces: whole it would need more memory than all else.
+class LogPoolWriter {
+ public:
+  // Writes what the rows of the summaries have recorded.
+  static void Write(const std::string& path, const std::vector<std::string>& summaries) {
+    const auto for_each_name = [&summaries](auto take) {
+      for (const std::string& summary : summaries) {
+        ForEachRow(summary, [&](const SummaryRow& row) { ForEachName(row.software, take); });
+      }
+    };
+    std::size_t count = 0;
+    for_each_name([&count](std::string_view) { ++count; });
+    LogPoolWriter writer(path, count);
+    for_each_name([&writer](std::string_view name) { writer.Add(name); });
+    writer.Complete();
+  }
+
+ private:
+  LogPoolWriter(const std::string& path, std::size_t count)
+      : path_(path), beside_(path + ".new"), file_(beside_, std::ios::binary | std::ios::trunc) {
+    // The entry of one name, with the count that it will have.
+    const std::string text = TextOf({1, {""}});
+    const std::size_t line_end = text.find('\n');
+    const std::size_t body = BodyBegin(text);
+    std::string head = text.substr(0, line_end);
+    head.resize(head.find_last_not_of("0123456789") + 1);
+    file_ << head << count << text.substr(line_end, body - line_end);
+    tail_ = text.substr(BodyEnd(text));
+  }
+
+  void Add(std::string_view name) {
+    piece_.values.emplace_back(name);
+    constexpr std::size_t kPiece = 1000;
+    if (piece_.values.size() == kPiece) WritePiece();
+  }
+  void Complete() {
+    WritePiece();
+    file_ << tail_;
+    file_.close();
+    if (!file_) throw std::runtime_error(path_ + ": can not be written");
+    PutInPlace(beside_, path_);
+  }
+
+  static std::string TextOf(const Vector<std::string>& names) {
+    return PoolEditor().Set(kSoftwareKey, names).Text();
+  }
+  // The lines between the braces.
+  static std::size_t BodyBegin(const std::string& text) { return text.find("{\n") + 2; }
+  static std::size_t BodyEnd(const std::string& text) {
+    return text.rfind('\n', text.rfind('}')) + 1;
+  }
+  void WritePiece() {
+    if (piece_.values.empty()) return;
+    const std::string text = TextOf(piece_);
+    file_ << text.substr(BodyBegin(text), BodyEnd(text) - BodyBegin(text));
+    piece_.values.clear();
+  }
+
+  const std::string& path_;
+  std::string beside_;
+  std::ofstream file_;
+  std::string tail_;
+  Vector<std::string> piece_;
+};
 
 // Blocks the signals that end a run in order, and those of children, and takes them one by one.
 class SignalTaker {
@@ -146,14 +209,14 @@ class Runner {
   BatchOutcome Run() {
     TakeTasks();
     Report();
-    while (!running_.empty() || (!outcome_.stopped && !waiting_.empty())) {
+    while (!running_.empty() || (!outcome_.stopped && IsAnyWaiting())) {
       if (!outcome_.stopped) StartSome();
       if (signals_.IsStopComing()) Stop();
       if (!outcome_.stopped && fs::exists(options_.out + "/STOP")) Stop();
       TakeEnded();
       Report();
     }
-    WriteLogPool(outcome_.log_pool_path, summary_.Read());
+    LogPoolWriter::Write(outcome_.log_pool_path, {summary_.Path()});
     return outcome_;
   }
 
@@ -167,33 +230,30 @@ class Runner {
 
   // Settles what an earlier run has done; the rows of all scenes that are to be run are dropped.
   void TakeTasks() {
-    outcome_.repeated = list_.repeated;
-    progress_.total = list_.scenes.size();
-    std::vector<SummaryRow> rows = summary_.Read();
-    if (!rows.empty() && !options_.resume) {
+    outcome_.repeated = list_.Repeated();
+    progress_.total = list_.Size();
+    is_settled_.assign(list_.Size(), false);
+    summary_.Replace([this](const TakeRow& keep) {
+      ForEachRow(summary_.Path(), [&](const SummaryRow& row) { TakeEarlier(row, keep); });
+    });
+    SkipSettled();
+  }
+
+  void TakeEarlier(const SummaryRow& row, const TakeRow& keep) {
+    if (!options_.resume) {
       throw std::runtime_error(summary_.Path() +
                                ": holds an earlier run; go on with --resume or take another --out");
     }
-    std::unordered_map<std::string, const SummaryRow*> earlier;
-    for (const SummaryRow& row : rows) earlier[row.scene] = &row;
-    std::unordered_map<std::string, std::string> dropped;
-    for (Scene& scene : list_.scenes) {
-      const auto row = earlier.find(scene.path);
-      if (row != earlier.end() && IsSettled(*row->second)) {
-        Count(row->second->status);
-        ++progress_.skipped;
-        continue;
-      }
-      Task task{std::move(scene), 0, {}, {}};
-      if (row != earlier.end()) {
-        task.software = row->second->software;
-        dropped.emplace(row->first, "");
-      }
-      waiting_.push_back(std::move(task));
+    const std::size_t place = list_.Find(row.scene);
+    if (place == list_.Size()) return keep(row);
+    if (!IsSettled(row)) {
+      earlier_software_[place] = row.software;
+      return;
     }
-    std::erase_if(rows, [&](const SummaryRow& row) { return dropped.contains(row.scene); });
-    summary_.Replace(rows);
-    list_ = {};
+    Count(row.status);
+    ++progress_.skipped;
+    is_settled_[place] = true;
+    keep(row);
   }
 
   static bool IsSettled(const SummaryRow& row) {
@@ -202,19 +262,42 @@ class Runner {
            now.modified_ns == row.pool_modified_ns;
   }
 
+  void SkipSettled() {
+    while (next_ < list_.Size() && is_settled_[next_]) ++next_;
+  }
+  [[nodiscard]] bool IsAnyWaiting() const { return next_ < list_.Size() || !disturbed_.empty(); }
+
+  // The next scene of the list; behind the last one those that are tried again.
+  std::optional<Task> NextTask() {
+    Task task;
+    if (next_ < list_.Size()) {
+      task.scene = list_.At(next_);
+      if (const auto earlier = earlier_software_.find(next_); earlier != earlier_software_.end()) {
+        task.software = std::move(earlier->second);
+        earlier_software_.erase(earlier);
+      }
+      ++next_;
+      SkipSettled();
+      return task;
+    }
+    if (disturbed_.empty() || disturbed_.front().not_before > Clock::now()) return std::nullopt;
+    task = std::move(disturbed_.front());
+    disturbed_.pop_front();
+    return task;
+  }
+
   void StartSome() {
-    while (running_.size() < most_running_ && !waiting_.empty() &&
-           waiting_.front().not_before <= Clock::now()) {
-      Task task = std::move(waiting_.front());
-      waiting_.pop_front();
+    while (running_.size() < most_running_) {
+      std::optional<Task> task = NextTask();
+      if (!task) return;
       // The step would make the pool that is missing.
-      if (StateOf(task.scene.path).bytes < 0) {
-        Settle(task, {SceneStatus::kFailed, "there is no such pool file", false}, 0.0);
+      if (StateOf(task->scene.path).bytes < 0) {
+        Settle(*task, {SceneStatus::kFailed, "there is no such pool file", false}, 0.0);
         continue;
       }
-      starter_.MakeFolderFor(task.scene);
-      ++task.attempts;
-      running_.emplace_back(std::move(task), starter_, signals_.Before());
+      starter_.MakeFolderFor(task->scene);
+      ++task->attempts;
+      running_.emplace_back(std::move(*task), starter_, signals_.Before());
     }
   }
 
@@ -241,7 +324,7 @@ class Runner {
                               task.attempts <= options_.retries && !outcome_.stopped;
       if (is_retried) {
         task.not_before = Clock::now() + kRetryPause * task.attempts;
-        waiting_.push_back(std::move(task));
+        disturbed_.push_back(std::move(task));
       } else {
         Settle(task, result, seconds);
       }
@@ -279,7 +362,10 @@ class Runner {
   StepStarter starter_;
   Summary summary_;
   std::size_t most_running_;
-  std::deque<Task> waiting_;
+  std::size_t next_ = 0;                                           // of the list
+  std::vector<bool> is_settled_;                                   // by place in the list
+  std::unordered_map<std::size_t, std::string> earlier_software_;  // of rows that were dropped
+  std::deque<Task> disturbed_;
   std::list<Running> running_;
   BatchProgress progress_;
   BatchOutcome outcome_;
@@ -325,20 +411,22 @@ BatchOutcome RunBatch(const BatchOptions& options, const ReportProgress& report)
 
 BatchOutcome MergeParts(const std::string& out) {
   BatchOutcome outcome;
-  std::vector<SummaryRow> rows;
-  for (const auto& [index, path] : FindParts(out)) {
-    for (SummaryRow& row : ReadSummary(path)) rows.push_back(std::move(row));
-  }
-  for (const SummaryRow& row : rows) {
-    ++outcome.progress.done;
-    if (row.status != SceneStatus::kLocated) ++outcome.progress.failed;
-  }
-  outcome.progress.total = outcome.progress.done;
-  outcome.log_pool_path = FileOf(out, "log", Part{}, ".pool");
+  std::vector<std::string> parts;
+  for (const auto& [index, path] : FindParts(out)) parts.push_back(path);
   Summary summary(FileOf(out, "summary", Part{}, ".csv"));
+  summary.Replace([&](const TakeRow& add) {
+    for (const std::string& part : parts) {
+      ForEachRow(part, [&](const SummaryRow& row) {
+        ++outcome.progress.done;
+        if (row.status != SceneStatus::kLocated) ++outcome.progress.failed;
+        add(row);
+      });
+    }
+  });
+  outcome.progress.total = outcome.progress.done;
   outcome.summary_path = summary.Path();
-  summary.Replace(rows);
-  WriteLogPool(outcome.log_pool_path, rows);
+  outcome.log_pool_path = FileOf(out, "log", Part{}, ".pool");
+  LogPoolWriter::Write(outcome.log_pool_path, {summary.Path()});
   return outcome;
 }
 

@@ -6,8 +6,9 @@
 #include <filesystem>
 #include <fstream>
 #include <iostream>
+#include <numeric>
 #include <stdexcept>
-#include <unordered_set>
+#include <utility>
 
 namespace quellmark::batch {
 
@@ -34,22 +35,19 @@ class Collector {
   explicit Collector(const Part& part) : part_(part) {}
 
   void Add(const std::string& path) {
-    std::string absolute = fs::absolute(path).lexically_normal().string();
+    const std::string absolute = fs::absolute(path).lexically_normal().string();
     const std::uint64_t id = HashOf(absolute);
-    if (!IsIn(part_, id)) return;
-    if (!seen_.insert(absolute).second) {
-      ++list_.repeated;
-      return;
-    }
-    list_.scenes.push_back({std::move(absolute), id});
+    if (IsIn(part_, id)) list_.Add(absolute, id);
   }
 
-  SceneList Take() { return std::move(list_); }
+  SceneList Take() {
+    list_.Finish();
+    return std::move(list_);
+  }
 
  private:
   Part part_;
   SceneList list_;
-  std::unordered_set<std::string> seen_;
 };
 
 void AddLines(std::istream& lines, const std::string& name, Collector& collector) {
@@ -88,6 +86,49 @@ Part ParsePart(const std::string& text) {
     }
   }
   throw std::runtime_error("a part is I/N with 1 <= I <= N, not '" + text + "'");
+}
+
+void SceneList::Add(std::string_view path, std::uint64_t id) {
+  paths_ += path;
+  ends_.push_back(paths_.size());
+  ids_.push_back(id);
+}
+
+void SceneList::SortById() {
+  by_id_.resize(Size());
+  std::iota(by_id_.begin(), by_id_.end(), std::size_t{0});
+  std::sort(by_id_.begin(), by_id_.end(), [this](std::size_t a, std::size_t b) {
+    return ids_[a] != ids_[b] ? ids_[a] < ids_[b] : a < b;
+  });
+}
+
+void SceneList::Finish() {
+  SortById();
+  std::vector<bool> is_repeated(Size());
+  for (std::size_t i = 0; i < Size(); ++i) {
+    const std::string_view path = PathAt(by_id_[i]);
+    for (std::size_t k = i + 1; k < Size() && ids_[by_id_[k]] == ids_[by_id_[i]]; ++k) {
+      if (PathAt(by_id_[k]) == path) is_repeated[by_id_[k]] = true;
+    }
+  }
+  repeated_ = static_cast<std::size_t>(std::count(is_repeated.begin(), is_repeated.end(), true));
+  if (repeated_ == 0) return;
+  SceneList once;
+  for (std::size_t place = 0; place < Size(); ++place) {
+    if (!is_repeated[place]) once.Add(PathAt(place), ids_[place]);
+  }
+  once.SortById();
+  once.repeated_ = repeated_;
+  *this = std::move(once);
+}
+
+std::size_t SceneList::Find(std::string_view path) const {
+  const std::uint64_t id = HashOf(path);
+  auto at = std::lower_bound(
+      by_id_.begin(), by_id_.end(), id,
+      [this](std::size_t place, std::uint64_t wanted) { return ids_[place] < wanted; });
+  while (at != by_id_.end() && ids_[*at] == id && PathAt(*at) != path) ++at;
+  return at != by_id_.end() && ids_[*at] == id ? *at : Size();
 }
 
 std::string Scene::Name() const {

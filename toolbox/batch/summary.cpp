@@ -11,9 +11,9 @@
 #include <cstdio>
 #include <cstring>
 #include <fstream>
-#include <iterator>
 #include <optional>
 #include <stdexcept>
+#include <vector>
 
 namespace quellmark::batch {
 
@@ -109,6 +109,19 @@ bool IsSameFile(int fd, const std::string& path) {
 
 }  // namespace
 
+void PutInPlace(const std::string& beside, const std::string& path) {
+  const int fd = ::open(beside.c_str(), O_WRONLY | O_CLOEXEC);
+  const bool is_on_disk = fd >= 0 && ::fsync(fd) == 0;
+  if (!is_on_disk) {
+    const int error = errno;
+    if (fd >= 0) ::close(fd);
+    errno = error;
+    FailWith(beside, "can not be written");
+  }
+  ::close(fd);
+  if (std::rename(beside.c_str(), path.c_str()) != 0) FailWith(path, "can not be replaced");
+}
+
 PoolState StateOf(const std::string& path) {
   struct stat status {};
   if (::stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) return {};
@@ -116,25 +129,37 @@ PoolState StateOf(const std::string& path) {
   return {status.st_size, status.st_mtim.tv_sec * kNanosecondsPerSecond + status.st_mtim.tv_nsec};
 }
 
-std::vector<SummaryRow> ReadSummary(const std::string& path) {
+void ForEachRow(const std::string& path, const TakeRow& take) {
   std::ifstream file(path, std::ios::binary);
   if (!file) throw std::runtime_error(path + ": can not be opened");
-  const std::string content((std::istreambuf_iterator<char>(file)), {});
-  if (file.bad()) throw std::runtime_error(path + ": can not be read");
-  std::vector<SummaryRow> rows;
-  std::string_view text = content;
-  if (kHeader.starts_with(text)) return rows;  // empty, or killed while the header was written
-  if (!text.starts_with(kHeader)) throw std::runtime_error(path + ": is no summary of a batch run");
-  text.remove_prefix(kHeader.size());
-  while (auto fields = TakeFields(text)) {
-    std::optional<SummaryRow> row = RowOf(*fields);
-    if (!row) {
-      throw std::runtime_error(path + ": row " + std::to_string(rows.size() + 1) +
-                               " is no row of a summary");
+  std::vector<char> piece(std::size_t{1} << 16);
+  std::string buffer;
+  bool is_begun = false;
+  std::size_t rows = 0;
+  do {
+    file.read(piece.data(), static_cast<std::streamsize>(piece.size()));
+    buffer.append(piece.data(), static_cast<std::size_t>(file.gcount()));
+    std::string_view text = buffer;
+    if (!is_begun) {
+      if (kHeader.starts_with(text)) continue;  // empty, or killed while the header was written
+      if (!text.starts_with(kHeader)) {
+        throw std::runtime_error(path + ": is no summary of a batch run");
+      }
+      text.remove_prefix(kHeader.size());
+      is_begun = true;
     }
-    rows.push_back(std::move(*row));
-  }
-  return rows;
+    while (auto fields = TakeFields(text)) {
+      const std::optional<SummaryRow> row = RowOf(*fields);
+      ++rows;
+      if (!row) {
+        throw std::runtime_error(path + ": row " + std::to_string(rows) +
+                                 " is no row of a summary");
+      }
+      take(*row);
+    }
+    buffer.erase(0, buffer.size() - text.size());
+  } while (file);
+  if (file.bad()) throw std::runtime_error(path + ": can not be read");
 }
 
 Summary::Summary(std::string path) : path_(std::move(path)) {
@@ -183,16 +208,19 @@ void Summary::Open() {
   fd_ = fd;
 }
 
-std::vector<SummaryRow> Summary::Read() const { return ReadSummary(path_); }
-
-void Summary::Replace(const std::vector<SummaryRow>& rows) {
+void Summary::Replace(const std::function<void(const TakeRow&)>& fill) {
   const std::string beside = path_ + ".new";
   std::ofstream file(beside, std::ios::binary | std::ios::trunc);
   file << kHeader;
-  for (const SummaryRow& row : rows) file << TextOf(row);
+  try {
+    fill([&file](const SummaryRow& row) { file << TextOf(row); });
+  } catch (...) {
+    std::remove(beside.c_str());
+    throw;
+  }
   file.close();
   if (!file) FailWith(beside, "can not be written");
-  if (std::rename(beside.c_str(), path_.c_str()) != 0) FailWith(path_, "can not be replaced");
+  PutInPlace(beside, path_);
   Open();
 }
 

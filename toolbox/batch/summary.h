@@ -2,9 +2,9 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
-#include <vector>
 
 namespace quellmark::batch {
 
@@ -33,6 +33,15 @@ struct PoolState {
 };
 [[nodiscard]] PoolState StateOf(const std::string& path);
 
+/// Flushes a written file to its disk and gives it the name `path`. Throws std::runtime_error.
+void PutInPlace(const std::string& beside, const std::string& path);
+
+using TakeRow = std::function<void(const SummaryRow&)>;
+
+/// Hands on the rows of a summary, one after the other. A last row without its line end, as a kill
+/// leaves it, is left out. Throws std::runtime_error for a file that is no summary.
+void ForEachRow(const std::string& path, const TakeRow& take);
+
 /// A summary file that is written row by row. As long as it is open no other process opens it.
 class Summary {
  public:
@@ -44,11 +53,9 @@ class Summary {
   ~Summary();
 
   [[nodiscard]] const std::string& Path() const { return path_; }
-  /// The rows of the file. A last row without its line end, as a kill leaves it, is left out.
-  /// Throws std::runtime_error for a file that is no summary.
-  [[nodiscard]] std::vector<SummaryRow> Read() const;
-  /// Replaces all rows at once: whoever reads sees the old ones or these.
-  void Replace(const std::vector<SummaryRow>& rows);
+  /// Replaces all rows by those that `fill` hands on, at once: whoever reads, `fill` too, sees the
+  /// old ones until then, and so does a reader after a power cut.
+  void Replace(const std::function<void(const TakeRow&)>& fill);
   /// Adds a row with one write; throws std::runtime_error if that fails.
   void Append(const SummaryRow& row);
 
@@ -61,8 +68,5 @@ class Summary {
   int fd_ = -1;
   int lock_fd_ = -1;
 };
-
-/// The rows of a summary without its lock, for readers.
-[[nodiscard]] std::vector<SummaryRow> ReadSummary(const std::string& path);
 
 }  // namespace quellmark::batch
