@@ -113,8 +113,8 @@ std::string LandPath(const MapProjection& projection) {
   if (land_area < 0.0) {
     std::vector<MapPoint> rim(72);
     for (std::size_t i = 0; i < rim.size(); ++i) {
-      rim[i] = OnRim(2.0 * std::numbers::pi * static_cast<double>(i) /
-                     static_cast<double>(rim.size()));
+      rim[i] =
+          OnRim(2.0 * std::numbers::pi * static_cast<double>(i) / static_cast<double>(rim.size()));
     }
     path += PathOf(rim, true);
   }
