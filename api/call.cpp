@@ -15,7 +15,7 @@ namespace {
 
 using SharedSink = std::shared_ptr<const LogSink>;
 
-// What the failures need in any case.
+// Lines of this level and above are always kept, because failures carry them.
 constexpr LogLevel kKept = LogLevel::kInfo;
 constexpr int kNoSink = static_cast<int>(runtime::LogLevel::kSilent);
 
@@ -25,7 +25,7 @@ struct SinkSetting {
   std::atomic<int> threshold = kNoSink;
 };
 
-// Never destroyed: other threads may log to the very end.
+// The object is never destroyed, because other threads may log until the process ends.
 SinkSetting& Setting() {
   static auto& setting = *new SinkSetting;
   return setting;
@@ -42,7 +42,7 @@ LOG::Level CaptureThreshold() {
   return static_cast<LOG::Level>(std::min(sink, static_cast<int>(kKept)));
 }
 
-// The key that a line of the pool's names.
+// Returns the key that a log line of the pool names.
 std::string_view KeyIn(std::string_view line) {
   for (const std::string_view start : {"parameter key >> ", "parameter pool:  >> "}) {
     const std::size_t found = line.find(start);
@@ -59,7 +59,7 @@ std::size_t LineOf(const std::string& file, std::string_view key) noexcept {
     const Entry* entry = pool.Find(key);
     return entry != nullptr ? entry->line : 0;
   } catch (...) {
-    return 0;  // the failure is told without it
+    return 0;  // then the failure has no line number
   }
 }
 
@@ -74,7 +74,7 @@ bool IsDemClass(ErrorClass error_class) {
 }
 
 [[noreturn]] void ThrowAs(api::Concern concern, const std::string& what, ErrorDetails details) {
-  // State vectors of a caller are held against the same rules as those of a file.
+  // State vectors from a caller are checked by the same rules as those from a file.
   if (concern != api::Concern::kDem && IsA(details.error_class, ErrorClass::kPool) &&
       !details.file.empty()) {
     concern = api::Concern::kPool;
@@ -113,7 +113,7 @@ Capture::Capture()
       scope_(log_) {}
 
 void Capture::Take(LogLevel level, std::string_view line) {
-  constexpr std::size_t kMostLines = 100;  // a failure is told by far fewer
+  constexpr std::size_t kMostLines = 100;  // far more than any failure logs
   if (level >= kKept && lines_.size() < kMostLines) lines_.push_back({level, std::string(line)});
   if (static_cast<int>(level) < Setting().threshold.load(std::memory_order_relaxed)) return;
   if (const SharedSink sink = CurrentSink()) (*sink)(level, line);

@@ -1,5 +1,4 @@
-// The frame of every call that enters the core: its log lines are caught, and what it throws
-// becomes an Error.
+// Encloses every call into the core: catches its log lines, and turns what it throws into an Error.
 #pragma once
 
 #include <string>
@@ -13,10 +12,10 @@
 
 namespace quellmark::api {
 
-/// Which Error a failure becomes, if its class does not say so.
+/// Which class of Error to throw for a failure whose own class does not determine that.
 enum class Concern { kArgument, kPool, kOrbit, kDem, kScene };
 
-/// What a call is about; the views must outlive the call.
+/// The subject of a call. The views must outlive the call.
 struct Subject {
   Concern concern = Concern::kArgument;
   std::string_view file = {};
@@ -24,8 +23,8 @@ struct Subject {
   std::size_t line = 0;
 };
 
-/// While it lives, the log lines of the thread that made it are kept, and handed to the caller's
-/// sink if there is one, instead of being written.
+/// While it exists, the log lines of its thread are kept and passed to the user's sink, if there is
+/// one. They are not written.
 class Capture {
  public:
   Capture();
@@ -33,7 +32,7 @@ class Capture {
   Capture& operator=(const Capture&) = delete;
   ~Capture() = default;
 
-  /// To be called from a handler: throws what is being handled as an Error.
+  /// Must be called from an exception handler. Throws the current exception as an Error.
   [[noreturn]] void Rethrow(const Subject& subject);
 
  private:
@@ -50,7 +49,7 @@ class Capture {
   runtime::LogScope scope_;
 };
 
-/// Calls `function` within such a frame.
+/// Calls `function` with a Capture around it.
 template <class Function>
 decltype(auto) Call(const Subject& subject, Function&& function) {
   Capture capture;

@@ -16,7 +16,7 @@ namespace {
 using api::Call;
 using api::Concern;
 
-// One tile's place as longitudes and latitudes.
+// The area of a tile as longitudes and latitudes.
 DemTile TileOf(const SRF_DOCUMENT& document, int file) {
   const dem::Grid& grid = document.GlobalGrid();
   const dem::TileExtent& extent = document.TilePlaces()[static_cast<std::size_t>(file)].extent;
@@ -54,7 +54,7 @@ static_assert(
     static_cast<int>(HeightStatus::kVoid) == static_cast<int>(dem::HeightStatus::kMissing) &&
     static_cast<int>(HeightStatus::kOutside) == static_cast<int>(dem::HeightStatus::kOutside));
 
-// Degrees to the east from one meridian to another, in [0, 360).
+// The distance eastwards from one meridian to another, in [0, 360) degrees.
 double EastFrom(double west_deg, double east_deg) {
   const double span = east_deg - west_deg;
   return span < 0.0 ? span + 360.0 : span;

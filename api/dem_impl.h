@@ -1,4 +1,4 @@
-// What a Dem holds.
+// The data of a Dem.
 #pragma once
 
 #include <memory>
@@ -16,7 +16,8 @@ namespace quellmark {
 struct Dem::Impl {
   explicit Impl(const std::string& descriptor_path);
 
-  /// The terrain in a box, which is kept for the next call: images are often located in pieces.
+  /// Returns the terrain in a box. It is kept for the next call, because images are often located
+  /// in pieces.
   [[nodiscard]] std::shared_ptr<const imaging::TerrainGrid> TerrainIn(
       const imaging::GeoBox& box) const;
 

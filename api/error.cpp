@@ -18,8 +18,8 @@ struct ClassRow {
 
 using namespace BASIC::TYPES;
 
-// In the order of ErrorClass, which is why no tool may sort the tables; its last three are no
-// classes of the tree.
+// The rows have the order of ErrorClass, so no tool may sort them. The last three values have no
+// class in the core.
 // clang-format off
 const ClassRow kRows[] = {
     {typeid(ERROR_EXCEPTION), typeid(ERROR_EXCEPTION), "error occurred"},
@@ -78,7 +78,7 @@ Error::Error(const std::string& what, ErrorDetails details)
     : std::runtime_error(what),
       details_(std::make_shared<const ErrorDetails>(std::move(details))) {}
 
-// Defined here, so that the classes' identities are exported once.
+// Defined here, so that only this library contains the type information of the classes.
 Error::~Error() = default;
 ArgumentError::~ArgumentError() = default;
 PoolError::~PoolError() = default;

@@ -1,4 +1,4 @@
-// The classes of failures that the core throws, as values.
+// Maps the exception classes of the core to values.
 #pragma once
 
 #include <quellmark/error.h>
@@ -7,7 +7,7 @@ class ERROR_EXCEPTION;
 
 namespace quellmark::api {
 
-/// The value that stands for the dynamic class of `error`.
+/// Returns the value for the dynamic class of `error`.
 [[nodiscard]] ErrorClass ErrorClassOf(const ERROR_EXCEPTION& error) noexcept;
 
 }  // namespace quellmark::api

@@ -1,6 +1,6 @@
 #!/bin/sh
-# Makes one object of a static library, in which only the names of its headers are left to link
-# with: the core's own, such as LOG, cannot meet those of a program.
+# Replaces the objects of a static library by one that exports only the names of the public headers.
+# So the core's names, such as LOG, cannot conflict with names of a program.
 # usage: hide_names.sh LIBRARY AR LINKER OBJCOPY
 set -eu
 library=$1 ar=$2 linker=$3 objcopy=$4

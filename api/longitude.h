@@ -1,11 +1,11 @@
-// The one range in which the library gives longitudes.
+// The range of all longitudes that the library returns.
 #pragma once
 
 #include <cmath>
 
 namespace quellmark::api {
 
-/// The longitude [deg] in (-180, 180]. Exact: the remainder of a division is.
+/// Returns the longitude [deg] in (-180, 180]. The result is exact, because std::remainder() is.
 [[nodiscard]] inline double NormalLongitude(double longitude_deg) {
   if (longitude_deg > -180.0 && longitude_deg <= 180.0) return longitude_deg;
   const double rest = std::remainder(longitude_deg, 360.0);

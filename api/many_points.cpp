@@ -28,12 +28,12 @@ static_assert(kPointStatusCount == imaging::kPointStatusCount &&
               static_cast<int>(PointStatus::kBeyondOrbit) ==
                   static_cast<int>(imaging::PointStatus::kBeyondOrbit));
 
-// Both are one byte with the same numbers, and no code sees the same byte as both.
+// Both enumerations are one byte with the same values, and no code reads a byte as both types.
 std::span<imaging::PointStatus> CoreStatus(std::span<PointStatus> status) {
   return {reinterpret_cast<imaging::PointStatus*>(status.data()), status.size()};
 }
 
-// Azimuth times of the core's routines count from the first line.
+// The azimuth times of the core's routines count from the first line.
 imaging::ImageGeometry GeometryOf(const SceneParameters& p, const imaging::StateSource& states) {
   imaging::ImageGeometry image;
   image.first_range_time_s = p.first_range_time_s;
@@ -65,8 +65,8 @@ PointSummary SummaryOf(const imaging::Summary& summary) {
   return {summary.count};
 }
 
-// Gives the box around all ground points of the positions, whatever height from -500 m to 9000 m
-// the terrain has, from a net of positions over their extent.
+// Returns the box around all ground points of the positions, for any terrain height from -500 m to
+// 9000 m. It is computed from a net of positions over their extent.
 imaging::GeoBox BoxAround(const imaging::ImageGeometry& image, const imaging::ImageGrid& extent) {
   constexpr std::size_t kNet = 33;
   constexpr double kMargin_deg = 0.02;
@@ -81,7 +81,7 @@ imaging::GeoBox BoxAround(const imaging::ImageGeometry& image, const imaging::Im
   std::vector<double> latitudes(kNet * kNet);
   double south = 90.0;
   double north = -90.0;
-  double west = 0.0;  // from the first point that is found
+  double west = 0.0;  // relative to the first point found
   double east = 0.0;
   double first = std::numeric_limits<double>::quiet_NaN();
   for (const double height_m : {-500.0, 9000.0}) {
@@ -104,7 +104,7 @@ imaging::GeoBox BoxAround(const imaging::ImageGeometry& image, const imaging::Im
     }
   }
   if (std::isnan(first)) return {};
-  // Between the points of the net the edge may bulge; near a pole it may be anywhere around it.
+  // The edge may bulge between the points of the net, and near a pole in any direction.
   const double bulge = kMargin_deg + 0.03 * (north - south);
   const double highest = std::min(90.0, std::max(std::fabs(south), std::fabs(north)) + bulge);
   const double widening = 1.0 / std::max(1e-6, std::cos(highest / basic::kDegreesPerRadian));
@@ -166,7 +166,7 @@ imaging::GroundOutputs OutputsOf(const GroundPoints& points) {
           .status = CoreStatus(points.status)};
 }
 
-// What the core would refuse as well, in the words of this library.
+// The core would refuse these too, but not with the names of this library.
 void CheckOutputs(std::size_t count, const GroundPoints& p) {
   for (const std::span<double> span :
        {p.longitude_deg, p.latitude_deg, p.height_m, p.incidence_deg, p.heading_deg, p.look_deg,

@@ -1,4 +1,4 @@
-// What an Orbit holds.
+// The data of an Orbit.
 #pragma once
 
 #include <memory>
@@ -22,9 +22,9 @@ using CoreOrbit = GENERAL_ORBIT<double, VECTOR_3D<double>>;
 }  // namespace api
 
 struct Orbit::Impl {
-  /// Takes an orbit that was read.
+  /// Takes over an orbit that was read.
   Impl(api::CoreOrbit core_orbit, std::string interpolation_text);
-  /// The orbit that a scene has read from `pool`.
+  /// Makes the orbit that a scene has read from `pool`.
   [[nodiscard]] static std::shared_ptr<const Impl> Of(const api::CoreOrbit& orbit,
                                                       PARAMETER_POOL& pool);
 

@@ -22,7 +22,8 @@ using api::Call;
 using api::Concern;
 using runtime::Fail;
 
-// The types of the entries of a file are few and come in rows: the last one is tried first.
+// Finds types by name. It tries the type of the previous entry first, because neighbours often have
+// the same type.
 class TypeFinder {
  public:
   ValueType Find(std::string_view name) {
@@ -38,7 +39,7 @@ class TypeFinder {
   ValueType type_ = ValueType::kUnknown;
 };
 
-// A log of this thread that takes nothing.
+// A log for this thread that drops all lines.
 LOG& Silence() {
   thread_local LOG log([](LOG::Level, std::string_view) {}, LOG::Level::kSilent);
   return log;
@@ -54,7 +55,7 @@ std::string ReadWhole(const std::string& path) {
   text.resize(static_cast<std::size_t>(status.st_size));
   std::size_t held = 0;
   while (true) {
-    if (held == text.size()) text.resize(held + 4096);  // it may grow meanwhile
+    if (held == text.size()) text.resize(held + 4096);  // the file may grow meanwhile
     const ssize_t got = ::read(file.fd.Get(), text.data() + held, text.size() - held);
     if (got < 0 && errno == EINTR) continue;
     if (got < 0) {
@@ -96,7 +97,8 @@ struct Pool::Content {
   std::vector<Entry> entries;
 
  private:
-  // Open addressing; a slot holds the number of an entry, from 1, or 0.
+  // A hash table with open addressing. A slot holds the number of an entry, from 1, or 0 if it is
+  // free.
   using Slot = std::uint32_t;
 
   void MakeIndex();
@@ -110,7 +112,7 @@ struct Pool::Content {
 
 Pool::Content::Content(std::string name, std::string content)
     : path(std::move(name)), text(std::move(content)) {
-  constexpr std::size_t kUsualEntry = 80;  // room that is not used costs nothing
+  constexpr std::size_t kUsualEntry = 80;  // unused memory costs nothing
   entries.reserve(text.size() / kUsualEntry);
   pool::EntryScanner scanner(text);
   TypeFinder types;
@@ -150,8 +152,8 @@ Value Pool::Content::Parse(const Entry& entry) const {
     pool::PoolEntry core;
     core.key = entry.key;
     core.type = entry.type_name;
-    // The lines of the entry are nearly always enough, and what is behind them need not be looked
-    // at; only a body that is not indented, or none, leads on.
+    // The lines of the entry are nearly always enough, so nothing after them is read. Only a
+    // missing body, or one that is not indented, requires the rest of the file.
     core.rest = entry.text;
     try {
       const runtime::LogScope silence(Silence());
@@ -189,7 +191,7 @@ Value Pool::Get(std::string_view key) const {
 
 Value Pool::Get(std::string_view key, ValueType type) const {
   const Entry* entry = Find(key);
-  if (entry == nullptr) return Get(key);  // refused there
+  if (entry == nullptr) return Get(key);  // throws
   if (entry->type != type || type == ValueType::kUnknown) {
     return Call(content_->SubjectOf(*entry), [&]() -> Value {
       Fail<WRONG_PARAMETER_TYPE>("parameter pool: parameter key >> ", key, " << type ",
@@ -206,7 +208,7 @@ std::vector<std::string> Pool::CommentsOf(const Entry& entry) const {
   for (std::string_view rest = entry.comment_text; !rest.empty();) {
     const std::size_t end = rest.find_first_of("\r\n");
     const std::string_view line = rest.substr(0, end);
-    if (!line.empty()) lines.emplace_back(line.substr(1));  // an empty one is within CR LF
+    if (!line.empty()) lines.emplace_back(line.substr(1));  // between CR and LF it is empty
     rest.remove_prefix(end == std::string_view::npos ? rest.size() : end + 1);
   }
   return lines;

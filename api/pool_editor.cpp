@@ -27,7 +27,7 @@ using api::Concern;
 using basic::UniqueFd;
 using runtime::Fail;
 
-// Gives the kind of what stands at `path`: 0 for nothing.
+// Returns the kind of the file at `path`, or 0 if there is none.
 mode_t KindOf(const std::string& path, mode_t& permissions) {
   struct stat status {};
   if (::stat(path.c_str(), &status) != 0) return 0;
@@ -40,7 +40,7 @@ mode_t KindOf(const std::string& path, mode_t& permissions) {
                                  "\n");
 }
 
-// A file beside `path` that takes its name once it is whole, or else goes.
+// A new file beside `path`, which gets that name once it is complete. Otherwise it is removed.
 class NewFile {
  public:
   explicit NewFile(const std::string& path) : path_(path) {
@@ -52,7 +52,7 @@ class NewFile {
     fd_ =
         UniqueFd(::open(temporary_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, permissions));
     if (!fd_.IsOpen()) FailWriting(path, errno);
-    // A file that is replaced keeps its permissions, whatever the mask of this process is.
+    // The permissions of a replaced file are kept, even against the umask of this process.
     if (kind != 0) static_cast<void>(::fchmod(fd_.Get(), permissions));
   }
   NewFile(const NewFile&) = delete;
@@ -82,7 +82,7 @@ struct Item {
   std::string key;
   pool::AnyValue value;
   std::vector<std::string> comments;
-  std::string text;  // its lines in a file
+  std::string text;  // its lines for the file
 };
 
 }  // namespace
@@ -104,7 +104,7 @@ struct PoolEditor::Entries {
   }
 
   std::vector<Item> items;
-  std::unordered_map<std::string, std::size_t> places;  // of the keys in `items`
+  std::unordered_map<std::string, std::size_t> places;  // positions of the keys in `items`
 };
 
 PoolEditor::PoolEditor() : entries_(std::make_unique<Entries>()) {}
@@ -144,7 +144,7 @@ std::size_t PoolEditor::Size() const noexcept { return entries_->items.size(); }
 void PoolEditor::Update(const std::string& path) const {
   Call({.concern = Concern::kPool, .file = path}, [&] {
     mode_t permissions = 0;
-    if (KindOf(path, permissions) == 0) {  // the core would make it
+    if (KindOf(path, permissions) == 0) {  // the core would create it
       Fail<CAN_NOT_OPEN_POOL>("can not open parameter file ", path, ": ", std::strerror(ENOENT),
                               "\n");
     }

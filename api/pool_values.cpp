@@ -11,7 +11,7 @@
 namespace quellmark::api {
 namespace {
 
-// From the core. The overloads call one another, so that all are declared before the first use.
+// From the core. All overloads are declared first, because they call each other.
 
 template <class T>
 requires std::is_arithmetic_v<T>
@@ -64,7 +64,7 @@ auto Convert(const MATRIX<T>& matrix) {
       matrix.Columns().Length(), std::move(values)};
 }
 
-// To the core: each value becomes a `To`.
+// To the core. Each function returns a `To`.
 
 struct ToCoreValue {
   std::string_view key;
@@ -135,7 +135,7 @@ struct ToCoreValue {
   }
 };
 
-// That the two lists of types have the same order is checked here, type by type.
+// Checks that the two lists of types have the same order.
 template <std::size_t kId>
 Value FromCoreAt(const pool::AnyValue& value) {
   auto converted = Convert(*std::get_if<kId>(&value));

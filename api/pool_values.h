@@ -1,4 +1,4 @@
-// Between the values of the core's pool entries and those of the library.
+// Converts between the values of the core's pool entries and those of the library.
 #pragma once
 
 #include "pool/value_type.h"
@@ -8,8 +8,8 @@ namespace quellmark::api {
 
 /// The value with the same index.
 [[nodiscard]] Value FromCore(const pool::AnyValue& value);
-/// The value with the same index. Throws INVALID_PARAMETER_VALUE after an ALARM line under `key`
-/// for a size that does not fit, ERROR_NO_MEMORY.
+/// Returns the value with the same index. Throws INVALID_PARAMETER_VALUE after an ALARM line that
+/// names `key` if sizes do not fit, and ERROR_NO_MEMORY.
 [[nodiscard]] pool::AnyValue ToCore(std::string_view key, const Value& value);
 
 }  // namespace quellmark::api

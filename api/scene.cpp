@@ -29,7 +29,7 @@ SceneParameters ParametersOf(const app::SceneParameters& values) {
           .local_height_m = values.local_height_m};
 }
 
-// A pool's values are taken as they are; a caller's own are checked for slips.
+// Checks the values of a caller. Values from a pool are used as they are, like in the batch step.
 void Check(const SceneParameters& parameters) {
   const auto check = [](double value, bool must_be_positive, const char* name) {
     if (!std::isfinite(value) || (must_be_positive && value <= 0.0)) {
@@ -151,7 +151,7 @@ Location Scene::Locate(double sample, double line) const {
     if (!std::isfinite(sample) || !std::isfinite(line)) {
       api::FailArgument("an image position must be finite");
     }
-    // Throws for a time that is not covered.
+    // StateAt() throws for a time that is not covered.
     static_cast<void>(impl_->orbit.StateAt(AzimuthTimeOf(line)));
     return LocationOf(impl_->scene.LocateOnEllipsoid(sample, line));
   });

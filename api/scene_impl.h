@@ -1,4 +1,4 @@
-// What a Scene holds.
+// The data of a Scene.
 #pragma once
 
 #include <functional>
@@ -10,11 +10,11 @@
 namespace quellmark {
 
 struct Scene::Impl {
-  /// Takes the values that `core_scene` was made of; `core_orbit` is its orbit.
+  /// Takes over the values of a scene and its orbit.
   Impl(app::SceneParameters values, Orbit core_orbit);
 
   using LocateMany = std::function<imaging::Summary(const imaging::ImageGeometry& image)>;
-  /// The frame of every call for many points: hands the image's geometry to `locate`.
+  /// Encloses every call for many points: passes the image's geometry to `locate`.
   [[nodiscard]] PointSummary WithImage(const LocateMany& locate) const;
 
   SAR_SCENE scene;

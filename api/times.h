@@ -1,4 +1,4 @@
-// Between the clocks of computers and the core's times.
+// Converts between the times of clocks and those of the core.
 #pragma once
 
 #include <cstdint>
@@ -7,7 +7,7 @@
 
 namespace quellmark::api {
 
-/// Whole microseconds since 1970 as clocks count them, and the rest of 0..999 nanoseconds.
+/// Whole microseconds since 1970 without leap seconds, and 0..999 nanoseconds.
 struct UnixTime {
   std::int64_t microseconds = 0;
   std::int64_t nanoseconds = 0;

@@ -1,5 +1,5 @@
 /// @file
-/// What is thrown when something fails.
+/// The exceptions of this library.
 #pragma once
 
 #include <cstddef>
@@ -13,8 +13,8 @@
 
 namespace quellmark {
 
-/// What kind of failure it was. Each value beside the last three is a class of the failures that
-/// the batch step reports, with the text by which the step reports it.
+/// The kind of a failure. All values but the last three are the classes of failures of the batch
+/// step, with the text that the step reports.
 enum class ErrorClass : int {
   kError,            ///< "error occurred"
   kMemory,           ///< "allocation error"
@@ -70,26 +70,26 @@ enum class ErrorClass : int {
   kCancelled,            ///< "cancelled"
 };
 
-/// The text of the class, as it stands beside it above.
+/// Returns the text of the class, as listed above.
 [[nodiscard]] QM_API std::string_view MessageOf(ErrorClass error_class) noexcept;
-/// The class that `error_class` is a special case of; itself for those that are none.
+/// Returns the class of which `error_class` is a special case, or itself if there is none.
 [[nodiscard]] QM_API ErrorClass BaseOf(ErrorClass error_class) noexcept;
-/// Whether `error_class` is `base` or, by any number of steps, a special case of it: every
-/// pool failure is a kPool, every failure of the step's own a kError.
+/// Whether `error_class` is `base` or a direct or indirect special case of it. All failures of
+/// pools are kPool; all but the last three values are kError.
 [[nodiscard]] QM_API bool IsA(ErrorClass error_class, ErrorClass base) noexcept;
 
 /// Everything about one failure.
 struct ErrorDetails {
-  ErrorClass error_class = ErrorClass::kError;  ///< its kind
-  std::string file;                             ///< the file that it is about; empty if none is
-  std::string key;                              ///< the pool key that it is about; empty if none is
+  ErrorClass error_class = ErrorClass::kError;  ///< kind of the failure
+  std::string file;                             ///< the file concerned, or ""
+  std::string key;                              ///< the pool key concerned, or ""
   std::size_t line = 0;                         ///< the line of that key, from 1; 0 if unknown
-  std::vector<std::string> log_lines;           ///< what was logged on the way, oldest first
+  std::vector<std::string> log_lines;           ///< the log lines of the failure, oldest first
 };
 
-/// The base of everything that this library throws; what() is one line that says what failed, in
-/// which file and under which key. Copies are cheap and never throw. Memory that can not be had is
-/// an Error of the class kNoMemory.
+/// The base of all exceptions of this library. what() is one line that says what failed, in which
+/// file and under which key. Copies are cheap and never throw. A lack of memory is an Error of the
+/// class kNoMemory.
 class QM_API Error : public std::runtime_error {
  public:
   /// Takes over the details; `what` is the line for what().
@@ -100,11 +100,11 @@ class QM_API Error : public std::runtime_error {
   Error& operator=(const Error&) noexcept = default;
   ~Error() override;
 
-  /// Its kind.
+  /// The kind of the failure.
   [[nodiscard]] ErrorClass Class() const noexcept { return details_->error_class; }
-  /// The file that it is about; empty if none is.
+  /// The file that the failure concerns, or "".
   [[nodiscard]] const std::string& File() const noexcept { return details_->file; }
-  /// The pool key that it is about; empty if none is.
+  /// The pool key that the failure concerns, or "".
   [[nodiscard]] const std::string& Key() const noexcept { return details_->key; }
   /// The line of that key in the file, from 1; 0 if unknown.
   [[nodiscard]] std::size_t Line() const noexcept { return details_->line; }
@@ -117,42 +117,42 @@ class QM_API Error : public std::runtime_error {
   std::shared_ptr<const ErrorDetails> details_;
 };
 
-/// A call that can not be right whatever the data are, such as spans of different lengths.
+/// A call that is wrong for any data, such as one with spans of different lengths.
 class QM_API ArgumentError : public Error {
  public:
   using Error::Error;
   ~ArgumentError() override;
 };
 
-/// A pool: its file, an entry or its update.
+/// A failure of a pool: of its file, an entry or an update.
 class QM_API PoolError : public Error {
  public:
   using Error::Error;
   ~PoolError() override;
 };
 
-/// An orbit: its description, its state vectors, a time that it does not cover.
+/// A failure of an orbit: of its description or state vectors, or a time that it does not cover.
 class QM_API OrbitError : public Error {
  public:
   using Error::Error;
   ~OrbitError() override;
 };
 
-/// A DEM: its descriptor, its tiles, a place without height.
+/// A failure of a DEM: of its descriptor or tiles, or a place without height.
 class QM_API DemError : public Error {
  public:
   using Error::Error;
   ~DemError() override;
 };
 
-/// A scene: its parameters, or an image position that is nowhere on the ground.
+/// A failure of a scene: of its parameters, or an image position without a point on the ground.
 class QM_API SceneError : public Error {
  public:
   using Error::Error;
   ~SceneError() override;
 };
 
-/// The caller's progress function has ended a long call.
+/// The caller's progress function has cancelled a call.
 class QM_API CancelledError : public Error {
  public:
   using Error::Error;

@@ -1,6 +1,6 @@
 /// @file
-/// Marks what the shared library shows to other programs.
+/// Marks the names that the shared library exports.
 #pragma once
 
-/// Stands before everything that is exported; the rest of the library is hidden.
+/// Stands before every exported name. All other names are hidden.
 #define QM_API __attribute__((visibility("default")))

@@ -1,5 +1,5 @@
 /// @file
-/// The lines that the library would log.
+/// Access to the log lines of the library.
 #pragma once
 
 #include <functional>
@@ -9,25 +9,25 @@
 
 namespace quellmark {
 
-/// How important a log line is; the numbers are those of the batch step's options.
+/// The importance of a log line. The numbers are those of the batch step's options.
 enum class LogLevel : int {
   kTrace = 1,      ///< every step of an algorithm
-  kDebug = 2,      ///< files that are opened and written
+  kDebug = 2,      ///< files that were opened or written
   kParameter = 3,  ///< values that were read
   kInfo = 4,       ///< progress and results
   kQaWarning = 5,  ///< the quality of a result is in doubt
-  kWarning = 6,    ///< something was done in another way than asked for
-  kException = 7,  ///< what precedes a failure
+  kWarning = 6,    ///< something was done in a different way than requested
+  kException = 7,  ///< the cause of a failure
   kAlarm = 8,      ///< a failure
 };
 
-/// Takes one log line, without its line end. It is called by the thread that logs, so that several
-/// threads may call it at once; an exception that it throws is dropped.
+/// Receives one log line, without its line end. The thread that logs calls it, so several threads
+/// may call it at the same time. Exceptions that it throws are ignored.
 using LogSink = std::function<void(LogLevel level, std::string_view line)>;
 
-/// Hands all log lines of this library at `threshold` and above to `sink`, from now on and for the
-/// whole process; an empty sink ends that. Without a sink no line is written anywhere. The lines of
-/// a failure are part of its Error in any case.
+/// Passes all log lines of this library from `threshold` on to `sink`, from now on and in the whole
+/// process. An empty sink ends this. Without a sink no line is written anywhere. An Error always
+/// contains the lines of its failure.
 QM_API void SetLogSink(LogSink sink, LogLevel threshold = LogLevel::kInfo);
 
 }  // namespace quellmark

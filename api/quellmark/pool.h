@@ -19,9 +19,9 @@
 
 namespace quellmark {
 
-/// The type of an entry; the numbers and the names in the files are part of the format.
+/// The type of an entry. The numbers, and the names in files, are part of the format.
 enum class ValueType : std::uint8_t {
-  kUnknown,              ///< "UNKNOWN", and every name that is not in this list
+  kUnknown,              ///< "UNKNOWN" or any name that is not in this list
   kBool,                 ///< "BOL"
   kUint8,                ///< "BYT"
   kInt8,                 ///< "INT_8"
@@ -71,16 +71,16 @@ enum class ValueType : std::uint8_t {
   kStringMatrix,         ///< "STR_M"
 };
 
-/// The name by which a type stands in a file, as it stands beside it above.
+/// Returns the name of a type in files, as listed above.
 [[nodiscard]] QM_API std::string_view NameOf(ValueType type) noexcept;
-/// The type of that very name; kUnknown for any other text.
+/// Returns the type of exactly this name, or kUnknown.
 [[nodiscard]] QM_API ValueType TypeFromName(std::string_view name) noexcept;
 
 /// Two values of one type.
 template <class T>
 struct Pair {
-  T first{};   ///< the first one in the line
-  T second{};  ///< the second one in the line
+  T first{};   ///< the first value in the line
+  T second{};  ///< the second value in the line
   /// Whether both are equal.
   friend bool operator==(const Pair&, const Pair&) = default;
 };
@@ -89,21 +89,21 @@ struct Pair {
 template <class T>
 struct Indexed {
   std::int32_t index = 0;  ///< any number
-  T value{};               ///< what stands under it
+  T value{};               ///< the value for this index
   /// Whether both are equal.
   friend bool operator==(const Indexed&, const Indexed&) = default;
 };
 
-/// A vector as pools have them: with the index of its first element, which may be any number.
+/// A vector of a pool, with the index of its first element, which may be any number.
 template <class T>
 struct Vector {
-  std::int32_t first_index = 1;  ///< of values[0]
+  std::int32_t first_index = 1;  ///< index of values[0]
   std::vector<T> values{};       ///< in the order of the indices
   /// Whether indices and values are equal.
   friend bool operator==(const Vector&, const Vector&) = default;
 };
 
-/// A matrix as pools have them: with the indices of its first row and column.
+/// A matrix of a pool, with the indices of its first row and column.
 template <class T>
 struct Matrix {
   std::int32_t first_row = 1;     ///< index of the first row
@@ -115,8 +115,8 @@ struct Matrix {
   friend bool operator==(const Matrix&, const Matrix&) = default;
 };
 
-/// The value of an entry. The alternatives stand in the order of ValueType, so that index() is the
-/// number of the type; an entry of unknown type has no value.
+/// The value of an entry. The alternatives have the order of ValueType, so index() is the number of
+/// the type. An entry of unknown type has no value.
 using Value = std::variant<
     std::monostate, bool, std::uint8_t, std::int8_t, std::int16_t, std::int32_t, std::int64_t,
     float, double, std::string, std::complex<float>, std::complex<double>, Pair<std::int32_t>,
@@ -132,12 +132,12 @@ using Value = std::variant<
 
 static_assert(std::variant_size_v<Value> == static_cast<std::size_t>(ValueType::kStringMatrix) + 1);
 
-/// The type of an entry that holds `value`.
+/// Returns the type of an entry with this value.
 [[nodiscard]] inline ValueType TypeOf(const Value& value) noexcept {
   return static_cast<ValueType>(value.index());
 }
 
-/// A `T` is the value of some type of entry.
+/// Whether a `T` is the value of some type of entry.
 template <class T>
 concept PoolValue = []<class... Ts>(std::type_identity<std::variant<std::monostate, Ts...>>) {
   return (std::is_same_v<T, Ts> || ...);
@@ -151,61 +151,62 @@ inline constexpr ValueType kTypeOf = []<class... Ts>(std::type_identity<std::var
   return static_cast<ValueType>(found ? index : 0);
 }(std::type_identity<Value>());
 
-/// One entry of a pool's file as it was found there. All views are into the pool's text: they live
-/// as long as the pool or a copy of it. Nothing about its value has been checked.
+/// One entry as it stands in a pool's file. All views point into the pool's text and are valid as
+/// long as the pool or a copy of it. The value has not been checked.
 struct Entry {
-  std::string_view key;                  ///< its first 100 characters, which are what counts
-  std::string_view type_name;            ///< as it stands there; empty if there is none
+  std::string_view key;                  ///< at most 100 characters; the rest is ignored
+  std::string_view type_name;            ///< as it stands in the file; empty if there is none
   std::string_view text;                 ///< the entry's lines from the key to the next entry or
                                          ///< comment, with their line ends and empty lines
-  std::string_view comment_text;         ///< the comment lines just above it, with their "#"
-  std::size_t line = 0;                  ///< of the key, from 1
-  ValueType type = ValueType::kUnknown;  ///< what the type's name means
+  std::string_view comment_text;         ///< the comment lines right above it, with "#"
+  std::size_t line = 0;                  ///< line of the key, from 1
+  ValueType type = ValueType::kUnknown;  ///< the type that has this name
   bool is_repeated = false;              ///< an entry before it has this key, and is the one that
                                          ///< counts
 };
 
-/// The content of a pool's file at the moment when it was opened. Opening is one pass over the
-/// file, in time linear in its size; a look-up by key takes the same time in every pool. Values are
-/// parsed when they are asked for. A pool never changes: copies share its content and are cheap,
-/// and several threads may use one pool at once.
+/// The content of a pool's file when it was opened. The time for opening is linear in the size of
+/// the file; the time for a look-up by key does not depend on it. Values are parsed when they are
+/// read. A pool never changes. Copies share its content and are cheap, and several threads may use
+/// one pool at the same time.
 class QM_API Pool {
  public:
-  /// A pool without entries.
+  /// Makes a pool without entries.
   Pool();
-  /// Opens the file for reading alone; it is closed again when this returns.
-  /// @throws PoolError for a path that leads to no regular file that can be read
+  /// Reads the file, which is closed again before this returns.
+  /// @throws PoolError if the path is not a regular file or cannot be read
   [[nodiscard]] static Pool Open(const std::string& path);
-  /// Takes `text` as the content of a file; errors will name it as `name`.
+  /// Uses `text` as the content of a file. Errors call that file `name`.
   [[nodiscard]] static Pool FromText(std::string text, std::string name = "");
 
-  /// The path or name it was opened with.
+  /// The path or name of the file.
   [[nodiscard]] const std::string& Path() const noexcept;
   /// The whole content of the file, byte for byte.
   [[nodiscard]] std::string_view Text() const noexcept;
-  /// All entries in the order of the file, the repeated ones too.
+  /// All entries in the order of the file, including repeated ones.
   [[nodiscard]] std::span<const Entry> Entries() const noexcept;
 
-  /// The entry of that key that counts, which is the first one; null if there is none.
+  /// Returns the first entry of this key, which is the one that counts, or null if there is none.
   [[nodiscard]] const Entry* Find(std::string_view key) const noexcept;
-  /// Whether there is an entry of that key.
+  /// Whether there is an entry of this key.
   [[nodiscard]] bool Has(std::string_view key) const noexcept { return Find(key) != nullptr; }
 
-  /// The value of the entry of that key.
-  /// @throws PoolError of the class kPoolKeyNotFound, kPoolWrongType when the entry is of another
-  ///   type than T, kPoolInvalidValue, kPoolOutOfBounds or kPool when its text is no such value
+  /// Returns the value of the entry of this key.
+  /// @throws PoolError of the class kPoolKeyNotFound; kPoolWrongType if the entry is not of the
+  ///   type of T; kPoolInvalidValue, kPoolOutOfBounds or kPool if its text is not a value of that
+  ///   type
   template <PoolValue T>
   [[nodiscard]] T Get(std::string_view key) const {
     return std::get<T>(Get(key, kTypeOf<T>));
   }
-  /// The value of the entry of that key, of whatever type it is; errors as above.
+  /// Returns the value of the entry of this key, of any type. Throws as above.
   [[nodiscard]] Value Get(std::string_view key) const;
-  /// The value of the entry of that key, which must be of that type; errors as above.
+  /// Returns the value of the entry of this key, which must have this type. Throws as above.
   [[nodiscard]] Value Get(std::string_view key, ValueType type) const;
-  /// The value of one of Entries(), also of a repeated one.
+  /// Returns the value of one of Entries(), which may be a repeated one.
   /// @throws PoolError as above, and kPoolWrongType for an entry of unknown type
   [[nodiscard]] Value Parse(const Entry& entry) const;
-  /// The comments above one of Entries(), line by line, without "#" and line end.
+  /// Returns the comment lines above one of Entries(), without "#" and line end.
   [[nodiscard]] std::vector<std::string> CommentsOf(const Entry& entry) const;
 
  private:
@@ -215,31 +216,32 @@ class QM_API Pool {
   std::shared_ptr<const Content> content_;
 };
 
-/// Collects new and changed entries and writes them into a pool's file, or makes a new one of them.
-/// One editor belongs to one thread at a time.
+/// Collects new and changed entries, and writes them into a pool's file or makes a new file from
+/// them. Only one thread at a time may use an editor.
 class QM_API PoolEditor {
  public:
-  /// Nothing is collected.
+  /// Makes an editor without entries.
   PoolEditor();
-  /// Collects the same entries.
+  /// Copies the collected entries.
   PoolEditor(const PoolEditor& other);
-  /// Takes the entries over; `other` can then be assigned to or destroyed, nothing else.
+  /// Takes over the entries. `other` may then only be assigned to or destroyed.
   PoolEditor(PoolEditor&& other) noexcept;
-  /// Collects the same entries instead of its own.
+  /// Replaces the collected entries by copies.
   PoolEditor& operator=(const PoolEditor& other);
-  /// Takes the entries over, as above.
+  /// Replaces the collected entries by those of `other`, which may then only be assigned to or
+  /// destroyed.
   PoolEditor& operator=(PoolEditor&& other) noexcept;
   ~PoolEditor();
 
-  /// Collects an entry; one of the same key that was collected before is replaced where it stands.
-  /// `comments` are written above it, one line each, with a "#" before each. They do not replace
-  /// those that stand above the entry in a file.
-  /// @throws PoolError for what could not be read back: a key that is empty, begins with "#", holds
-  ///   a blank or a line end or is longer than 100 characters; texts with a line end or a NUL;
-  ///   lines of more than 1024 characters; numbers that are not finite; vectors and matrices whose
-  ///   indices are beyond 32 bits or whose size is not rows x columns; no value
+  /// Collects an entry. It takes the place of an entry of the same key that was collected before.
+  /// `comments` are written above it, one line each, after a "#". They do not replace comments that
+  /// already stand above the entry in a file.
+  /// @throws PoolError if the entry could not be read back: its key is empty, begins with "#",
+  ///   contains a blank or a line end, or is longer than 100 characters; a text contains a line end
+  ///   or a NUL; a line is longer than 1024 characters; a number is not finite; indices of a vector
+  ///   or matrix exceed 32 bits, or a matrix has not rows x columns values; there is no value
   PoolEditor& Set(std::string_view key, Value value, std::vector<std::string> comments = {});
-  /// As above; T decides the type of the entry.
+  /// As above. T determines the type of the entry.
   template <PoolValue T>
   PoolEditor& Set(std::string_view key, T value, std::vector<std::string> comments = {}) {
     return Set(key, Value(std::in_place_type<T>, std::move(value)), std::move(comments));
@@ -248,22 +250,22 @@ class QM_API PoolEditor {
   PoolEditor& Set(std::string_view key, const char* text, std::vector<std::string> comments = {}) {
     return Set(key, Value(std::in_place_type<std::string>, text), std::move(comments));
   }
-  /// Takes a collected entry back; false if there is none of that key. Files are not touched.
+  /// Drops a collected entry; returns false if there is none of this key. Changes no file.
   bool Discard(std::string_view key);
-  /// How many entries are collected.
+  /// The number of collected entries.
   [[nodiscard]] std::size_t Size() const noexcept;
 
-  /// Writes the collected entries into the pool file at `path`, which must exist: entries of the
-  /// same keys are replaced where they stand, the others are appended, everything else stays byte
-  /// for byte as it is. The file keeps its inode, owner and permissions; at every moment either it
-  /// or a copy beside it holds all that was in it. Updates of one file by several processes take
-  /// turns. The entries stay collected.
-  /// @throws PoolError; what the file holds afterwards is told by the log lines
+  /// Writes the collected entries into the pool file at `path`, which must exist. They replace
+  /// entries of the same keys in place; the others are appended. Everything else stays byte for
+  /// byte the same, and the file keeps its inode, owner and permissions. At every moment the file
+  /// or a copy beside it is complete. Several processes that update one file take turns. The
+  /// entries stay collected.
+  /// @throws PoolError, whose log lines say what the file contains afterwards
   void Update(const std::string& path) const;
-  /// The text of a pool file of the collected entries.
+  /// Returns the text of a pool file with the collected entries.
   [[nodiscard]] std::string Text() const;
-  /// Writes Text() to `path`, whole or not at all; a file that stands there is replaced.
-  /// @throws PoolError if it can not be written
+  /// Writes Text() to `path`, completely or not at all. Replaces an existing file.
+  /// @throws PoolError if the file cannot be written
   void Write(const std::string& path) const;
 
  private:

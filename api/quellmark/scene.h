@@ -1,5 +1,5 @@
 /// @file
-/// A scene: where the pixels of a radar image lie on the ground.
+/// A scene: the positions of a radar image's pixels on the ground.
 #pragma once
 
 #include <array>
@@ -19,23 +19,23 @@
 
 namespace quellmark {
 
-/// On which side of the flight direction the image lies.
+/// The side of the flight direction on which the image lies.
 enum class LookSide : int {
   kRight = 1,  ///< to the right
   kLeft = -1,  ///< to the left
 };
 
-/// The values that describe an image, beside its orbit. Sample x has the two-way slant range time
+/// The values that describe an image, without its orbit. Sample x has the two-way slant range time
 /// first_range_time_s + x / range_sampling_frequency_hz, line y the azimuth time
 /// first_azimuth_time_s + y / prf_hz; both count from 0.
 struct SceneParameters {
-  double first_azimuth_time_s = 0.0;         ///< of line 0, after the orbit's reference time
+  double first_azimuth_time_s = 0.0;         ///< of line 0, from the orbit's reference time
   double first_range_time_s = 0.0;           ///< two-way, of sample 0
   double prf_hz = 0.0;                       ///< lines per second
   double range_sampling_frequency_hz = 0.0;  ///< samples per second
-  std::int32_t samples = 0;                  ///< in a line, at least 1
+  std::int32_t samples = 0;                  ///< samples per line, at least 1
   std::int32_t lines = 0;                    ///< at least 1
-  LookSide look_side = LookSide::kRight;     ///< where the antenna looks
+  LookSide look_side = LookSide::kRight;     ///< the side of the antenna
   double radar_frequency_hz = 0.0;           ///< of the carrier
   double local_height_m = 0.0;               ///< of the ground above the ellipsoid
 };
@@ -43,7 +43,7 @@ struct SceneParameters {
 /// The 23 results of the batch step, named as their pool keys. Angles are in degrees, longitudes in
 /// (-180, 180]; "first" and "last" are lines, "near" and "far" the first and the last sample.
 struct SceneResults {
-  double center_longitude = 0.0;            ///< of (samples / 2, lines / 2), halves cut [deg]
+  double center_longitude = 0.0;            ///< of (samples / 2, lines / 2), rounded down [deg]
   double center_latitude = 0.0;             ///< geodetic [deg]
   double first_near_lon = 0.0;              ///< [deg]
   double first_near_lat = 0.0;              ///< [deg]
@@ -57,7 +57,7 @@ struct SceneResults {
   double inc_angle_near = 0.0;              ///< at the middle line [deg]
   double inc_angle_mid = 0.0;               ///< the same as inc_angle_center [deg]
   double inc_angle_far = 0.0;               ///< at the middle line [deg]
-  double zero_doppler_velocity_near = 0.0;  ///< of the point on the ground [m/s]
+  double zero_doppler_velocity_near = 0.0;  ///< velocity along the ground [m/s]
   double zero_doppler_velocity_mid = 0.0;   ///< [m/s]
   double zero_doppler_velocity_far = 0.0;   ///< [m/s]
   double b_param_near = 0.0;                ///< B-parameter [m^2/s^2]
@@ -68,10 +68,10 @@ struct SceneResults {
   double fm_rate_far = 0.0;                 ///< [1/s^2]
 };
 
-/// One of the results, for programs that go through all of them.
+/// One of the results, for loops over all of them.
 struct ResultField {
   std::string_view key;         ///< its pool key
-  double SceneResults::*value;  ///< where it stands
+  double SceneResults::*value;  ///< its member
   bool is_float;                ///< the batch step writes it in single precision
 };
 
@@ -102,40 +102,40 @@ inline constexpr std::array<ResultField, 23> kResultFields = {{
     {"fm_rate_far", &SceneResults::fm_rate_far, false},
 }};
 
-/// What became of one point of many.
+/// The status of one of many points.
 enum class PointStatus : std::uint8_t {
   kFound = 0,           ///< found
-  kLayover = 1,         ///< found; the terrain is met more than once, this is the highest place
-  kNoTerrain = 2,       ///< found on the ellipsoid at the scene's height: no terrain height there
-  kNoIntersection = 3,  ///< the range meets no ground that is in view on the look side; NaN
+  kLayover = 1,         ///< found; the highest of several places on the terrain
+  kNoTerrain = 2,       ///< found, but at the scene's height, as the DEM has none there
+  kNoIntersection = 3,  ///< no visible ground on the look side has this range; NaN
   kBeyondOrbit = 4,     ///< the orbit does not cover the time; NaN
-  kWrongSide = 5,       ///< ground to image: on the side where the antenna does not look; NaN
+  kWrongSide = 5,       ///< ground to image: not on the side of the antenna; NaN
   kOutOfView = 6,       ///< ground to image: beyond the horizon; NaN
-  kBadInput = 7,        ///< a number of the point is not finite, or a height is absurd; NaN
+  kBadInput = 7,        ///< a number is not finite, or a height is impossible; NaN
   kNotComputed = 8,     ///< the call was cancelled before this point; NaN
 };
 
-/// How many values PointStatus has.
+/// The number of values of PointStatus.
 inline constexpr std::size_t kPointStatusCount = 9;
 
-/// A short English text, such as "beyond the orbit".
+/// Returns a short English text, such as "beyond the orbit".
 [[nodiscard]] QM_API std::string_view TextOf(PointStatus status) noexcept;
-/// Whether the numbers of a point with that status are what was asked for.
+/// Whether a point with this status has the requested numbers.
 [[nodiscard]] constexpr bool IsAnswer(PointStatus status) noexcept {
   return status == PointStatus::kFound || status == PointStatus::kLayover;
 }
 
-/// How many points of a call have which status.
+/// The number of points with each status in a call.
 struct PointSummary {
   std::array<std::uint64_t, kPointStatusCount> count{};  ///< by the number of the status
 
-  /// The points with that status.
+  /// The number of points with this status.
   [[nodiscard]] std::uint64_t Of(PointStatus status) const noexcept {
     return count[static_cast<std::size_t>(status)];
   }
 };
 
-/// What is known about one image position.
+/// The results for one image position.
 struct Location {
   double longitude_deg = 0.0;             ///< geodetic, in (-180, 180]
   double latitude_deg = 0.0;              ///< geodetic
@@ -146,8 +146,8 @@ struct Location {
   double fm_rate = 0.0;                   ///< of the azimuth signal [1/s^2]
 };
 
-/// Where ImageToGround() writes. Each span is either empty, and then that quantity is not computed,
-/// or has one element for each position. What has no answer is NaN.
+/// The outputs of ImageToGround(). A span is either empty, and its quantity is then not computed,
+/// or has one element for each position. Values without an answer are NaN.
 struct GroundPoints {
   std::span<double> longitude_deg{};  ///< geodetic, in (-180, 180]
   std::span<double> latitude_deg{};   ///< geodetic
@@ -161,65 +161,66 @@ struct GroundPoints {
   std::span<double> zero_doppler_velocity_ms{};  ///< of the point along the ground [m/s]
   std::span<double> b_parameter{};               ///< [m^2/s^2]
   std::span<double> fm_rate{};                   ///< of the azimuth signal [1/s^2]
-  std::span<PointStatus> status{};               ///< what became of each point
+  std::span<PointStatus> status{};               ///< status of each point
 };
 
-/// Where GroundToImage() writes; as GroundPoints.
+/// The outputs of GroundToImage(), with the same rules as GroundPoints.
 struct ImagePoints {
   std::span<double> sample{};  ///< from 0; may lie outside the image
   std::span<double> line{};    ///< from 0; may lie outside the image
   std::span<double>
       azimuth_time_s{};               ///< of the closest approach, after the orbit's reference time
   std::span<double> slant_range_m{};  ///< at that time
-  std::span<PointStatus> status{};    ///< what became of each point
+  std::span<PointStatus> status{};    ///< status of each point
 };
 
-/// Image positions on a regular grid, line by line: position k of the whole is sample
+/// Image positions on a regular grid, line by line. Position k is sample
 /// first_sample + (k % samples) * sample_step and line first_line + (k / samples) * line_step.
 struct ImageGrid {
   double first_sample = 0.0;  ///< from 0
   double sample_step = 1.0;   ///< may be a fraction or negative
-  std::size_t samples = 0;    ///< positions in a line of the grid
+  std::size_t samples = 0;    ///< positions per line of the grid
   double first_line = 0.0;    ///< from 0
   double line_step = 1.0;     ///< may be a fraction or negative
-  std::size_t lines = 0;      ///< lines of the grid
+  std::size_t lines = 0;      ///< number of lines of the grid
 
-  /// How many positions it has.
+  /// The number of positions.
   [[nodiscard]] constexpr std::size_t Size() const noexcept { return samples * lines; }
 };
 
-/// Is told how many of all points are done, now and then and by the thread that made the call;
-/// gives false to end it.
+/// Receives the number of points done so far, and returns false to cancel the call. The thread that
+/// made the call calls it from time to time.
 using Progress = std::function<bool(std::size_t done, std::size_t total)>;
 
-/// How ImageToGround() works. At most one of the first three may be given; without any of them the
+/// Options of ImageToGround(). At most one of the first three may be set. Without any of them the
 /// ground lies at the scene's local height.
 struct GroundOptions {
-  std::optional<double> height_m{};     ///< of all points above the ellipsoid
-  std::span<const double> heights_m{};  ///< of each point above the ellipsoid
+  std::optional<double> height_m{};     ///< height of all points above the ellipsoid
+  std::span<const double> heights_m{};  ///< height of each point above the ellipsoid
   const Dem* dem = nullptr;             ///< the ground is this terrain
-  /// Heights raise both axes of the ellipsoid, as the batch step does, and are not measured along
-  /// its normal: up to 2.2 cm on the ground at 9 km. Not for a DEM.
+  /// If true, heights raise both axes of the ellipsoid, as in the batch step, instead of being
+  /// measured along its normal. The difference on the ground is up to 2.2 cm at a height of 9 km.
+  /// Not allowed with a DEM.
   bool raised_ellipsoid = false;
   int threads = 1;      ///< to use; 0 is one for each processor. The results do not depend on it
   Progress progress{};  ///< may be empty
 };
 
-/// How GroundToImage() works.
+/// Options of GroundToImage().
 struct ImageOptions {
   int threads = 1;      ///< to use; 0 is one for each processor. The results do not depend on it
   Progress progress{};  ///< may be empty
 };
 
-/// A scene: the timing and size of an image and the orbit of its sensor. A scene never changes:
-/// copies share it and are cheap, and several threads may use one scene at once. All points are on
-/// or above the WGS84 ellipsoid (a = 6378137 m, b = 6356752.315 m).
+/// A scene: the timing and size of an image and the orbit of its sensor. A scene never changes.
+/// Copies share its data and are cheap, and several threads may use one scene at the same time. All
+/// points are on or above the WGS84 ellipsoid (a = 6378137 m, b = 6356752.315 m).
 class QM_API Scene {
  public:
-  /// Opens the scene pool at `path`, for reading alone.
+  /// Reads the scene pool at `path`.
   /// @throws PoolError, OrbitError, SceneError
   [[nodiscard]] static Scene Open(const std::string& path);
-  /// Makes a scene of its values.
+  /// Makes a scene from its values.
   /// @throws SceneError for values that are not finite, frequencies that are not positive and
   ///   images without samples or lines
   Scene(const SceneParameters& parameters, Orbit orbit);
@@ -229,40 +230,42 @@ class QM_API Scene {
   /// The orbit of its sensor.
   [[nodiscard]] const Orbit& SensorOrbit() const noexcept;
 
-  /// The azimuth time of a line [s after the orbit's reference time].
+  /// Returns the azimuth time of a line [s after the orbit's reference time].
   [[nodiscard]] double AzimuthTimeOf(double line) const noexcept;
-  /// The two-way slant range time of a sample [s].
+  /// Returns the two-way slant range time of a sample [s].
   [[nodiscard]] double RangeTimeOf(double sample) const noexcept;
-  /// The slant range of a sample [m].
+  /// Returns the slant range of a sample [m].
   [[nodiscard]] double SlantRangeOf(double sample) const noexcept;
 
-  /// The results that the batch step computes for this scene, in double precision. Those that it
-  /// writes in single precision are these, rounded; longitudes before they are brought below 180.
-  /// Nothing is written. Like the step it goes on beyond the orbit's last state vector.
+  /// Computes the results of the batch step for this scene, in double precision. The step rounds
+  /// some of them to single precision. Its longitudes are rounded first and reduced to (-180, 180]
+  /// afterwards. Writes no file. Like the step it extrapolates the orbit if necessary.
   /// @throws SceneError, OrbitError
   [[nodiscard]] SceneResults Results() const;
-  /// One image position at the scene's local height, as the batch step locates it; fractions and
+  /// Locates one image position at the scene's local height, as the batch step does. Fractions and
   /// positions outside the image are allowed.
   /// @throws SceneError for a position without a point on the ground, OrbitError for a line whose
   ///   time the orbit does not cover
   [[nodiscard]] Location Locate(double sample, double line) const;
 
-  /// Image positions to the ground; samples[i] and lines[i] are one position. Points that have no
-  /// answer are marked in `points.status` and never thrown.
-  /// @throws ArgumentError for spans of different lengths, a height twice and a negative number of
-  ///   threads
-  /// @throws CancelledError when `options.progress` gave false; points that were not reached are
-  ///   marked so
-  /// @throws DemError when a tile of the DEM can not be read
+  /// Locates image positions on the ground; samples[i] and lines[i] are one position. Points
+  /// without an answer are marked in `points.status` and cause no exception.
+  /// @throws ArgumentError for spans of different lengths, heights that are set twice and a
+  ///   negative number of threads
+  /// @throws CancelledError if `options.progress` returned false; the remaining points have the
+  ///   status kNotComputed
+  /// @throws DemError if a tile of the DEM cannot be read
   PointSummary ImageToGround(std::span<const double> samples, std::span<const double> lines,
                              const GroundPoints& points, const GroundOptions& options = {}) const;
-  /// As above for the positions of a grid, which is faster: the sensor stands still along a line.
+  /// As above for the positions of a grid. This is faster, because the sensor has one position per
+  /// line.
   PointSummary ImageToGround(const ImageGrid& grid, const GroundPoints& points,
                              const GroundOptions& options = {}) const;
 
-  /// Places on the ground to image positions, by the time when the sensor passes them at zero
-  /// Doppler. Longitudes may be given in any turn; heights are above the ellipsoid.
-  /// @throws ArgumentError, CancelledError as ImageToGround()
+  /// Finds the image positions of places on the ground, at the time when the sensor passes them at
+  /// zero Doppler. Longitudes may differ by multiples of 360 degrees. Heights are above the
+  /// ellipsoid.
+  /// @throws ArgumentError and CancelledError as in ImageToGround()
   PointSummary GroundToImage(std::span<const double> longitudes_deg,
                              std::span<const double> latitudes_deg,
                              std::span<const double> heights_m, const ImagePoints& points,

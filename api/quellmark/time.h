@@ -1,5 +1,5 @@
 /// @file
-/// The texts of times.
+/// Conversions of times from and to texts.
 #pragma once
 
 #include <cstdint>
@@ -10,27 +10,29 @@
 
 namespace quellmark {
 
-/// What the epochs and the reference time of an orbit are.
+/// The kind of an orbit's epochs and reference time.
 enum class TimeKind : int {
   kSeconds,         ///< plain numbers of seconds
   kMissionElapsed,  ///< mission elapsed times, "+0001/02:03:04.567890" (days, hours, minutes, ...)
   kUtc,             ///< UTC
 };
 
-/// Elapsed seconds [s] from 1980-01-06T00:00:00 UTC to a time in UTC, inserted seconds included
-/// (the table of them ends in 2015). The text is "2022-04-14T10:22:11.755370Z", with up to six
+/// Returns the elapsed seconds from 1980-01-06T00:00:00 UTC to a time in UTC, including leap
+/// seconds (whose table ends in 2015). The text is "2022-04-14T10:22:11.755370Z", with up to six
 /// digits after the point and with or without the Z, or "14-APR-2022/10:22:11.755370".
-/// @throws ArgumentError for a text that is no time
+/// @throws ArgumentError for a malformed text
 [[nodiscard]] QM_API double SecondsFromUtc(std::string_view text);
-/// The other way round: "2022-04-14T10:22:11.755370Z", to the nearest microsecond.
-/// @throws ArgumentError for a number that is not finite or beyond the calendar's years
+/// The inverse of SecondsFromUtc(): returns "2022-04-14T10:22:11.755370Z", to the nearest
+/// microsecond.
+/// @throws ArgumentError for a number that is not finite or beyond the years of the calendar
 [[nodiscard]] QM_API std::string UtcFromSeconds(double seconds);
 
-/// Nanoseconds since 1970-01-01T00:00:00 UTC as clocks count them, which is without the inserted
-/// seconds, of a time in UTC as SecondsFromUtc() takes it.
-/// @throws ArgumentError for a text that is no time, and outside the years 1678 to 2261
+/// Returns the nanoseconds from 1970-01-01T00:00:00 UTC to a time in UTC, in a form that
+/// SecondsFromUtc() accepts. They are counted as clocks do, without leap seconds.
+/// @throws ArgumentError for a malformed text, and outside the years 1678 to 2261
 [[nodiscard]] QM_API std::int64_t UnixNanosecondsFromUtc(std::string_view text);
-/// The other way round, cut to whole microseconds: "2022-04-14T10:22:11.755370Z".
+/// The inverse of UnixNanosecondsFromUtc(): returns "2022-04-14T10:22:11.755370Z", rounded down to
+/// whole microseconds.
 [[nodiscard]] QM_API std::string UtcFromUnixNanoseconds(std::int64_t nanoseconds);
 
 }  // namespace quellmark
