@@ -1,7 +1,8 @@
 #!/bin/sh
-# Runs what the packages installed on a shipped scene: the step, the tools, a program of the library
-# by CMake and by pkg-config, and the Python module.
-# usage: packaging/try.sh ROOT FOLDER   (ROOT is / or where the packages lie unpacked; FOLDER is new)
+# Tries everything that the packages install on a shipped scene: the step, the tools, a program that
+# is built with the library by CMake and by pkg-config, and the Python module.
+# usage: packaging/try.sh ROOT FOLDER   (ROOT is / or the folder with the unpacked packages; FOLDER
+# must not exist)
 set -eu
 usr=$(realpath "$1")
 usr=${usr%/}/usr

@@ -1,4 +1,4 @@
-// What the parts of the Python module share.
+// Functions that the sources of the Python module share.
 #pragma once
 
 #include <cstddef>
@@ -16,7 +16,7 @@ namespace quellmark::python {
 
 namespace py = pybind11;
 
-/// One-dimensional arrays that Python hands over; quellmark/__init__.py has made them contiguous.
+/// One-dimensional arrays from Python, which quellmark/__init__.py has made contiguous.
 template <class T>
 using Flat = py::array_t<T, py::array::c_style | py::array::forcecast>;
 
@@ -26,18 +26,18 @@ template <class T>
   return {array.data(), static_cast<std::size_t>(array.size())};
 }
 
-/// A Python text; bytes that are not UTF-8 come back unharmed from BytesOf().
+/// Makes a Python text. BytesOf() returns the same bytes again, even if they are not UTF-8.
 [[nodiscard]] py::str TextOf(std::string_view bytes);
-/// The bytes of a Python text.
-/// @throws error_already_set for what is no text
+/// Returns the bytes of a Python text.
+/// @throws error_already_set for an object that is no text
 [[nodiscard]] std::string BytesOf(py::handle text);
 
-/// Asks Python for signals and tells `function`, unless it is None, how much is done.
-/// @return false when the call is to end; a Python exception may be set then
+/// Handles pending Python signals and calls `function`, unless it is None, with the progress.
+/// @return false if the call must end; a Python exception may then be set
 [[nodiscard]] bool GoesOn(const py::object& function, std::size_t done, std::size_t total);
 
-/// Runs `work(progress)` without the interpreter's lock. What a signal handler or `function` raises
-/// ends it and is thrown.
+/// Runs `work(progress)` without the interpreter's lock. An exception of a signal handler or of
+/// `function` ends it and is thrown.
 template <class Work>
 auto Interruptible(const py::object& function, Work&& work) {
   try {
@@ -53,7 +53,7 @@ auto Interruptible(const py::object& function, Work&& work) {
 }
 
 /// Calls `work(first, count)` for blocks of `total` elements without the interpreter's lock;
-/// signals are looked at in between.
+/// signals are handled in between.
 template <class Work>
 void InBlocks(std::size_t total, Work&& work) {
   constexpr std::size_t kBlock = 65536;

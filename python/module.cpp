@@ -1,5 +1,5 @@
-// The module quellmark._core: the calls of the C++ library on flat arrays. The package around it
-// gives them their shapes.
+// The module quellmark._core: the calls of the C++ library on flat arrays. The Python package
+// around it handles shapes.
 #include <string>
 
 #include "python/bind.h"
@@ -34,7 +34,7 @@ bool GoesOn(const py::object& function, std::size_t done, std::size_t total) {
 
 namespace {
 
-// The class in quellmark/_errors.py.
+// The name of the class in quellmark/_errors.py.
 const char* PythonNameOf(const Error& error) {
   if (error.Class() == ErrorClass::kPoolKeyNotFound) return "KeyNotFoundError";
   if (dynamic_cast<const ArgumentError*>(&error) != nullptr) return "ArgumentError";
@@ -58,7 +58,7 @@ void Raise(const Error& error) {
 }  // namespace
 
 void BindErrors() {
-  // The library asks for this very signature.
+  // pybind11 requires this signature.
   // NOLINTNEXTLINE(performance-unnecessary-value-param)
   py::register_exception_translator([](std::exception_ptr thrown) {
     try {

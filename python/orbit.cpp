@@ -1,4 +1,4 @@
-// Orbits and terrain.
+// Binds orbits and DEMs.
 #include <array>
 #include <cmath>
 #include <memory>
@@ -15,7 +15,7 @@ namespace {
 
 constexpr py::ssize_t kComponents = 3;
 
-// The (n, 3) array of one part of all states, which shares their memory.
+// Returns one part of all states as an (n, 3) array that shares their memory.
 py::array PartOf(const std::vector<OrbitState>& states, Vector3 OrbitState::*part,
                  const py::capsule& owner) {
   static const OrbitState none;
@@ -68,11 +68,11 @@ Flat<double> TimesOf(const Orbit& orbit, const Flat<std::int64_t>& nanoseconds) 
   return times;
 }
 
-// The seconds since the reference time without the inserted ones are right but for those between,
-// which the second look finds.
+// The first result ignores leap seconds after the reference time. The second step corrects it by
+// the difference that remains.
 Flat<std::int64_t> NanosecondsOf(const Orbit& orbit, const Flat<double>& times_s) {
   constexpr double kNanoseconds = 1e9;
-  constexpr double kFarthest_s = 9.2e9;  // from 1970, of the 9.22e9 that 64 bits hold
+  constexpr double kFarthest_s = 9.2e9;  // from 1970; 64 bits hold 9.22e9 s
   const std::int64_t reference = UnixNanosecondsFromUtc(orbit.ReferenceTime());
   Flat<std::int64_t> nanoseconds(times_s.size());
   for (py::ssize_t i = 0; i < times_s.size(); ++i) {
@@ -92,7 +92,7 @@ py::tuple HeightsAt(const Dem& dem, const Flat<double>& longitudes, const Flat<d
   Flat<double> heights(longitudes.size());
   Flat<std::uint8_t> status(longitudes.size());
   const std::span<double> heights_m(heights.mutable_data(), SpanOf(longitudes).size());
-  // The elements of an array of bytes may be any enumeration of that size.
+  // An enumeration of one byte may be stored in an array of bytes.
   const std::span<HeightStatus> what(reinterpret_cast<HeightStatus*>(status.mutable_data()),
                                      heights_m.size());
   InBlocks(heights_m.size(), [&](std::size_t first, std::size_t count) {

@@ -1,5 +1,5 @@
-// Parameter pools. Every value crosses as its numbers or texts in one flat array or list, with
-// indices, origin and shape beside it; quellmark/_pool.py makes Python values of them.
+// Binds parameter pools. A value is passed as one flat array or list of its numbers or texts, with
+// indices, origin and shape; quellmark/_pool.py makes Python values of these.
 #include <algorithm>
 #include <array>
 #include <complex>
@@ -16,7 +16,7 @@
 namespace quellmark::python {
 namespace {
 
-// Numbers and texts on their way to Python.
+// Converts numbers and texts to Python.
 template <class T>
 py::object ColumnOf(const std::vector<T>& values) {
   if constexpr (std::is_same_v<T, std::string>) {
@@ -30,7 +30,7 @@ py::object ColumnOf(const std::vector<T>& values) {
   }
 }
 
-// And back.
+// Converts them from Python.
 template <class T>
 std::vector<T> ValuesOf(const py::object& column) {
   std::vector<T> values;
@@ -48,7 +48,7 @@ struct Columns {
   py::object indices = py::none();
 };
 
-// How elements of the type T are laid out in columns.
+// The layout of elements of the type T in columns.
 template <class T>
 struct Element {
   static Columns Split(const std::vector<T>& elements) { return {ColumnOf(elements)}; }
@@ -98,7 +98,7 @@ struct Element<Indexed<T>> {
 
 using Integers = std::vector<std::int32_t>;
 
-// How a value of the type T is laid out: one element, a vector or a matrix of them.
+// The layout of a value of the type T: one element, or a vector or matrix of elements.
 template <class T>
 struct Layout {
   static py::tuple Split(const T& value) {
@@ -148,7 +148,7 @@ struct Layout<Matrix<T>> {
 
 using Join = Value (*)(const Columns&, const Integers&, const Integers&);
 
-// One for each type, in the order of their numbers.
+// One function for each type, in the order of the type numbers.
 constexpr auto kJoins = []<class... Ts>(std::type_identity<std::variant<Ts...>>) {
   return std::array<Join, sizeof...(Ts)>{&Layout<Ts>::Join...};
 }(std::type_identity<Value>());
@@ -181,7 +181,7 @@ void Set(PoolEditor& editor, const py::str& key, const std::string& type_name,
 const Entry& EntryOf(const Pool& pool, const py::str& key) {
   const std::string bytes = BytesOf(key);
   if (const Entry* entry = pool.Find(bytes)) return *entry;
-  static_cast<void>(pool.Get(bytes));  // has the words for it
+  static_cast<void>(pool.Get(bytes));  // throws with the right message
   throw py::key_error(bytes);
 }
 

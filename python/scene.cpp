@@ -1,4 +1,4 @@
-// Scenes and whole images.
+// Binds scenes and whole images.
 #include <array>
 #include <cstdint>
 #include <optional>
@@ -54,7 +54,7 @@ py::dict Attach(const std::array<Field<Points>, n>& fields, const py::tuple& nam
     arrays[name] = array;
   }
   py::array_t<std::uint8_t> status(static_cast<py::ssize_t>(count));
-  // The elements of an array of bytes may be any enumeration of that size.
+  // An enumeration of one byte may be stored in an array of bytes.
   points.status = {reinterpret_cast<PointStatus*>(status.mutable_data()), count};
   arrays["status"] = status;
   return arrays;
@@ -78,7 +78,7 @@ struct Ground {
   }
 };
 
-// `height` is None, one number for all points or an array with one for each.
+// `height` is None, one number for all points, or an array with one number for each point.
 Ground GroundOf(const py::object& height, const Dem* dem, bool raised_ellipsoid, int threads) {
   Ground ground{{}, {}, dem, raised_ellipsoid, threads};
   if (py::isinstance<py::float_>(height)) {

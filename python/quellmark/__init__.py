@@ -1,4 +1,4 @@
-"""Where the pixels of a synthetic aperture radar image lie on the Earth.
+"""Locates the pixels of synthetic aperture radar images on the Earth.
 
 >>> scene = Scene.open(path)
 >>> ground = scene.image_to_ground([0, 10584], [0, 6750], height=0.0)
@@ -6,9 +6,9 @@
 (array([-60.239, -61.131]), array([0, 0], dtype=uint8))
 
 Angles are in degrees, lengths in metres, times in seconds. Longitudes are in (-180, 180], heights
-above the WGS84 ellipsoid. Samples and lines count from 0. Arrays may have any shapes that numpy
-can broadcast; results have the broadcast shape. Calls on many points release the interpreter's lock
-and end with KeyboardInterrupt on Ctrl-C.
+are above the WGS84 ellipsoid. Samples and lines count from 0. Arrays may have any shapes that numpy
+can broadcast, and results have the broadcast shape. Calls for many points release the interpreter's
+lock and end with KeyboardInterrupt on Ctrl-C.
 """
 from __future__ import annotations
 
@@ -39,30 +39,30 @@ Progress = Callable[[int, int], Any]
 
 
 class PointStatus(enum.IntEnum):
-    """What became of one point; the first three have numbers, the others NaN."""
+    """The status of one point. With the first three its values are numbers, with the others NaN."""
 
     FOUND = 0
-    LAYOVER = 1  # the terrain is met more than once, this is the highest place
-    NO_TERRAIN = 2  # on the ellipsoid at the scene's height: there is no terrain height
-    NO_INTERSECTION = 3  # the range meets no ground that is in view on the look side
+    LAYOVER = 1  # the highest of several places on the terrain
+    NO_TERRAIN = 2  # at the scene's height, as the DEM has none there
+    NO_INTERSECTION = 3  # no visible ground on the look side has this range
     BEYOND_ORBIT = 4  # the orbit does not cover the time
-    WRONG_SIDE = 5  # on the side where the antenna does not look
+    WRONG_SIDE = 5  # not on the side of the antenna
     OUT_OF_VIEW = 6  # beyond the horizon
-    BAD_INPUT = 7  # a number of the point is not finite, or a height is absurd
+    BAD_INPUT = 7  # a number is not finite, or a height is impossible
     NOT_COMPUTED = 8
 
 
 class HeightStatus(enum.IntEnum):
-    """What became of one look-up of a height."""
+    """The result of one look-up of a height."""
 
     FOUND = 0
     VOID = 1  # all four grid points around the place are void
-    OUTSIDE = 2  # no tile holds the place
+    OUTSIDE = 2  # no tile covers the place
     BAD_INPUT = 3  # a coordinate is not finite
 
 
 def _floats(values: Any) -> Floats:
-    """The values as numbers in double precision; masked ones become NaN."""
+    """Returns the values in double precision; masked ones become NaN."""
     array = values if isinstance(values, np.ma.MaskedArray) else np.asarray(values)
     if array.size and not np.can_cast(array.dtype, np.float64, "same_kind"):
         raise TypeError(f"real numbers are needed, not {array.dtype}")
@@ -73,12 +73,12 @@ def _floats(values: Any) -> Floats:
 
 
 def _flat(array: Floats, shape: Tuple[int, ...]) -> Floats:
-    """The array broadcast to the shape, in one dimension; copied only where it must be."""
+    """Returns the array broadcast to the shape, in one dimension; copies only if necessary."""
     return np.ascontiguousarray(np.broadcast_to(array, shape)).reshape(-1)
 
 
 def _steps(values: Floats) -> Optional[Tuple[float, float, int]]:
-    """First value, step and count, if these give all of the values to the last bit."""
+    """Returns first value, step and count, if they reproduce all values to the last bit."""
     first = float(values[0])
     step = float(values[1]) - first if values.size > 1 else 1.0
     is_regular = np.array_equal(first + np.arange(values.size) * step, values)
@@ -86,7 +86,7 @@ def _steps(values: Floats) -> Optional[Tuple[float, float, int]]:
 
 
 def _nanoseconds(times: NDArray[Any]) -> NDArray[np.int64]:
-    """Nanoseconds since 1970 of an array of datetime64."""
+    """Converts an array of datetime64 to nanoseconds since 1970."""
     exact = times.astype("datetime64[ns]")
     if np.any(np.isnat(exact)) or np.any(exact.astype(times.dtype) != times):
         raise ArgumentError("a time is NaT or beyond what datetime64[ns] holds")
@@ -94,7 +94,7 @@ def _nanoseconds(times: NDArray[Any]) -> NDArray[np.int64]:
 
 
 class _Points:
-    """Arrays of one shape, one for each quantity that was asked for."""
+    """Arrays of one shape, one for each requested quantity."""
 
     shape: Tuple[int, ...]
     status: NDArray[np.uint8]
@@ -119,7 +119,7 @@ def _annotations(points: type) -> List[str]:
 
 
 class GroundPoints(_Points):
-    """Image positions on the ground; all arrays have the broadcast shape of the call."""
+    """The ground positions of image positions; all arrays have the broadcast shape of the call."""
 
     longitude: Floats  #: geodetic [deg], in (-180, 180]
     latitude: Floats  #: geodetic [deg]
@@ -136,7 +136,7 @@ class GroundPoints(_Points):
 
 
 class ImagePoints(_Points):
-    """Places in the image; all arrays have the broadcast shape of the call."""
+    """The image positions of places; all arrays have the broadcast shape of the call."""
 
     sample: Floats  #: from 0; may lie outside the image
     line: Floats  #: from 0; may lie outside the image
@@ -145,7 +145,7 @@ class ImagePoints(_Points):
 
 
 class OrbitStates(NamedTuple):
-    """What an orbit answers; for times of the shape s all arrays have the shape s + (3,)."""
+    """States of an orbit; for times of the shape s all arrays have the shape s + (3,)."""
 
     position: Floats  #: earth-fixed [m]
     velocity: Floats  #: earth-fixed [m/s]
@@ -171,7 +171,7 @@ def _names(fields: Sequence[str], points: type) -> Tuple[str, ...]:
 
 
 class Orbit:
-    """The orbit of a sensor. An orbit never changes; several threads may use it at once.
+    """The orbit of a sensor. It never changes, and several threads may use it.
 
     Times are seconds after its reference time, ``datetime64`` (UTC, for orbits of the kind "UTC")
     or texts of the orbit's own kind.
@@ -189,16 +189,16 @@ class Orbit:
                  velocities: Optional[ArrayLike] = None, *,
                  interpolation: str = "localpolynom_7_8",
                  reference_utc: Optional[str] = None) -> None:
-        """Makes an orbit of state vectors.
+        """Makes an orbit from state vectors.
 
         times: of shape (n,), ascending: seconds after `reference_utc`, or datetime64.
         positions: earth-fixed, of shape (n, 3) [m].
-        velocities: earth-fixed, of shape (n, 3) [m/s]; the Hermite interpolations alone use them.
+        velocities: earth-fixed, of shape (n, 3) [m/s]; only Hermite interpolations use them.
         interpolation: such as "localhermite_7_4"; docs/orbit-accuracy.md compares them.
         reference_utc: such as "2022-04-14T10:21:00Z"; by default the beginning of 6 January 1980,
-            or of the first day where `times` are datetime64.
+            or of the first day if `times` are datetime64.
 
-        Raises OrbitError for what is no orbit, ArgumentError for shapes that do not fit.
+        Raises OrbitError for invalid state vectors, ArgumentError for shapes that do not fit.
         """
         moments = np.asarray(times)
         place = _floats(positions)
@@ -211,7 +211,7 @@ class Orbit:
             if reference_utc is None:
                 day = moments[0].astype("datetime64[D]") if moments.size else "1980-01-06"
                 reference_utc = f"{day}T00:00:00Z"
-            # Any orbit with that reference time tells the seconds after it.
+            # Any orbit with this reference time converts times to seconds after it.
             clock = _core.Orbit(np.arange(2.0), np.zeros(6), np.zeros(6), "polynom", reference_utc)
             moments = clock.times_of_nanoseconds(_nanoseconds(moments))
         self._orbit = _core.Orbit(
@@ -227,7 +227,7 @@ class Orbit:
 
     @classmethod
     def open(cls, path: Path) -> Orbit:
-        """Opens the orbit that a scene pool describes; raises PoolError, OrbitError."""
+        """Reads the orbit that a scene pool describes; raises PoolError, OrbitError."""
         return cls._of(_core.Orbit.open(os.fsencode(path)))
 
     @property
@@ -242,17 +242,17 @@ class Orbit:
 
     @property
     def reference_time(self) -> str:
-        """The reference time as it was given."""
+        """The text of the reference time."""
         return self._orbit.reference_time()
 
     @property
     def kind(self) -> str:
-        """What its epochs are: "SECONDS", "MISSION_ELAPSED" or "UTC"."""
+        """The kind of its epochs: "SECONDS", "MISSION_ELAPSED" or "UTC"."""
         return self._orbit.kind().name
 
     def seconds(self, times: Any) -> Floats:
-        """Times in any form, of any shape, as seconds after the reference time; raises
-        ArgumentError for what is no time."""
+        """Converts times in any form, of any shape, to seconds after the reference time; raises
+        ArgumentError for values that are no times."""
         given = np.asarray(times)
         if given.dtype.kind == "M":
             return self._orbit.times_of_nanoseconds(_nanoseconds(given)).reshape(given.shape)
@@ -262,20 +262,20 @@ class Orbit:
         return _floats(times)
 
     def datetimes(self, seconds: ArrayLike) -> NDArray[np.datetime64]:
-        """Seconds after the reference time as datetime64[ns], for orbits of the kind "UTC"."""
+        """Converts seconds after the reference time to datetime64[ns], for the kind "UTC"."""
         given = _floats(seconds)
         nanoseconds = self._orbit.nanoseconds_of_times(_flat(given, given.shape))
         return nanoseconds.view("datetime64[ns]").reshape(given.shape)
 
     def text_of(self, seconds: float) -> str:
-        """The text, of the orbit's own kind, of a time, to the nearest microsecond."""
+        """Returns the text of a time in the orbit's kind, to the nearest microsecond."""
         return self._orbit.text_of(seconds)
 
     def state(self, times: Any, outside: str = "raise") -> OrbitStates:
-        """Positions, velocities and accelerations at times of any shape.
+        """Returns positions, velocities and accelerations at times of any shape.
 
-        outside: what to do about times that are not covered: "raise" an OrbitError, "nan", or
-            "extrapolate", which is soon useless.
+        outside: what happens at times that are not covered: "raise" an OrbitError, "nan", or
+            "extrapolate", which soon becomes useless.
         """
         ways = ("raise", "nan", "extrapolate")
         if outside not in ways:
@@ -292,7 +292,7 @@ class Orbit:
 
 class Dem:
     """A digital elevation model: heights above the WGS84 ellipsoid [m] on a geographic grid. A DEM
-    never changes; several threads may use it at once."""
+    never changes, and several threads may use it."""
 
     def __init__(self, dem: _core.Dem) -> None:
         """Use :meth:`open`."""
@@ -300,17 +300,17 @@ class Dem:
 
     @classmethod
     def open(cls, path: Path) -> Dem:
-        """Opens the descriptor and checks the headers of its tiles; raises DemError."""
+        """Opens a descriptor and checks the headers of its tiles; raises DemError."""
         return cls(_core.Dem.open(os.fsencode(path)))
 
     def height(self, lon: ArrayLike, lat: ArrayLike) -> Floats:
-        """Heights [m], bilinear between the grid points, at places [deg] of any broadcastable
-        shapes; NaN where there is none."""
+        """Returns heights [m], bilinear between the grid points, at places [deg] of any
+        broadcastable shapes; NaN where there is no height."""
         return self.height_and_status(lon, lat)[0]
 
     def height_and_status(self, lon: ArrayLike,
                           lat: ArrayLike) -> Tuple[Floats, NDArray[np.uint8]]:
-        """As :meth:`height`, with an array of HeightStatus beside it."""
+        """Returns what :meth:`height` returns, and an array of HeightStatus."""
         x, y = _floats(lon), _floats(lat)
         shape = np.broadcast_shapes(x.shape, y.shape)
         heights, status = self._dem.heights(_flat(x, shape), _flat(y, shape))
@@ -323,12 +323,12 @@ class Dem:
 
     @property
     def tiles(self) -> List[DemTile]:
-        """Its tiles, in the order in which they are searched."""
+        """Its tiles in the order of the search."""
         return [DemTile(*tile) for tile in self._dem.tiles()]
 
     @property
     def spacing_deg(self) -> Tuple[float, float]:
-        """The distances of the grid points in longitude and latitude [deg]."""
+        """The distances between grid points in longitude and latitude [deg]."""
         return self._dem.spacing()
 
     @property
@@ -341,8 +341,8 @@ class Dem:
 
 
 class Scene:
-    """The timing and size of an image and the orbit of its sensor. A scene never changes; several
-    threads may use it at once.
+    """The timing and size of an image and the orbit of its sensor. A scene never changes, and
+    several threads may use it.
 
     >>> scene = Scene.open(path)
     >>> scene.samples, scene.lines, scene.look_side
@@ -361,9 +361,9 @@ class Scene:
                  first_range_time_s: float, prf_hz: float, range_sampling_frequency_hz: float,
                  samples: int, lines: int, look_side: str = "right", radar_frequency_hz: float,
                  local_height_m: float = 0.0) -> None:
-        """Makes a scene of its values.
+        """Makes a scene from its values.
 
-        orbit: an Orbit, or (times, positions) or (times, positions, velocities) to make one of.
+        orbit: an Orbit, or (times, positions) or (times, positions, velocities) to make one from.
         first_azimuth_time: of line 0: seconds after the orbit's reference time, datetime64 or text.
         first_range_time_s: two-way, of sample 0.
         prf_hz, range_sampling_frequency_hz: lines and samples per second.
@@ -372,7 +372,7 @@ class Scene:
         radar_frequency_hz: of the carrier.
         local_height_m: of the ground above the ellipsoid.
 
-        Raises SceneError and OrbitError for values that are not possible.
+        Raises SceneError and OrbitError for impossible values.
         """
         if look_side not in ("right", "left"):
             raise ArgumentError('look_side is "right" or "left"')
@@ -384,7 +384,7 @@ class Scene:
 
     @classmethod
     def open(cls, path: Path) -> Scene:
-        """Opens a scene pool, for reading alone; raises PoolError, OrbitError, SceneError."""
+        """Reads a scene pool; raises PoolError, OrbitError, SceneError."""
         made = cls.__new__(cls)
         made._scene = _core.Scene.open(os.fsencode(path))
         return made
@@ -396,12 +396,12 @@ class Scene:
 
     @property
     def first_azimuth_time_s(self) -> float:
-        """Of line 0 [s after the orbit's reference time]."""
+        """The azimuth time of line 0 [s after the orbit's reference time]."""
         return self._scene.first_azimuth_time_s()
 
     @property
     def first_range_time_s(self) -> float:
-        """Two-way, of sample 0 [s]."""
+        """The two-way range time of sample 0 [s]."""
         return self._scene.first_range_time_s()
 
     @property
@@ -416,38 +416,38 @@ class Scene:
 
     @property
     def samples(self) -> int:
-        """Samples in a line."""
+        """The number of samples per line."""
         return self._scene.samples()
 
     @property
     def lines(self) -> int:
-        """Lines of the image."""
+        """The number of lines of the image."""
         return self._scene.lines()
 
     @property
     def look_side(self) -> str:
-        """Where the antenna looks: "right" or "left"."""
+        """The side of the antenna: "right" or "left"."""
         return "right" if self._scene.looks_right() else "left"
 
     @property
     def radar_frequency_hz(self) -> float:
-        """Of the carrier [Hz]."""
+        """The frequency of the carrier [Hz]."""
         return self._scene.radar_frequency_hz()
 
     @property
     def local_height_m(self) -> float:
-        """Of the ground above the ellipsoid [m]."""
+        """The height of the ground above the ellipsoid [m]."""
         return self._scene.local_height_m()
 
     def results(self) -> Dict[str, float]:
-        """The 23 results that the batch step computes for this scene, by their pool keys and in
-        their order, in double precision; raises SceneError, OrbitError."""
+        """Returns the 23 results of the batch step for this scene, by their pool keys and in their
+        order, in double precision; raises SceneError, OrbitError."""
         return self._scene.results()
 
     def locate(self, sample: float, line: float) -> Dict[str, float]:
-        """One image position at the scene's local height, exactly as the batch step locates it:
-        longitude, latitude, incidence [deg], height [m], zero_doppler_velocity [m/s], b_parameter
-        [m^2/s^2] and fm_rate [1/s^2]; raises SceneError, OrbitError."""
+        """Locates one image position at the scene's local height, exactly as the batch step does.
+        Returns longitude, latitude, incidence [deg], height [m], zero_doppler_velocity [m/s],
+        b_parameter [m^2/s^2] and fm_rate [1/s^2]; raises SceneError, OrbitError."""
         return self._scene.locate(sample, line)
 
     def image_to_ground(self, samples: ArrayLike, lines: ArrayLike,
@@ -455,21 +455,21 @@ class Scene:
                         fields: Sequence[str] = ("longitude", "latitude", "height", "incidence"),
                         raised_ellipsoid: bool = False, threads: int = 1,
                         progress: Optional[Progress] = None) -> GroundPoints:
-        """Image positions to the ground.
+        """Locates image positions on the ground.
 
         samples, lines: from 0, of any broadcastable shapes; fractions and positions outside the
             image are allowed. A row of samples and a column of lines at regular steps are fastest
             and are not copied.
         height: of the ground above the ellipsoid [m], one for all or one for each point; by default
             the scene's local height.
-        dem: the ground is this terrain; not together with `height`.
-        fields: what to compute, see :class:`GroundPoints`; the status is always there.
-        raised_ellipsoid: heights raise both axes of the ellipsoid, as the batch step does.
-        threads: how many to use; 0 is one for each processor. Results do not depend on it.
-        progress: called now and then with (done, total); the call ends where it gives False.
+        dem: the terrain of the ground; not together with `height`.
+        fields: the quantities to compute, see :class:`GroundPoints`; the status is always included.
+        raised_ellipsoid: heights raise both axes of the ellipsoid, as in the batch step.
+        threads: number of threads; 0 is one for each processor. The results do not depend on it.
+        progress: called from time to time with (done, total); False cancels the call.
 
-        Points without an answer are NaN and told by `status`. Raises ArgumentError, CancelledError,
-        DemError.
+        Points without an answer are NaN; `status` has the reason. Raises ArgumentError,
+        CancelledError, DemError.
         """
         names = _names(fields, GroundPoints)
         x, y = _floats(samples), _floats(lines)
@@ -494,7 +494,7 @@ class Scene:
     @staticmethod
     def _grid(samples: Floats, lines: Floats, shape: Tuple[int, ...]
               ) -> Optional[Tuple[Tuple[float, float, int], Tuple[float, float, int]]]:
-        """The regular grid that the positions are, if they are one."""
+        """Returns the regular grid of the positions, if they are one."""
         if (len(shape) != 2 or 0 in shape or samples.size != shape[1] or lines.size != shape[0]
                 or samples.shape[-1:] != shape[1:] or lines.shape != (shape[0], 1)):
             return None
@@ -504,15 +504,17 @@ class Scene:
     def ground_to_image(self, lon: ArrayLike, lat: ArrayLike, height: ArrayLike = 0.0, *,
                         fields: Sequence[str] = ("sample", "line", "azimuth_time", "slant_range"),
                         threads: int = 1, progress: Optional[Progress] = None) -> ImagePoints:
-        """Places on the ground to image positions, by the time when the sensor passes them at zero
-        Doppler.
+        """Finds the image positions of places on the ground, at the time when the sensor passes
+        them at zero Doppler.
 
-        lon, lat: geodetic [deg], of any broadcastable shapes; longitudes in any turn.
-        height: above the ellipsoid [m], likewise.
-        fields: what to compute, see :class:`ImagePoints`; the status is always there.
+        lon, lat: geodetic [deg], of any broadcastable shapes; longitudes may differ by multiples of
+            360.
+        height: above the ellipsoid [m], of a broadcastable shape.
+        fields: the quantities to compute, see :class:`ImagePoints`; the status is always included.
         threads, progress: as for :meth:`image_to_ground`.
 
-        Points without an answer are NaN and told by `status`. Raises ArgumentError, CancelledError.
+        Points without an answer are NaN; `status` has the reason. Raises ArgumentError,
+        CancelledError.
         """
         names = _names(fields, ImagePoints)
         x, y, z = _floats(lon), _floats(lat), _floats(height)
@@ -526,7 +528,7 @@ class Scene:
 
 
 def seconds_from_utc(text: str) -> float:
-    """Elapsed seconds from 1980-01-06T00:00:00 UTC, inserted seconds included; raises
+    """Returns the elapsed seconds from 1980-01-06T00:00:00 UTC, including leap seconds; raises
     ArgumentError.
 
     >>> seconds_from_utc("1980-01-06T00:00:01Z")
@@ -536,7 +538,7 @@ def seconds_from_utc(text: str) -> float:
 
 
 def utc_from_seconds(seconds: float) -> str:
-    """The other way round, to the nearest microsecond.
+    """The inverse of :func:`seconds_from_utc`, to the nearest microsecond.
 
     >>> utc_from_seconds(1.0)
     '1980-01-06T00:00:01.000000Z'

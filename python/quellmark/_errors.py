@@ -1,17 +1,17 @@
-"""What is raised when something fails."""
+"""The exceptions of this package."""
 from __future__ import annotations
 
 from typing import Sequence
 
 
 class Error(RuntimeError):
-    """The base of everything that this library raises; ``str()`` of it is one line that says what
+    """The base of all exceptions of this library. ``str()`` of it is one line that says what
     failed, in which file and under which key.
 
-    file: the file that it is about; empty if none is.
-    key: the pool key that it is about; empty if none is.
+    file: the file concerned, or "".
+    key: the pool key concerned, or "".
     line: the line of that key in the file, from 1; 0 if unknown.
-    log_lines: what the batch step would log on the way, oldest first.
+    log_lines: the log lines of the failure, oldest first.
     kind: the text of the failure's class, such as "pool error - key not found".
     """
 
@@ -29,28 +29,30 @@ class Error(RuntimeError):
 
 
 class ArgumentError(Error, ValueError):
-    """A call that cannot be right whatever the data are, such as two heights for one point."""
+    """A call that is wrong for any data, such as one with two heights for one point."""
 
 
 class PoolError(Error):
-    """A pool: its file, an entry or its update."""
+    """A failure of a pool: of its file, an entry or an update."""
 
 
 class KeyNotFoundError(PoolError, KeyError):
-    """A pool has no entry of that key."""
+    """A pool has no entry of this key."""
 
 
 class OrbitError(Error):
-    """An orbit: its description, its state vectors, a time that it does not cover."""
+    """A failure of an orbit: of its description or state vectors, or a time that it does not
+    cover."""
 
 
 class DemError(Error):
-    """A DEM: its descriptor, its tiles."""
+    """A failure of a DEM: of its descriptor or tiles."""
 
 
 class SceneError(Error):
-    """A scene: its parameters, or an image position that is nowhere on the ground."""
+    """A failure of a scene: of its parameters, or an image position without a point on the
+    ground."""
 
 
 class CancelledError(Error):
-    """The progress function has ended a long call."""
+    """The progress function has cancelled a call."""

@@ -20,9 +20,9 @@ _DTYPES = {
 
 
 class Indexed(NamedTuple):
-    """A value with an index, as entries of the types "IDX_..." have it."""
+    """A value with an index, for entries of the types "IDX_..."."""
 
-    index: int  # type: ignore[assignment]  # the method of tuples is not needed
+    index: int  # type: ignore[assignment]  # hides the method of tuples
     value: Any
 
 
@@ -55,7 +55,7 @@ class _Type(NamedTuple):
 
 
 class _Entry(NamedTuple):
-    """An entry that is not saved yet, as the C++ library takes it."""
+    """An entry that is not saved yet, in the form of the C++ library."""
 
     type_name: str
     columns: Tuple[Any, Any, Tuple[int, ...], Tuple[int, ...]]
@@ -63,7 +63,7 @@ class _Entry(NamedTuple):
 
 
 def _exact(value: Any, element: str) -> np.ndarray[Any, Any]:
-    """An array of the element's type; refuses what that type does not hold, but for the rounding of
+    """Returns an array of the element's type. Refuses values that the type cannot hold, but rounds
     floating-point numbers."""
     given = np.asarray(value)
     dtype = _DTYPES[element]
@@ -90,7 +90,7 @@ def _exact(value: Any, element: str) -> np.ndarray[Any, Any]:
 
 
 def _decode(name: str, columns: Tuple[Any, Any, Tuple[int, ...], Tuple[int, ...]]) -> Any:
-    """The Python value of an entry."""
+    """Returns the Python value of an entry."""
     kind = _Type.named(name)
     data, indices, _, shape = columns
     if kind.container:
@@ -111,7 +111,7 @@ def _decode(name: str, columns: Tuple[Any, Any, Tuple[int, ...], Tuple[int, ...]
 
 def _encode(kind: _Type, value: Any, first_index: Any
             ) -> Tuple[Any, Any, Tuple[int, ...], Tuple[int, ...]]:
-    """The columns of a Python value."""
+    """Returns the columns of a Python value."""
     indices = None
     if kind.form == "indexed":
         if kind.container:
@@ -141,7 +141,7 @@ def _encode(kind: _Type, value: Any, first_index: Any
 
 
 def _guess(value: Any) -> _Type:
-    """The type of a new entry."""
+    """Returns the type of a new entry."""
     if isinstance(value, Indexed):
         return _guess(value.value)._replace(form="indexed")
     if isinstance(value, tuple) and len(value) == 2:
@@ -159,7 +159,7 @@ def _guess_array(array: np.ndarray[Any, Any], is_python: bool) -> _Type:
     if array.dtype.kind == "U":
         return _Type("STR", "plain", container)
     dtype = array.dtype
-    # Plain integers of Python are 32 bits wide where they fit, as pools mostly have them.
+    # Python integers get 32 bits if they fit, as usual in pools.
     is_small = dtype.kind == "i" and (
         array.size == 0 or bool(np.all(np.abs(array.astype(np.float64)) < 2**31)))
     if is_small and dtype == np.int64 and (is_python or container == "M"):
@@ -174,12 +174,12 @@ def _guess_array(array: np.ndarray[Any, Any], is_python: bool) -> _Type:
 class Pool(Mapping[str, Any]):
     """A parameter pool as a mapping from keys to values, in the order of the file.
 
-    Values are ``bool``, ``str``, numpy scalars of the entry's very type, tuples for pairs,
+    Values are ``bool``, ``str``, numpy scalars of the entry's type, tuples for pairs,
     :class:`Indexed`, and numpy arrays for vectors and matrices: of shape (n,) and (rows, columns),
-    (n, 2) for vectors of pairs, and with the fields "index" and "value" for indexed ones. Where a
-    key stands twice, its first entry counts.
+    (n, 2) for vectors of pairs, and with the fields "index" and "value" for indexed ones. If a
+    key occurs twice, its first entry counts.
 
-    Assigned values are kept in memory until :meth:`save`. Nothing is ever removed from a file.
+    Assigned values are kept in memory until :meth:`save`. Entries are never removed from a file.
 
     >>> pool = Pool.open(path)
     >>> pool["n_samples"], pool.type_of("n_samples")
@@ -201,7 +201,7 @@ class Pool(Mapping[str, Any]):
 
     @staticmethod
     def open(path: _Path) -> Pool:
-        """Reads the file; raises PoolError. The file is closed again when this returns."""
+        """Reads the file, which is closed again before this returns; raises PoolError."""
         pool = Pool()
         pool._pool = _core.Pool.open(os.fsencode(path))
         pool._path = os.fsdecode(path)
@@ -209,7 +209,7 @@ class Pool(Mapping[str, Any]):
 
     @staticmethod
     def from_text(text: Union[str, bytes], name: str = "") -> Pool:
-        """Takes `text` as the content of a file; errors name it as `name`."""
+        """Uses `text` as the content of a file; errors call that file `name`."""
         pool = Pool()
         data = text.encode("utf-8", "surrogateescape") if isinstance(text, str) else text
         pool._pool = _core.Pool.from_text(data, name)
@@ -217,17 +217,17 @@ class Pool(Mapping[str, Any]):
 
     @property
     def path(self) -> str:
-        """The file that it was read from or saved to; empty if there is none."""
+        """The file that the pool was read from or saved to; empty if there is none."""
         return self._path
 
     @property
     def is_changed(self) -> bool:
-        """Whether there is something to save."""
+        """Whether there are changes to save."""
         return bool(self._pending)
 
     def __getitem__(self, key: str) -> Any:
-        """The value; raises KeyNotFoundError (a KeyError), and PoolError for a text that is no value
-        of the entry's type."""
+        """Returns the value; raises KeyNotFoundError (a KeyError), and PoolError for a text that is
+        no value of the entry's type."""
         if key in self._pending:
             entry = self._pending[key]
             return _decode(entry.type_name, entry.columns)
@@ -245,21 +245,22 @@ class Pool(Mapping[str, Any]):
         return sum(1 for _ in self)
 
     def __setitem__(self, key: str, value: Any) -> None:
-        """Changes an entry, which keeps its type and first indices, or makes a new one."""
+        """Changes an entry, which keeps its type and first indices, or adds a new one."""
         self.set(key, value)
 
     def set(self, key: str, value: Any, *, type: Optional[str] = None,
             first_index: Union[None, int, Tuple[int, int]] = None,
             comments: Sequence[str] = ()) -> None:
-        """Changes or makes an entry.
+        """Changes or adds an entry.
 
-        type: the type's name in the file, such as "FLT_6_V"; by default the one that the entry has,
-            or the one that fits a new value: plain integers become INT_32 where they fit.
-        first_index: of a vector, or (row, column) of a matrix; by default as the entry has it, or 1.
-        comments: lines to be written above the entry.
+        type: the name of the type in the file, such as "FLT_6_V"; by default the entry's type, or
+            the one that fits a new value. Python integers become INT_32 if they fit.
+        first_index: of a vector, or (row, column) of a matrix; by default that of the entry, or 1.
+        comments: lines to write above the entry.
 
-        Raises ArgumentError for a value that the type does not hold, PoolError for what could not be
-        read back: keys with blanks, texts with line ends, numbers that are not finite.
+        Raises ArgumentError for a value that the type cannot hold, PoolError for an entry that
+        could not be read back: with blanks in the key, line ends in a text, numbers that are not
+        finite.
         """
         if type is None and key in self:
             type = self.type_of(key)
@@ -273,35 +274,36 @@ class Pool(Mapping[str, Any]):
         self._pending[key] = entry
 
     def _origin_if(self, key: str, kind: _Type) -> Any:
-        """The first indices of the entry, if it is a vector or matrix as `kind`."""
+        """Returns the first indices of the entry, if it is a vector or matrix like `kind`."""
         if _Type.named(self.type_of(key)).container != kind.container:
             return None
         return self.first_index(key)
 
     def type_of(self, key: str) -> str:
-        """The name of the entry's type as it stands in the file, such as "FLT_15_V"."""
+        """Returns the name of the entry's type in the file, such as "FLT_15_V"."""
         if key in self._pending:
             return self._pending[key].type_name
         return self._pool.describe(key)[0]
 
     def first_index(self, key: str) -> Tuple[int, ...]:
-        """The first indices of a vector (one) or of a matrix (row, column); () for others."""
+        """Returns the first indices of a vector (one) or of a matrix (two), or ()."""
         columns = self._pending[key].columns if key in self._pending else self._pool.get(key)
         return tuple(columns[2])
 
     def comments(self, key: str) -> List[str]:
-        """The comment lines above the entry, without "#" and line end."""
+        """Returns the comment lines above the entry, without "#" and line end."""
         lines = list(self._pool.describe(key)[2]) if self._pool.has(key) else []
         return lines + (self._pending[key].comments if key in self._pending else [])
 
     def line(self, key: str) -> int:
-        """The line of the entry in the file, from 1; 0 for one that is not saved."""
+        """Returns the line of the entry in the file, from 1, or 0 if it is not saved."""
         return self._pool.describe(key)[1] if self._pool.has(key) or key not in self else 0
 
     def save(self, path: Optional[_Path] = None) -> None:
-        """Writes the changes into the file it was read from, where everything else stays byte for
-        byte as it is, also what others have changed since; or all of the pool to another file, which
-        is replaced whole. Raises PoolError or OSError; the changes are then still pending."""
+        """Without `path`, writes the changes into the pool's own file. Everything else there stays
+        byte for byte the same, including changes that others have made since. With another `path`,
+        writes the whole pool to that file and replaces it in one step. Raises PoolError or OSError;
+        the changes are then still pending."""
         target = os.fsdecode(path) if path is not None else self._path
         if not target:
             raise ArgumentError("a pool that has no file needs a path to be saved to")
@@ -322,7 +324,7 @@ class Pool(Mapping[str, Any]):
         if not text:
             self._editor.write(os.fsencode(target))
             return
-        # The entries go into a copy beside the target, which then takes its place at once.
+        # The entries go into a copy beside the target, which then replaces it in one step.
         copy = f"{target}.{os.getpid()}.new"
         try:
             with open(copy, "xb") as file:

@@ -33,10 +33,10 @@ using Clock = std::chrono::steady_clock;
 
 constexpr const char* kSoftwareKey = "software_names";
 constexpr auto kPoll = std::chrono::milliseconds(200);
-// A disturbed scene waits, lest a full disk be asked again at once.
+// A disturbed scene waits before it is tried again, because a full disk takes time to recover.
 constexpr auto kRetryPause = std::chrono::seconds(1);
 
-// "summary.csv", "summary.3-of-8.csv".
+// Returns a name like "summary.csv" or "summary.3-of-8.csv".
 std::string FileOf(const std::string& out, const char* stem, const Part& part,
                    const char* extension) {
   std::string name = out + '/' + stem;
@@ -73,7 +73,7 @@ std::string FindStep(const std::string& wanted) {
   throw std::runtime_error(name + ": is not found; name the step with --step");
 }
 
-// What the step has recorded of itself, one name a line.
+// Returns what the step has recorded of itself, one name per line.
 std::string SoftwareIn(const std::string& log_pool) {
   std::string software;
   if (!fs::exists(log_pool)) return software;
@@ -95,7 +95,8 @@ void ForEachName(std::string_view software, Take take) {
   }
 }
 
-// The log pool of a run, written in pieces: whole it would need more memory than all else.
+// Writes the log pool of a run in pieces, because the whole text would need more memory than
+// everything else.
 class LogPoolWriter {
  public:
   // Writes what the rows of the summaries have recorded.
@@ -115,7 +116,7 @@ class LogPoolWriter {
  private:
   LogPoolWriter(const std::string& path, std::size_t count)
       : path_(path), beside_(path + ".new"), file_(beside_, std::ios::binary | std::ios::trunc) {
-    // The entry of one name, with the count that it will have.
+    // The beginning of the entry is that of one name, with the final count.
     const std::string text = TextOf({1, {""}});
     const std::size_t line_end = text.find('\n');
     const std::size_t body = BodyBegin(text);
@@ -160,7 +161,7 @@ class LogPoolWriter {
   Vector<std::string> piece_;
 };
 
-// Blocks the signals that end a run in order, and those of children, and takes them one by one.
+// Blocks SIGCHLD and the signals that end a run in order, and receives them one by one.
 class SignalTaker {
  public:
   SignalTaker() {
@@ -169,7 +170,7 @@ class SignalTaker {
     ::pthread_sigmask(SIG_BLOCK, &taken_, &before_);
   }
 
-  /// Whether a signal to stop has come; waits for any signal, at most the time of one poll.
+  /// Waits for any signal, at most for the time of one poll. Returns whether it was one to stop.
   [[nodiscard]] bool IsStopComing() const {
     const timespec most{0, std::chrono::nanoseconds(kPoll).count()};
     const int signal = ::sigtimedwait(&taken_, nullptr, &most);
@@ -183,12 +184,12 @@ class SignalTaker {
   sigset_t before_{};
 };
 
-// A scene that waits or runs.
+// A scene that is waiting or running.
 struct Task {
   Scene scene;
   int attempts = 0;
   Clock::time_point not_before;
-  std::string software;  // recorded in runs whose row is replaced
+  std::string software;  // recorded by earlier runs whose row is replaced
 };
 
 class Runner {
@@ -228,7 +229,7 @@ class Runner {
     StepProcess process;
   };
 
-  // Settles what an earlier run has done; the rows of all scenes that are to be run are dropped.
+  // Takes over the results of an earlier run, and drops the rows of all scenes that must be run.
   void TakeTasks() {
     outcome_.repeated = list_.Repeated();
     progress_.total = list_.Size();
@@ -267,7 +268,7 @@ class Runner {
   }
   [[nodiscard]] bool IsAnyWaiting() const { return next_ < list_.Size() || !disturbed_.empty(); }
 
-  // The next scene of the list; behind the last one those that are tried again.
+  // Returns the next scene of the list; after the last one, those that are tried again.
   std::optional<Task> NextTask() {
     Task task;
     if (next_ < list_.Size()) {
@@ -290,7 +291,7 @@ class Runner {
     while (running_.size() < most_running_) {
       std::optional<Task> task = NextTask();
       if (!task) return;
-      // The step would make the pool that is missing.
+      // The step would create a missing pool.
       if (StateOf(task->scene.path).bytes < 0) {
         Settle(*task, {SceneStatus::kFailed, "there is no such pool file", false}, 0.0);
         continue;
@@ -372,7 +373,8 @@ class Runner {
   Clock::time_point start_ = Clock::now();
 };
 
-// The summaries of the parts in a folder, by part; all of one count and complete.
+// Returns the summaries of the parts in a folder, by part. Throws unless they belong to one count
+// and are complete.
 std::map<std::uint32_t, std::string> FindParts(const std::string& out) {
   constexpr std::string_view kFront = "summary.";
   constexpr std::string_view kBack = ".csv";

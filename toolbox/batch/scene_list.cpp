@@ -16,7 +16,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// FNV-1a. The result names files, so it must stay the same in all versions.
+// The hash function FNV-1a. The result is part of file names, so it must stay the same in all
+// versions.
 std::uint64_t HashOf(std::string_view text) {
   std::uint64_t hash = 0xCBF29CE484222325U;
   for (const char c : text) {
@@ -26,7 +27,7 @@ std::uint64_t HashOf(std::string_view text) {
 }
 
 bool IsIn(const Part& part, std::uint64_t id) {
-  // The low bits of the hash are its weakest.
+  // The low bits of the hash are the weakest, so the high bits are mixed in.
   return (id ^ (id >> 32)) % part.count == part.index - 1;
 }
 

@@ -1,4 +1,4 @@
-// The scenes of a batch run: which there are, what they are called.
+// The scenes of a batch run and their names.
 #pragma once
 
 #include <cstddef>
@@ -9,8 +9,8 @@
 
 namespace quellmark::batch {
 
-/// The I-th of N parts of a list, from 1. A scene belongs to a part by its path, not by its place:
-/// it stays there when the list grows or is sorted.
+/// The I-th of N parts of a list, from 1. The path of a scene determines its part, so the part
+/// stays the same when the list grows or is sorted.
 struct Part {
   std::uint32_t index = 1;
   std::uint32_t count = 1;
@@ -18,29 +18,29 @@ struct Part {
   [[nodiscard]] bool IsWhole() const { return count == 1; }
 };
 
-/// Reads "I/N"; throws std::runtime_error for anything but 1 <= I <= N.
+/// Reads "I/N". Throws std::runtime_error unless 1 <= I <= N.
 [[nodiscard]] Part ParsePart(const std::string& text);
 
 /// One scene pool.
 struct Scene {
   std::string path;  ///< absolute
-  std::uint64_t id;  ///< made from the path
+  std::uint64_t id;  ///< a hash of the path
 
-  /// A name for its files, different for each path, of at most 49 harmless characters.
+  /// A name for its files, different for each path, with at most 49 safe characters.
   [[nodiscard]] std::string Name() const;
 };
 
-/// Scenes in the order of a list, each path once. Holds three words for each beside its path, so
-/// that a million of them need some 100 MB.
+/// Scenes in the order of a list, each path once. A scene takes its path and three words, so a
+/// million scenes need some 100 MB.
 class SceneList {
  public:
-  /// Takes an absolute path. To be called before Finish() alone.
+  /// Adds an absolute path. Must not be called after Finish().
   void Add(std::string_view path, std::uint64_t id);
-  /// Drops the paths that stood there before.
+  /// Drops repeated paths.
   void Finish();
 
   [[nodiscard]] std::size_t Size() const { return ids_.size(); }
-  /// How many paths Finish() has dropped.
+  /// The number of paths that Finish() has dropped.
   [[nodiscard]] std::size_t Repeated() const { return repeated_; }
   [[nodiscard]] Scene At(std::size_t place) const {
     return {std::string(PathAt(place)), ids_[place]};
@@ -55,16 +55,17 @@ class SceneList {
   }
   void SortById();
 
-  std::string paths_;  // one behind the other
+  std::string paths_;  // one after the other
   std::vector<std::size_t> ends_;
   std::vector<std::uint64_t> ids_;
-  std::vector<std::size_t> by_id_;  // places, of equal identifiers in their order
+  std::vector<std::size_t> by_id_;  // places, ordered by id, then by place
   std::size_t repeated_ = 0;
 };
 
-/// Reads the part's scenes: from a file with one path a line (empty lines and lines that begin with
-/// "#" are left out; relative paths start at the current directory), from standard input if `list`
-/// is "-", or all files "*.pool" of a folder, by name. Throws std::runtime_error.
+/// Reads the scenes of a part. `list` is a file with one path per line, "-" for standard input, or
+/// a folder whose files "*.pool" are taken in the order of their names. Empty lines and lines that
+/// begin with "#" are ignored; relative paths start at the current directory. Throws
+/// std::runtime_error.
 [[nodiscard]] SceneList ReadSceneList(const std::string& list, const Part& part);
 
 }  // namespace quellmark::batch

@@ -21,11 +21,11 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// The step refuses longer paths of its own files.
+// The step refuses longer paths for its files.
 constexpr std::size_t kMaxPath = 255;
 constexpr std::size_t kMaxErrorText = 500;
 
-// Signals by which people, schedulers and limits end a process.
+// Signals with which people, schedulers and limits end a process.
 constexpr std::array kOutsideSignals = {SIGHUP,  SIGINT,  SIGQUIT, SIGKILL, SIGPIPE,
                                         SIGALRM, SIGTERM, SIGXCPU, SIGXFSZ};
 
@@ -33,7 +33,7 @@ bool ComesFromOutside(int signal) {
   return std::find(kOutsideSignals.begin(), kOutsideSignals.end(), signal) != kOutsideSignals.end();
 }
 
-// The number behind the first " got fatal signal " that the step has printed, else 0.
+// Returns the number after the first " got fatal signal " in the step's output, or 0.
 int PrintedSignal(std::string_view printed) {
   constexpr std::string_view kText = "got fatal signal ";
   const std::size_t at = printed.find(kText);
@@ -52,7 +52,7 @@ bool TellsOfFullDisk(std::string_view printed) {
   return false;
 }
 
-// The first line of level ALARM, without level and process name; else the last line of all.
+// Returns the first line of level ALARM, without level and process name, or else the last line.
 std::string FirstError(std::string_view printed) {
   constexpr std::string_view kLevel = "ALARM : ";
   std::string_view last;
@@ -69,7 +69,7 @@ std::string FirstError(std::string_view printed) {
   std::string error(last.substr(0, kMaxErrorText));
   for (char& c : error) {
     const auto byte = static_cast<unsigned char>(c);
-    if (byte < 0x20 || byte >= 0x7F) c = ' ';  // a table for spreadsheets: plain ASCII alone
+    if (byte < 0x20 || byte >= 0x7F) c = ' ';  // spreadsheets read the table: plain ASCII only
   }
   return error;
 }
@@ -82,7 +82,8 @@ std::vector<char*> Pointers(std::vector<std::string>& texts) {
   return pointers;
 }
 
-// The environment of the step: a terminal's colours would only disturb the error texts.
+// Returns the environment of the step, without the colours of a terminal, which would disturb error
+// texts.
 std::vector<std::string> StepEnvironment() {
   std::vector<std::string> environment;
   for (char** entry = environ; *entry != nullptr; ++entry) environment.emplace_back(*entry);
@@ -107,7 +108,7 @@ StepStarter::StepStarter(const std::string& out, std::string step,
 }
 
 std::string StepStarter::FolderOf(const Scene& scene) const {
-  // 256 folders, so that none grows beyond what file systems handle well.
+  // The files are spread over 256 folders, because file systems are slow with very large folders.
   constexpr std::array kDigits = {'0', '1', '2', '3', '4', '5', '6', '7',
                                   '8', '9', 'a', 'b', 'c', 'd', 'e', 'f'};
   return scenes_folder_ + '/' + kDigits.at((scene.id >> 4) & 0xF) + kDigits.at(scene.id & 0xF);
@@ -146,7 +147,7 @@ std::vector<std::string> StepStarter::ArgumentsFor(const Scene& scene) const {
 }
 
 void StepStarter::RemoveFilesOf(const Scene& scene, SceneStatus status) const {
-  std::error_code ignored;  // what can not be removed disturbs nobody
+  std::error_code ignored;  // a file that is left does no harm
   fs::remove(LogPoolOf(scene), ignored);
   fs::remove(FolderOf(scene) + "/OK." + scene.Name(), ignored);
   if (status == SceneStatus::kLocated) {

@@ -1,4 +1,4 @@
-// One run of the step for one scene, as a process.
+// Runs the step for one scene in a process.
 #pragma once
 
 #include <sys/types.h>
@@ -13,24 +13,24 @@
 
 namespace quellmark::batch {
 
-/// Where the files of the scenes lie and how the step is started for them.
+/// The places of the scenes' files, and the command lines of the step.
 class StepStarter {
  public:
-  /// Makes the folder of the scenes' files below `out`. `step` is the path of the program,
-  /// `parameters` stand behind its own. Throws std::runtime_error.
+  /// Creates the folder of the scenes' files in `out`. `step` is the path of the program;
+  /// `parameters` follow the standard ones. Throws std::runtime_error.
   StepStarter(const std::string& out, std::string step, std::vector<std::string> parameters);
 
-  /// The arguments for a scene: process name, status folder, log, log pool, scene pool, then the
-  /// parameters of the user.
+  /// Returns the arguments for a scene: process name, status folder, log, log pool, scene pool,
+  /// then the user's parameters.
   [[nodiscard]] std::vector<std::string> ArgumentsFor(const Scene& scene) const;
   [[nodiscard]] const std::string& Step() const { return step_; }
 
-  /// Makes the folder for the scene's files.
+  /// Creates the folder for the scene's files.
   void MakeFolderFor(const Scene& scene) const;
-  /// The scene's log pool, which its run makes.
+  /// The path of the log pool that the scene's run creates.
   [[nodiscard]] std::string LogPoolOf(const Scene& scene) const;
-  /// Removes log pool and status files of a scene whose row has been written; an ERROR file of a
-  /// scene that failed stays.
+  /// Removes log pool and status files of a scene whose row has been written. Keeps the ERROR file
+  /// of a failed scene.
   void RemoveFilesOf(const Scene& scene, SceneStatus status) const;
 
  private:
@@ -41,36 +41,36 @@ class StepStarter {
   std::vector<std::string> parameters_;
 };
 
-/// How an attempt ended.
+/// The outcome of an attempt.
 struct AttemptResult {
   SceneStatus status = SceneStatus::kUnfinished;
   std::string first_error;
   bool was_stopped = false;  ///< the step found its own STOP file
 };
 
-/// What the step has printed and its wait status say. It ends with 0 if the scene was located. It
-/// was disturbed from outside if it was killed, or if it tells of a signal that people and
-/// schedulers send, of a full disk or a quota.
+/// Judges an attempt by the step's wait status and output. Exit status 0 means that the scene was
+/// located. The step was disturbed from outside if it was killed, or if its output mentions a
+/// signal that people and schedulers send, a full disk or a quota.
 [[nodiscard]] AttemptResult Judge(int wait_status, std::string_view printed);
 
-/// A running step. Its output is caught in memory.
+/// A running step. Its output is collected in memory.
 class StepProcess {
  public:
   using Clock = std::chrono::steady_clock;
 
-  /// Starts the step in a process group of its own, so that an interrupt from the terminal reaches
-  /// this program alone, with standard input from /dev/null and with `signals` let through. Throws
-  /// std::runtime_error.
+  /// Starts the step with /dev/null as standard input and with the signal mask `signals`. The step
+  /// gets its own process group, so an interrupt from the terminal reaches only this program.
+  /// Throws std::runtime_error.
   StepProcess(const StepStarter& starter, const Scene& scene, const sigset_t& signals);
   StepProcess(const StepProcess&) = delete;
   StepProcess& operator=(const StepProcess&) = delete;
-  /// Ends and waits for a step that still runs.
+  /// Ends the step if it is still running, and waits for it.
   ~StepProcess();
 
   [[nodiscard]] pid_t Id() const { return pid_; }
   [[nodiscard]] double Seconds() const;
   void Terminate() const;
-  /// To be called once, with the status that waitpid() has given for Id().
+  /// Must be called once, with the status that waitpid() returned for Id().
   [[nodiscard]] AttemptResult End(int wait_status);
 
  private:

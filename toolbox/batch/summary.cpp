@@ -48,7 +48,7 @@ std::string TextOf(const SummaryRow& row) {
          Quoted(row.software) + '\n';
 }
 
-// Takes the fields of one row off the front of `text`; nothing if its line end is missing.
+// Removes the first row from `text` and returns its fields, or nothing if its line end is missing.
 std::optional<std::vector<std::string>> TakeFields(std::string_view& text) {
   std::vector<std::string> fields(1);
   bool is_quoted = false;
@@ -141,7 +141,7 @@ void ForEachRow(const std::string& path, const TakeRow& take) {
     buffer.append(piece.data(), static_cast<std::size_t>(file.gcount()));
     std::string_view text = buffer;
     if (!is_begun) {
-      if (kHeader.starts_with(text)) continue;  // empty, or killed while the header was written
+      if (kHeader.starts_with(text)) continue;  // empty, or a kill has cut the header
       if (!text.starts_with(kHeader)) {
         throw std::runtime_error(path + ": is no summary of a batch run");
       }
@@ -163,14 +163,14 @@ void ForEachRow(const std::string& path, const TakeRow& take) {
 }
 
 Summary::Summary(std::string path) : path_(std::move(path)) {
-  // The lock has a file of its own: the summary itself is replaced by renaming.
+  // The lock needs its own file, because the summary is replaced by renaming.
   const std::string lock_path = path_ + ".lock";
   for (;;) {
     lock_fd_ = ::open(lock_path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
     if (lock_fd_ < 0) FailWith(lock_path, "can not be opened");
     try {
       Lock();
-      // The run before may have removed the file between the two calls: then the lock is on
+      // Another run may have removed the file between the two calls. The lock would then protect
       // nothing.
       if (IsSameFile(lock_fd_, lock_path)) {
         Open();
@@ -189,7 +189,7 @@ void Summary::Lock() const {
   if (errno == EWOULDBLOCK) {
     throw std::runtime_error(path_ + ": another batch run is writing it");
   }
-  // Some file systems have no locks; there the caller has to keep runs of one part apart.
+  // Some file systems have no locks. There the user must not start two runs of one part.
   if (errno != ENOLCK && errno != EOPNOTSUPP && errno != EINVAL) {
     FailWith(path_ + ".lock", "can not be locked");
   }

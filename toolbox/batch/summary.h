@@ -1,4 +1,4 @@
-// The table of a batch run: one row for each scene that has ended.
+// The table of a batch run, with one row for each scene that has ended.
 #pragma once
 
 #include <cstdint>
@@ -9,52 +9,53 @@
 namespace quellmark::batch {
 
 enum class SceneStatus {
-  kLocated,     ///< the results stand in its pool
-  kFailed,      ///< by its content: it would fail again
-  kUnfinished,  ///< killed from outside, or without room on the disk
+  kLocated,     ///< its pool has the results
+  kFailed,      ///< because of its content, so it would fail again
+  kUnfinished,  ///< killed from outside, or the disk was full
 };
 
-/// What is known of a scene that has ended.
+/// The row of a scene that has ended.
 struct SummaryRow {
   std::string scene;  ///< absolute path of its pool
   SceneStatus status = SceneStatus::kUnfinished;
-  double seconds = 0.0;               ///< of its last attempt
+  double seconds = 0.0;               ///< duration of its last attempt
   std::string first_error;            ///< empty if it was located
   int attempts = 0;                   ///< 0 if the step was not started for it
-  std::int64_t pool_bytes = 0;        ///< of its pool, when it had ended
-  std::int64_t pool_modified_ns = 0;  ///< since 1970
-  std::string software;  ///< what the step recorded in the scene's log pool, one name a line
+  std::int64_t pool_bytes = 0;        ///< size of its pool after the run
+  std::int64_t pool_modified_ns = 0;  ///< time of its pool's last change, since 1970
+  std::string software;               ///< what the step recorded in its log pool, one name per line
 };
 
-/// Size and time of a pool's last change.
+/// The size of a pool and the time of its last change.
 struct PoolState {
-  std::int64_t bytes = -1;  ///< -1: there is no such regular file
+  std::int64_t bytes = -1;  ///< -1 if there is no such regular file
   std::int64_t modified_ns = 0;
 };
 [[nodiscard]] PoolState StateOf(const std::string& path);
 
-/// Flushes a written file to its disk and gives it the name `path`. Throws std::runtime_error.
+/// Flushes the written file `beside` to the disk and renames it to `path`. Throws
+/// std::runtime_error.
 void PutInPlace(const std::string& beside, const std::string& path);
 
 using TakeRow = std::function<void(const SummaryRow&)>;
 
-/// Hands on the rows of a summary, one after the other. A last row without its line end, as a kill
-/// leaves it, is left out. Throws std::runtime_error for a file that is no summary.
+/// Passes the rows of a summary to `take`. Ignores a last row without line end, which a kill may
+/// leave. Throws std::runtime_error for a file that is no summary.
 void ForEachRow(const std::string& path, const TakeRow& take);
 
-/// A summary file that is written row by row. As long as it is open no other process opens it.
+/// A summary file that is written row by row. While it is open, no other process can open it.
 class Summary {
  public:
-  /// Creates the file if it is missing and takes the lock on it. Throws std::runtime_error if
-  /// another process has it, or it can not be opened.
+  /// Creates the file if it is missing, and locks it. Throws std::runtime_error if another process
+  /// has the lock or the file cannot be opened.
   explicit Summary(std::string path);
   Summary(const Summary&) = delete;
   Summary& operator=(const Summary&) = delete;
   ~Summary();
 
   [[nodiscard]] const std::string& Path() const { return path_; }
-  /// Replaces all rows by those that `fill` hands on, at once: whoever reads, `fill` too, sees the
-  /// old ones until then, and so does a reader after a power cut.
+  /// Replaces all rows by those that `fill` passes on. The new rows appear in one step, so every
+  /// reader, including `fill`, sees the old rows until then. This is also true after a power cut.
   void Replace(const std::function<void(const TakeRow&)>& fill);
   /// Adds a row with one write; throws std::runtime_error if that fails.
   void Append(const SummaryRow& row);

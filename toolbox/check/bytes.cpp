@@ -4,7 +4,7 @@ namespace quellmark::check {
 
 namespace {
 
-constexpr std::size_t kMaxLine = 1024;  // what the step reads as one line
+constexpr std::size_t kMaxLine = 1024;  // the longest line for the step
 
 struct LineCounts {
   std::size_t crlf = 0;

@@ -1,4 +1,4 @@
-// Everything that is wrong with a scene pool, at once.
+// Finds all faults of a scene pool in one pass.
 #pragma once
 
 #include <cstddef>
@@ -8,20 +8,20 @@
 namespace quellmark::check {
 
 enum class Severity {
-  kWarning,  ///< the step runs, but what it makes of this may not be what was meant
+  kWarning,  ///< the step runs, but perhaps not as the user wants
   kError,    ///< the step fails, or its results are wrong
 };
 
 struct Finding {
   Severity severity = Severity::kError;
-  std::size_t line = 0;  ///< from 1; 0 if it is about the whole file
-  std::string key;       ///< empty if it is about no entry
+  std::size_t line = 0;  ///< from 1; 0 if it concerns the whole file
+  std::string key;       ///< empty if it concerns no entry
   std::string message;   ///< one line
 };
 
-/// Checks the pool at `path`: its bytes, its entries, the scene that they describe, the orbit, and
-/// whether results in it are those of this scene. The findings are in the order of the lines. The
-/// file is only read. Throws PoolError if it can not be read.
+/// Checks the pool at `path`: its bytes, its entries, the scene, the orbit, and whether results in
+/// it belong to this scene. Returns the findings in the order of the lines. Does not change the
+/// file. Throws PoolError if it cannot be read.
 [[nodiscard]] std::vector<Finding> CheckPool(const std::string& path);
 
 }  // namespace quellmark::check

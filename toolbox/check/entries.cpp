@@ -46,7 +46,7 @@ bool IsFloatVector(ValueType type) {
   return type == ValueType::kFloatVector || type == ValueType::kDoubleVector;
 }
 
-// The reader takes what a number begins with and forgives the rest.
+// The pool reader accepts a token that begins with a number and ignores the rest.
 void CheckForgiven(std::string_view token, std::size_t line, std::string_view key,
                    Findings& findings) {
   const std::string text(token);
@@ -62,7 +62,8 @@ void CheckForgiven(std::string_view token, std::size_t line, std::string_view ke
       line, key, "'" + text + "' is read as " + Text(value) + ", '" + end + "' is left out" + hint);
 }
 
-// The reader takes the nearest number that has 32 (or 64) bits.
+// The pool reader silently replaces a number that is too large by the nearest one of 32 (or 64)
+// bits.
 void CheckInteger(const Entry& entry, Findings& findings) {
   std::string_view text = entry.text;
   std::string_view key_line = TakeLine(text);
@@ -118,7 +119,7 @@ void CheckType(const Entry& entry, Findings& findings) {
   findings.Error(entry.line, entry.key, message);
 }
 
-// What is behind the place in the reader's own line about a value.
+// Returns the reader's own message about a value, without the place before it.
 std::string ReasonOf(const Error& error) {
   if (error.LogLines().empty()) return error.what();
   const std::string& line = error.LogLines().front();
@@ -127,7 +128,7 @@ std::string ReasonOf(const Error& error) {
 }
 
 void CheckEntry(const Pool& pool, const Entry& entry, Findings& findings) {
-  if (entry.key.starts_with("\xEF\xBB\xBF")) return;  // the byte-order mark, which is told
+  if (entry.key.starts_with("\xEF\xBB\xBF")) return;  // the check of bytes reports this mark
   if (entry.is_repeated) {
     const Entry* const first = pool.Find(entry.key);
     findings.Warning(entry.line, entry.key,
@@ -152,7 +153,7 @@ const KnownKey* FindKnown(std::string_view key) {
   return known == kKnownKeys.end() ? nullptr : known;
 }
 
-// The line in which an indented key stands, which the reader takes for a part of a body; else 0.
+// Returns the line of an indented key, which the reader takes for a part of a body, or 0.
 std::size_t LineOfIndented(std::string_view text, std::string_view key) {
   for (std::size_t line = 1; !text.empty(); ++line) {
     std::string_view content = TakeLine(text);

@@ -22,7 +22,7 @@ class Findings {
     Add(Severity::kWarning, line, key, std::move(message));
   }
 
-  /// Whether an error about this entry, or any error at all for an empty key, has been found.
+  /// Whether an error about this entry was found; for an empty key, whether any error was found.
   [[nodiscard]] bool HasError(std::string_view key = {}) const {
     return std::any_of(all_.begin(), all_.end(), [key](const Finding& finding) {
       return finding.severity == Severity::kError && (key.empty() || finding.key == key);
@@ -43,24 +43,24 @@ class Findings {
   std::vector<Finding> all_;
 };
 
-/// A number for a message: six digits.
+/// Returns a number with six digits for a message.
 [[nodiscard]] inline std::string Text(double value) {
   char text[32];
   std::snprintf(text, sizeof text, "%.6g", value);
   return text;
 }
 
-/// The bytes of the file: its encoding, line ends, lines that are too long. False if what follows
-/// could only repeat these findings.
+/// Checks the bytes of the file: its encoding, line ends and too long lines. Returns false if
+/// further checks could only repeat these findings.
 bool CheckBytes(const Pool& pool, Findings& findings);
 
-/// The entries one by one and as a whole: types, values, keys that are missing, misspelt or double.
+/// Checks the entries: types, values, and missing, misspelt or repeated keys.
 void CheckEntries(const Pool& pool, Findings& findings);
 
-/// The scene: whether the step could read it, and whether its numbers are plausible.
+/// Checks whether the step could read the scene, and whether its numbers are plausible.
 void CheckScene(const Pool& pool, Findings& findings);
 
-/// The orbit of the pool: epochs, radii, and velocities against positions.
+/// Checks the orbit of the pool: epochs, radii, and whether velocities match positions.
 void CheckOrbit(const Pool& pool, Findings& findings);
 
 }  // namespace quellmark::check

@@ -14,7 +14,8 @@ struct KnownKey {
   bool is_required;
 };
 
-/// What the step reads from a scene pool. The keys of epochs and coordinates are the pool's choice.
+/// The entries that the step reads from a scene pool. The pool itself names the keys of epochs and
+/// coordinates.
 inline constexpr std::array kKnownKeys = {
     KnownKey{"first_az_time", ValueType::kDouble, true},
     KnownKey{"first_rg_time", ValueType::kDouble, true},

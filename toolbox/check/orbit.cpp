@@ -17,24 +17,24 @@ namespace {
 
 using Coordinates = std::vector<Vector<double>>;
 
-// The state vectors as they stand in a pool.
+// The state vectors of a pool.
 struct Samples {
   const Entry* epoch_entry = nullptr;
-  std::vector<double> epochs_s;  // on a scale of their own
+  std::vector<double> epochs_s;  // from any zero
   const Entry* position_entry = nullptr;
   Coordinates positions;
   const Entry* velocity_entry = nullptr;
   Coordinates velocities;  // empty if the pool has none
 };
 
-// The elements of a body begin two lines below the key.
+// The first element of a body stands two lines below the key.
 std::size_t LineOfElement(const Entry& entry, std::size_t index) { return entry.line + 2 + index; }
 
 template <class T>
 std::optional<T> TryGet(const Pool& pool, std::string_view key) {
   try {
     if (pool.Has(key)) return pool.Get<T>(key);
-  } catch (const PoolError&) {  // told by the check of the entries
+  } catch (const PoolError&) {  // the check of the entries has reported it
   }
   return std::nullopt;
 }
@@ -61,7 +61,7 @@ bool CheckRepresentation(const Pool& pool, Findings& findings) {
   return false;
 }
 
-// Days, hours, minutes and seconds of "+0012/05:25:19.000000".
+// Returns the seconds in "+0012/05:25:19.000000" (days, hours, minutes, seconds).
 std::optional<double> MissionSeconds(const std::string& text) {
   int days = 0;
   int hours = 0;
@@ -209,7 +209,7 @@ std::vector<StateVector> StateVectorsOf(const Samples& samples, double first_s) 
   return states;
 }
 
-// On the ground, in metres, between nearby points.
+// Returns the distance on the ground between nearby points, in metres.
 double DistanceOf(const Location& a, const Location& b) {
   constexpr double kMetresPerDegree = 111e3;
   const double east = std::remainder(a.longitude_deg - b.longitude_deg, 360.0) *
@@ -217,7 +217,7 @@ double DistanceOf(const Location& a, const Location& b) {
   return std::hypot(a.latitude_deg - b.latitude_deg, east) * kMetresPerDegree;
 }
 
-// How far the scene's centre moves when the positions alone are interpolated.
+// Returns how far the scene's centre moves if only the positions are interpolated.
 double ShiftWithoutVelocities_m(const Scene& scene, const Samples& samples,
                                 const char* interpolation) {
   const double first_s = scene.SensorOrbit().Coverage().first_s;
@@ -234,7 +234,8 @@ struct Misfit {
   std::size_t at = 0;
 };
 
-// Of the velocities against the slope of the positions, at the state vectors from..to-1.
+// Returns how far the velocities are from the slope of the positions, at the state vectors
+// from..to-1.
 Misfit MisfitOf(const Samples& samples, const char* interpolation, std::size_t from,
                 std::size_t to) {
   const Orbit orbit = Orbit::FromStateVectors(StateVectorsOf(samples, 0.0), interpolation);
@@ -254,11 +255,11 @@ void CheckVelocities(const Pool& pool, const Samples& samples, Findings& finding
   constexpr std::size_t kPoints = 8;
   constexpr double kUsualMisfit_ms = 0.05;
   const std::vector<double>& epochs = samples.epochs_s;
-  if (epochs.size() < kPoints) return;  // too few for a slope that could be relied on
+  if (epochs.size() < kPoints) return;  // too few for a reliable slope
   try {
     const Scene scene = Scene::Open(pool.Path());
-    // The two state vectors on either side of the scene are what it is located with. Those at the
-    // ends have no certain slope.
+    // Two state vectors on either side of the scene determine its location. At the ends of the
+    // orbit the slope is uncertain.
     const double first_s = scene.SensorOrbit().Coverage().first_s - epochs[0];
     const double last_line = scene.Parameters().lines - 1.0;
     const auto first =
@@ -279,7 +280,7 @@ void CheckVelocities(const Pool& pool, const Samples& samples, Findings& finding
                          "scene's centre lies " +
                          Text(ShiftWithoutVelocities_m(scene, samples, kInterpolation)) +
                          " m away");
-  } catch (const Error&) {  // a scene that can not be located, which is told elsewhere
+  } catch (const Error&) {  // the scene cannot be located, which another check reports
   }
 }
 

@@ -14,14 +14,14 @@ std::size_t LineOf(const Pool& pool, std::string_view key) {
   return entry == nullptr ? 0 : entry->line;
 }
 
-// A value that the step takes as it is, with what is usual and which mistakes lie beyond it.
+// A value that the step does not check, with its usual range and likely mistakes outside it.
 struct Plausible {
   std::string_view key;
   double SceneParameters::*value;
   double least;
   double most;
   std::string_view unit;
-  double mistake_factor;  // value times this is plausible if the unit was mistaken
+  double mistake_factor;  // if value times this is plausible, the unit is probably wrong
   std::string_view mistaken_unit;
 };
 
@@ -62,7 +62,7 @@ void CheckPlausible(const Pool& pool, const SceneParameters& parameters, Finding
 }
 
 void CheckCoverage(const Pool& pool, const Scene& scene, Findings& findings) {
-  // The velocity of the last line is taken between it and a moment after it.
+  // The velocity of the last line uses a second point this long after it.
   constexpr double kTimeStep_s = 0.01;
   const TimeInterval orbit = scene.SensorOrbit().Coverage();
   const double first = scene.AzimuthTimeOf(0.0);
@@ -79,8 +79,8 @@ void CheckCoverage(const Pool& pool, const Scene& scene, Findings& findings) {
   }
 }
 
-// How far a result may lie from the one computed: the rounding to single precision, of western
-// longitudes before 360 degrees are taken away, and to the digits in the file.
+// The allowed distance of a result from the computed one: the rounding to the digits in the file
+// and to single precision, for western longitudes before 360 degrees are subtracted.
 double ToleranceOf(const ResultField& field, double value) {
   constexpr double kFloatSteps = 1.2e-7;
   constexpr double kDoubleSteps = 1e-9;
@@ -129,7 +129,7 @@ void CheckScene(const Pool& pool, Findings& findings) {
     CheckCoverage(pool, scene, findings);
     CheckResults(pool, scene, findings);
   } catch (const Error& error) {
-    // What stops the step is an error here too, unless it has been told better already.
+    // A failure of the step is an error here too, unless another finding has explained it.
     if (findings.HasError()) return;
     findings.Error(error.Line(), error.Key(),
                    error.LogLines().empty() ? error.what() : error.LogLines().back());

@@ -39,7 +39,7 @@ std::size_t SpellingDistance(std::string_view text, std::string_view meant) {
 }
 
 bool IsMisspelt(std::string_view text, std::string_view meant) {
-  // Short texts resemble each other by chance.
+  // Short texts may resemble each other by chance, so fewer mistakes are allowed.
   constexpr std::size_t kShort = 5;
   return text != meant &&
          SpellingDistance(text, meant) <= (meant.size() < kShort ? 1 : kMostDistance);

@@ -1,4 +1,4 @@
-// Which known text a misspelt one was meant to be.
+// Recognises misspelt texts.
 #pragma once
 
 #include <cstddef>
@@ -6,12 +6,12 @@
 
 namespace quellmark::check {
 
-/// How many letters have to be added, dropped, replaced or swapped with their neighbour to make
-/// `meant` of `text`, whatever is in capitals (optimal string alignment). A value above 2 says only
-/// that there are more.
+/// Returns how many letters must be added, dropped, replaced or swapped with a neighbour to turn
+/// `text` into `meant`, ignoring case (optimal string alignment). A value above 2 only means "more
+/// than 2".
 [[nodiscard]] std::size_t SpellingDistance(std::string_view text, std::string_view meant);
 
-/// Whether `text` is not `meant`, but so close to it that it was meant.
+/// Whether `text` is not `meant` but close enough to be a misspelling of it.
 [[nodiscard]] bool IsMisspelt(std::string_view text, std::string_view meant);
 
 }  // namespace quellmark::check

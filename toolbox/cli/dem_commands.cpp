@@ -19,7 +19,7 @@ namespace quellmark::cli {
 
 namespace {
 
-// Progress by rows, with the time since it was made.
+// Shows progress by rows, with the time since its construction.
 class RowProgress {
  public:
   void Show(std::size_t done, std::size_t total) {
@@ -48,7 +48,7 @@ int Import(const raster::DemImportOptions& options) {
   return kDone;
 }
 
-// What is found when the middle of every cell of a tile is looked up.
+// The results of looking up the middle of every cell of a tile.
 struct TileStatistics {
   double least_m = std::numeric_limits<double>::infinity();
   double most_m = -std::numeric_limits<double>::infinity();
@@ -101,7 +101,7 @@ int Check(const std::string& path) {
     if (statistics.outside != 0) {
       fault(tile.path, std::to_string(statistics.outside) + " cells can not be read");
     }
-    // The heights between which the step looks for terrain.
+    // The step searches terrain between these heights.
     constexpr double kLowest_m = -500.0;
     constexpr double kHighest_m = 9000.0;
     if (statistics.least_m < kLowest_m || statistics.most_m > kHighest_m) {

@@ -1,5 +1,5 @@
-// qmtool-dem: makes DEMs of rasters and looks at them. A program of its own, since GDAL takes
-// longer to load than qmtool takes to run.
+// qmtool-dem: makes DEMs from rasters and inspects them. It is a separate program, because loading
+// GDAL takes longer than a run of qmtool.
 #include <array>
 
 #include "toolbox/cli/dem_commands.h"

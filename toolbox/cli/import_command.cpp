@@ -28,7 +28,7 @@ int Run(Arguments& arguments) {
   std::ostringstream pool;
   product::WritePool(imported.scene, pool);
   WriteOutput(arguments.output, pool.str());
-  // On standard error, since the pool may go to standard output.
+  // Notes go to standard error, because the pool may go to standard output.
   for (const std::string& note : imported.notes) std::fprintf(stderr, "note: %s\n", note.c_str());
   std::fprintf(stderr, "%s: %s, %s: %d x %d samples, %zu state vectors\n",
                arguments.output.empty() ? "standard output" : arguments.output.c_str(),

@@ -49,7 +49,8 @@ struct Arguments {
   int threads = 0;
 };
 
-// Numbers between commas, blanks or semicolons; nothing if the text holds anything else.
+// Returns the numbers between commas, blanks or semicolons, or nothing if the text contains
+// anything else.
 std::optional<std::vector<double>> NumbersIn(std::string_view text) {
   std::vector<double> numbers;
   while (true) {
@@ -67,8 +68,8 @@ std::optional<std::vector<double>> NumbersIn(std::string_view text) {
   }
 }
 
-// The columns of points on the command line or in a table: `least` to `most` numbers each, what is
-// left out is 0.
+// The columns of points on the command line or in a table. A point has `least` to `most` numbers;
+// missing ones are 0.
 class PointColumns {
  public:
   PointColumns(std::size_t least, std::size_t most) : least_(least), columns_(most) {}
@@ -84,7 +85,7 @@ class PointColumns {
       columns_[i].push_back(i < numbers->size() ? (*numbers)[i] : 0.0);
     }
   }
-  // A first line of names, empty lines and comments are left out.
+  // Ignores a first line of names, empty lines and comments.
   void AddTable(const std::string& path) {
     std::size_t line = 0;
     ForEachLine(ReadInput(path), [&](std::string_view text) {
@@ -103,7 +104,7 @@ class PointColumns {
   std::vector<std::vector<double>> columns_;
 };
 
-// What the options say about the ground. The DEM must outlive the options.
+// Returns the options for the ground. The DEM must outlive them.
 GroundOptions GroundOf(const Arguments& arguments, const std::optional<Dem>& dem) {
   GroundOptions options;
   options.height_m = arguments.height_m;
@@ -160,7 +161,8 @@ PointTable LocateGround(const Scene& scene, const PointColumns& places, int thre
   return std::move(results.table);
 }
 
-// "21x11": so many samples and lines, from the first to the last one.
+// Returns samples and lines for a text like "21x11": that many of each, evenly from the first to
+// the last.
 std::pair<std::vector<double>, std::vector<double>> GridOf(const std::string& text,
                                                            const SceneParameters& image) {
   constexpr std::size_t kMost = 50'000'000;
@@ -188,7 +190,7 @@ std::pair<std::vector<double>, std::vector<double>> GridOf(const std::string& te
   return grid;
 }
 
-// All samples of the image, some lines at a time.
+// Locates all samples of the image, some lines at a time.
 void LocateAll(const Scene& scene, const Arguments& arguments, const GroundOptions& options) {
   constexpr std::size_t kPointsAtOnce = std::size_t{1} << 20;
   const auto samples = static_cast<std::size_t>(scene.Parameters().samples);
@@ -268,7 +270,7 @@ int Run(const Arguments& arguments) {
     if (!arguments.points.empty()) positions.AddTable(arguments.points);
     table = LocatePoints(scene, positions[0], positions[1], options);
   } else {
-    // Without anything else: the centre and the corners.
+    // By default the centre and the corners are located.
     const auto [samples, lines] =
         GridOf(arguments.grid.empty() ? "3x3" : arguments.grid, scene.Parameters());
     table = LocatePoints(scene, samples, lines, options);

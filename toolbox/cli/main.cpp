@@ -1,4 +1,4 @@
-// qmtool: works with scenes and products around the step.
+// qmtool: imports, checks, locates and maps scenes, and runs the step for many of them.
 #include <array>
 
 #include "toolbox/cli/program.h"

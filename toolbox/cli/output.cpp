@@ -18,7 +18,7 @@ namespace {
   throw std::runtime_error(path + ": " + what + ": " + std::strerror(error));
 }
 
-// Everything to a descriptor; the error number, or 0.
+// Writes everything to a descriptor. Returns the error number, or 0.
 int WriteAll(int fd, std::string_view content) {
   while (!content.empty()) {
     const ssize_t written = ::write(fd, content.data(), content.size());
@@ -29,7 +29,7 @@ int WriteAll(int fd, std::string_view content) {
   return 0;
 }
 
-// A file beside the final one that vanishes unless it takes that one's name.
+// A temporary file beside the final one. It is removed unless it gets the final name.
 class FileBeside {
  public:
   explicit FileBeside(const std::string& path) : path_(path), beside_(path + ".XXXXXX") {

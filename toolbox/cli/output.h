@@ -1,4 +1,4 @@
-// Where a command puts its result.
+// Input and output of the commands.
 #pragma once
 
 #include <string>
@@ -6,15 +6,14 @@
 
 namespace quellmark::cli {
 
-/// Writes `content` to standard output if `path` is empty; else to that file, whole or not at all:
-/// a file that stands there stays as it is until the new one is complete. Throws
-/// std::runtime_error.
+/// Writes `content` to standard output if `path` is empty, else to that file, completely or not at
+/// all: an existing file is replaced only when the new one is complete. Throws std::runtime_error.
 void WriteOutput(const std::string& path, std::string_view content);
 
-/// The whole of a file, or of standard input for "-"; throws std::runtime_error.
+/// Returns the whole content of a file, or of standard input for "-". Throws std::runtime_error.
 [[nodiscard]] std::string ReadInput(const std::string& path);
 
-/// Splits a text into lines without their ends; a last one without an end counts.
+/// Splits a text into lines without line ends. A last line need not have one.
 template <class Function>
 void ForEachLine(std::string_view text, Function function) {
   while (!text.empty()) {

@@ -36,7 +36,7 @@ using Shared = std::shared_ptr<Arguments>;
 
 // --- list and get ---
 
-// A value for reading: texts without quotes, one element a line.
+// Returns a value for people to read: texts without quotes, one element per line.
 std::string PlainText(const Json& json) {
   if (json.is_string()) return json.get<std::string>();
   if (json.is_object() && json.contains("values")) {
@@ -103,8 +103,8 @@ int Get(const Arguments& arguments) {
 
 std::string Quoted(const std::string& text) { return '"' + text + '"'; }
 
-// The entry as it would stand in a pool, so that its value is read by the rules of pools. Texts do
-// not come this way: their quotes would have to be escaped.
+// Returns the text of an entry in a pool, so that the pool reader can parse the value. Not for
+// texts, whose quotes would need escapes.
 std::string EntryText(ValueType type, const std::string& key,
                       const std::vector<std::string>& values) {
   const std::string name(NameOf(type));
@@ -146,7 +146,7 @@ Value ValueOf(ValueType type, const Arguments& arguments) {
     }
   }
   if (type == ValueType::kInt32 || type == ValueType::kInt64) {
-    // The reader of pools would take the nearest number that fits.
+    // The pool reader would silently use the nearest number that fits.
     std::int64_t number = 0;
     const char* const end = values[0].data() + values[0].size();
     const auto result = std::from_chars(values[0].data(), end, number);
@@ -195,7 +195,7 @@ bool AreEqual(const Json& a, const Json& b, double tolerance) {
 
 struct Difference {
   std::string key;
-  std::string before;  // empty: only in the other pool
+  std::string before;  // empty if the entry is only in the other pool
   std::string after;
 };
 
@@ -272,7 +272,7 @@ int FromJson(const Arguments& arguments) {
 
 // --- fix ---
 
-// UTF-16 to Latin-1, which is what a pool's bytes are; other characters become "?".
+// Converts UTF-16 to Latin-1, the encoding of pools. Other characters become "?".
 std::string FromUtf16(std::string_view text, bool is_big_endian) {
   std::string bytes;
   for (std::size_t i = 0; i + 1 < text.size(); i += 2) {

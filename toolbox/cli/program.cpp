@@ -45,7 +45,7 @@ class Program {
     std::fprintf(stderr, "%s: %s\n", command.c_str(), what.c_str());
   }
 
-  // "FILE:LINE: " in front of what is told, as far as it is known and not told already.
+  // Returns the message with "FILE:LINE: " before it, if they are known and not already in it.
   static std::string Placed(const Error& error) {
     std::string what = error.what();
     if (error.File().empty() || what.starts_with(error.File())) return what;
@@ -54,7 +54,7 @@ class Program {
     return place + ' ' + what;
   }
 
-  // Exceptions end here.
+  // No exception leaves this function.
   static int RunCommandReported(const std::string& command, const RunCommand& run) {
     try {
       return run();

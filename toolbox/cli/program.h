@@ -1,4 +1,4 @@
-// What the executables of the toolbox share: a table of commands, their failures and statuses.
+// The common part of the toolbox's executables: the table of commands, failures and exit statuses.
 #pragma once
 
 #include <span>
@@ -13,8 +13,8 @@ struct CommandRow {
   AddCommand add;
 };
 
-/// Reads the command line, runs the command that it names and returns the exit status. Every
-/// failure becomes one line "PROGRAM COMMAND: ..." on standard error.
+/// Reads the command line, runs its command and returns the exit status. A failure becomes one line
+/// "PROGRAM COMMAND: ..." on standard error.
 [[nodiscard]] int RunProgram(int argc, char** argv, const std::string& program,
                              const std::string& description, std::span<const CommandRow> commands);
 

@@ -10,7 +10,7 @@ namespace quellmark::cli {
 
 namespace {
 
-// "1:02:03" or "2:03".
+// Returns a time like "1:02:03" or "2:03".
 std::string Clock(double seconds) {
   const long long whole = std::llround(std::min(seconds, 1e9));
   char text[40];
@@ -48,7 +48,7 @@ void ProgressBar::Show(std::size_t done, std::size_t total, std::size_t skipped,
   if (!note.empty()) numbers += "  " + note;
 
   if (!is_terminal_) {
-    constexpr double kShort_s = 2.0;  // nobody needs lines about what is over at once
+    constexpr double kShort_s = 2.0;  // short runs need no lines
     if (percent / 10 <= tenths_ || seconds < kShort_s) return;
     tenths_ = percent / 10;
     std::fprintf(stderr, "%s\n", numbers.c_str());

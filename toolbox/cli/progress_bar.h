@@ -1,4 +1,4 @@
-// The progress of a long run, on standard error.
+// Shows the progress of a long run on standard error.
 #pragma once
 
 #include <cstddef>
@@ -6,14 +6,14 @@
 
 namespace quellmark::cli {
 
-/// On a terminal a bar with rate and time left in one line, drawn at most ten times a second;
-/// elsewhere a line for each 10 %, once it has taken two seconds.
+/// On a terminal, draws a bar with rate and remaining time in one line, at most ten times a second.
+/// Elsewhere, prints a line for each 10 %, but none in the first two seconds.
 class ProgressBar {
  public:
-  /// `unit` is what is counted, such as "scenes".
+  /// `unit` is the plural of the counted things, such as "scenes".
   explicit ProgressBar(std::string unit);
 
-  /// `skipped` of `done` took no time. `note` stands behind the numbers.
+  /// `skipped` of `done` took no time. `note` is shown after the numbers.
   void Show(std::size_t done, std::size_t total, std::size_t skipped, double seconds,
             const std::string& note = "");
   /// Ends the line of the bar.

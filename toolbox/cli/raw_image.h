@@ -1,4 +1,4 @@
-// Whole images as raw arrays with an ENVI header, written line by line.
+// Writes whole images as raw arrays with an ENVI header, line by line.
 #pragma once
 
 #include <cstddef>
@@ -10,8 +10,8 @@
 namespace quellmark::cli {
 
 /// Writes `path` (doubles in the machine's byte order, line by line, in each line band after band)
-/// and its header beside it, with ".hdr" in the place of the extension. Both appear at once and
-/// whole, when Finish() is called; without it nothing is left. Throws std::runtime_error.
+/// and a header beside it with the extension ".hdr". Both files appear, complete, when Finish() is
+/// called; otherwise none is left. Throws std::runtime_error.
 class RawImage {
  public:
   RawImage(std::string path, std::size_t samples, std::size_t lines,
@@ -20,7 +20,7 @@ class RawImage {
   RawImage& operator=(const RawImage&) = delete;
   ~RawImage();
 
-  /// The next values of the file.
+  /// Writes the next values of the file.
   void Write(std::span<const double> values);
   void Finish();
 

@@ -1,4 +1,4 @@
-// Images in ground range: where their samples lie in slant range.
+// Converts ground range images: the slant ranges of their samples.
 #pragma once
 
 #include <string>
@@ -19,17 +19,17 @@ struct GroundToSlant {
   [[nodiscard]] double At(double ground_range_m) const;
 };
 
-/// What to say of a conversion that `SetGroundRange` refuses.
+/// The message about a conversion that `SetGroundRange` refuses.
 inline constexpr const char* kNoGrowth = "gives slant ranges that do not grow along the line";
 
-/// Sets the first range time and the range sampling frequency of `scene`, which has its number of
-/// samples, so that its first and its last sample have their true slant ranges, and remarks how far
-/// those in between are off. False, and nothing set, if the slant range does not grow.
+/// Sets the first range time and the range sampling frequency of `scene` so that its first and its
+/// last sample have their true slant ranges, and adds a remark about the error in between. The
+/// number of samples must be set. Returns false and sets nothing if the slant range does not grow.
 [[nodiscard]] bool SetGroundRange(const GroundToSlant& conversion, double pixel_spacing_m,
                                   const std::string& source, SceneDescription& scene);
 
-/// How far, in metres, the samples of an image in ground range lie from equal steps of slant range,
-/// as a remark.
+/// Returns a remark about how far, in metres, the samples of a ground range image are from equal
+/// steps of slant range.
 [[nodiscard]] std::string GroundRangeRemark(double largest_misfit_m);
 
 }  // namespace quellmark::product

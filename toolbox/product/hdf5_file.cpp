@@ -12,7 +12,7 @@ namespace {
 constexpr hssize_t kMostNumbers = hssize_t{1} << 22;
 constexpr std::size_t kLongestText = 1U << 16U;
 
-// Reads the one text of a data set or of an attribute, which have functions of their own.
+// Reads a single text with `Read`, which differs for data sets and attributes.
 template <typename Read>
 bool ReadText(hid_t type, hid_t space, const Read& read, std::string& text) {
   if (H5Tget_class(type) != H5T_STRING || H5Sget_simple_extent_npoints(space) != 1) return false;
@@ -56,7 +56,7 @@ Hdf5File::Hdf5File(const std::filesystem::path& path)
 Hdf5File::~Hdf5File() = default;
 
 bool Hdf5File::Has(const std::string& path) const {
-  // The library asks for every link on the way.
+  // HDF5 requires a check of every link on the path.
   for (std::size_t end = path.find('/', 1);; end = path.find('/', end + 1)) {
     if (H5Lexists(file_.Id(), path.substr(0, end).c_str(), H5P_DEFAULT) <= 0) return false;
     if (end == std::string::npos) return true;

@@ -1,4 +1,4 @@
-// The data sets of an HDF5 file, by path; what is missing or of another shape is told with both.
+// Reads the data sets of an HDF5 file by path. Errors name the file and the path.
 #pragma once
 
 #include <cstdint>
@@ -10,7 +10,7 @@
 
 namespace quellmark::product {
 
-/// Owns an identifier of the library, closed by the function that its kind needs.
+/// Owns an identifier of the HDF5 library and closes it with the function for its kind.
 class Hdf5Handle {
  public:
   using Close = herr_t (*)(hid_t);
@@ -29,8 +29,8 @@ class Hdf5Handle {
   Close close_;
 };
 
-/// Read-only. Failures throw ImportError with file and data set; the library's own error stack is
-/// not printed while one of these lives.
+/// An HDF5 file that is open for reading. Failures throw ImportError with file and data set. While
+/// an object exists, the library does not print its error stack.
 class Hdf5File {
  public:
   explicit Hdf5File(const std::filesystem::path& path);
@@ -41,13 +41,14 @@ class Hdf5File {
   using Shape = std::vector<hsize_t>;
 
   [[nodiscard]] bool Has(const std::string& path) const;
-  /// Of a scalar: no dimension.
+  /// The dimensions of a data set; none for a scalar.
   [[nodiscard]] Shape ShapeOf(const std::string& path) const;
-  /// All numbers, the last dimension fastest; at most 2^22 of them. They are finite.
+  /// Returns all numbers, the last dimension fastest. Throws for more than 2^22 numbers, or if one
+  /// is not finite.
   [[nodiscard]] std::vector<double> Numbers(const std::string& path) const;
-  /// The one number of a data set.
+  /// Returns the number of a data set that has only one.
   [[nodiscard]] double Number(const std::string& path) const;
-  /// The text of a data set, of fixed or variable length, or of its attribute.
+  /// Returns the text of a data set, of fixed or variable length, or of its attribute.
   [[nodiscard]] std::string Text(const std::string& path) const;
   [[nodiscard]] std::string TextOfAttribute(const std::string& path, const char* name) const;
 

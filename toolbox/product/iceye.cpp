@@ -22,7 +22,7 @@ constexpr struct {
   const char* radar_frequency_hz = "carrier_frequency";
   const char* range_spacing_m = "range_spacing";
   const char* conversion = "GRSR_Coefficients";
-  // Slant range products alone.
+  // Only in slant range products.
   const char* first_range_time_s = "first_pixel_time";
   const char* range_sampling_hz = "range_sampling_rate";
 } kFields;

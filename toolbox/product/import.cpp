@@ -34,14 +34,14 @@ std::string Upper(std::string text) {
 
 bool IsHdf5(const std::string& head) { return head.starts_with("\x89HDF\r\n\x1a\n"); }
 
-// One image's main metadata within a product.
+// The main metadata of one image in a product.
 struct Metadata {
   std::string name;
-  const XmlMission* mission = nullptr;  // none: HDF5
-  Sentinel1Image image;                 // of Sentinel-1 alone
+  const XmlMission* mission = nullptr;  // null for HDF5
+  Sentinel1Image image;                 // for Sentinel-1 only
 };
 
-// What file `name` is, judged by its beginning.
+// Recognises the file `name` by its beginning.
 std::optional<Metadata> Recognised(const ProductFiles& files, const std::string& name) {
   constexpr std::size_t kHead = std::size_t{1} << 18U;
   const std::string head = files.Head(name, kHead);
@@ -51,7 +51,7 @@ std::optional<Metadata> Recognised(const ProductFiles& files, const std::string&
   try {
     root = XmlElement::Parse(files.Label(name), head, true);
   } catch (const ImportError&) {
-    return {};  // no element at all: it is not the file that is looked for
+    return {};  // it has no element, so it is not the metadata
   }
   for (const XmlMission& mission : kXmlMissions) {
     if (!mission.recognises(*root)) continue;
@@ -61,7 +61,8 @@ std::optional<Metadata> Recognised(const ProductFiles& files, const std::string&
   return {};
 }
 
-// The images of the product; of missions whose products have one image each, the first that is met.
+// Returns the images of the product. If the mission has one image per product, returns the first
+// one found.
 std::vector<Metadata> FindMetadata(const ProductFiles& files, const std::string& path) {
   std::vector<Metadata> found;
   const std::vector<std::string> candidates = files.Candidates();
@@ -87,7 +88,7 @@ std::string Listed(const std::set<std::string>& words) {
   return list;
 }
 
-// Keeps the images whose `member` is `wanted`.
+// Keeps only the images whose `member` is `wanted`.
 void Keep(std::string Sentinel1Image::*member, const std::string& wanted, const char* what,
           const std::string& path, std::vector<Metadata>& images) {
   std::set<std::string> present;
@@ -100,7 +101,8 @@ void Keep(std::string Sentinel1Image::*member, const std::string& wanted, const 
   }
 }
 
-// Images of one swath in several polarisations have the same geometry; swaths have not.
+// The images of one swath in several polarisations have the same geometry, different swaths have
+// not.
 Metadata Chosen(std::vector<Metadata> images, const ImportOptions& options, const std::string& path,
                 std::vector<std::string>& notes) {
   const bool is_choice = !images.front().image.swath.empty();
@@ -140,7 +142,7 @@ void CheckWithin(const std::string& file, const std::string& source, double valu
                         Significant(least, 6) + " and " + Significant(most, 6));
 }
 
-// What no radar satellite has, a spoiled product has.
+// Refuses numbers that no radar satellite has, because the product must be faulty.
 void CheckNumbers(const SceneDescription& scene, const std::string& file) {
   const auto check = [&](const Sourced<double>& number, double least, double most,
                          const char* unit) {
@@ -176,8 +178,8 @@ void CheckOrbit(const SceneDescription& scene, const std::string& file) {
   }
 }
 
-// How far the interpolations of the step turn the line of sight with such an orbit: the noise of
-// neighbouring positions, by their distance in time, acts as one of the velocity.
+// Returns how far the step's interpolations turn the line of sight with this orbit. The noise of
+// neighbouring positions, divided by their distance in time, acts like noise of the velocity.
 double LocationError(const SceneDescription& scene, const OrbitFit& fit) {
   const std::vector<StateVector>& orbit = scene.orbit.value;
   const double spacing_s =
@@ -190,8 +192,8 @@ double LocationError(const SceneDescription& scene, const OrbitFit& fit) {
          std::hypot(fit.velocity_misfit_m_s, 2.0 * fit.position_misfit_m / spacing_s);
 }
 
-// The vectors that matter for the scene: to smooth, those of some minutes, which average the noise;
-// to judge, those that an interpolation takes.
+// Returns the state vectors that matter for the scene. For smoothing these are those of some
+// minutes, which average the noise; for the judgement, those that an interpolation uses.
 std::vector<StateVector> Near(const SceneDescription& scene, bool is_to_smooth) {
   constexpr double kMargin_s = 300.0;
   constexpr std::ptrdiff_t kBeyond = 4;
@@ -206,7 +208,8 @@ std::vector<StateVector> Near(const SceneDescription& scene, bool is_to_smooth) 
   return {first, end};
 }
 
-// Tells how positions and velocities go together; replaces the orbit where that is wished.
+// Remarks how well positions and velocities agree, and replaces the orbit if the options request
+// it.
 void JudgeOrbit(const ImportOptions& options, const std::string& file, SceneDescription& scene) {
   constexpr double kNoisy_m = 5.0;
   const auto fit = FitOrbit(Near(scene, options.smooth_orbit));
@@ -234,7 +237,7 @@ void JudgeOrbit(const ImportOptions& options, const std::string& file, SceneDesc
   }
 }
 
-// How many seconds the scene reaches beyond its orbit.
+// Remarks by how many seconds the scene exceeds its orbit.
 void RemarkCoverage(SceneDescription& scene) {
   const double before_s = SecondsBetween(scene.first_line.value, scene.orbit.value.front().time);
   const double behind_s = SecondsBetween(scene.orbit.value.back().time, scene.LastLine());

@@ -1,4 +1,4 @@
-// A scene's parameter pool from the metadata of a radar satellite's product.
+// Makes a scene's parameter pool from the metadata of a radar satellite's product.
 #pragma once
 
 #include <filesystem>
@@ -26,24 +26,24 @@ class ImportError : public std::runtime_error {
 };
 
 struct ImportOptions {
-  std::filesystem::path orbit_file;  // of Sentinel-1: in place of the annotation's orbit
-  bool smooth_orbit = false;         // positions and velocities replaced by one curve through both
-  std::string swath;                 // of a Sentinel-1 product with several: "IW2"
-  std::string polarisation;          // "VV"; without it a co-polarised one is taken
+  std::filesystem::path orbit_file;  // for Sentinel-1: replaces the annotation's orbit
+  bool smooth_orbit = false;  // replaces the orbit by a curve through positions and velocities
+  std::string swath;          // such as "IW2", for a Sentinel-1 product with several
+  std::string polarisation;   // such as "VV"; by default a co-polarised one
 };
 
 struct ImportedScene {
   SceneDescription scene;
-  /// What to tell the person who asked: what was recognised, chosen, and is approximate.
+  /// Notes for the user: what was recognised and chosen, and what is approximate.
   std::vector<std::string> notes;
 };
 
-/// The scene of the product at `path`: a folder, a zip archive or the main metadata file. The
-/// mission is recognised by the content. Reads alone. Throws ImportError.
+/// Returns the scene of the product at `path`: a folder, a zip archive or the main metadata file.
+/// Recognises the mission by the content. Changes no file. Throws ImportError.
 [[nodiscard]] ImportedScene ImportProduct(const std::filesystem::path& path,
                                           const ImportOptions& options);
 
-/// Writes the pool of `scene`; its comments tell where each value comes from and what is
+/// Writes the pool of `scene`. Its comments say where each value comes from and what is
 /// approximate. Throws ImportError for a value that no pool can hold.
 void WritePool(const SceneDescription& scene, std::ostream& stream);
 

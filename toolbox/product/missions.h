@@ -1,5 +1,5 @@
-// The missions: a file each, all with the same two functions. A further mission is one more file
-// and one more row in import.cpp.
+// The missions. Each is one file with the same two functions. A new mission needs one more file and
+// one more row in import.cpp.
 #pragma once
 
 #include "toolbox/product/import.h"
@@ -11,11 +11,11 @@ namespace quellmark::product {
 
 /// A mission whose metadata are XML.
 struct XmlMission {
-  /// Whether the document element is one of the mission's main metadata, judged by what it says;
-  /// of the document maybe only its beginning is there.
+  /// Whether the document element, by its content, belongs to the mission's main metadata. The
+  /// document may be cut after its beginning.
   bool (*recognises)(const XmlElement& root);
-  /// The scene; `files` and `name` lead to what lies beside the document. Throws ImportError.
-  /// Orbit, numbers and their plausibility are looked at by the caller.
+  /// Returns the scene. `files` and `name` lead to the files beside the document. Throws
+  /// ImportError. The caller checks the orbit, and whether the numbers are plausible.
   SceneDescription (*read)(const XmlElement& root, const ProductFiles& files,
                            const std::string& name);
 };
@@ -24,7 +24,7 @@ struct XmlMission {
 [[nodiscard]] SceneDescription ReadSentinel1(const XmlElement& root, const ProductFiles& files,
                                              const std::string& name);
 
-/// What tells the images of a Sentinel-1 product apart.
+/// The properties that distinguish the images of a Sentinel-1 product.
 struct Sentinel1Image {
   std::string swath;         // "IW1"
   std::string polarisation;  // "VV"
@@ -43,12 +43,13 @@ struct Sentinel1Image {
 [[nodiscard]] SceneDescription ReadIceye(const XmlElement& root, const ProductFiles& files,
                                          const std::string& name);
 
-/// NISAR's products are HDF5 files. Throws ImportError also where HDF5 was not there at build time.
+/// Reads NISAR's products, which are HDF5 files. Throws ImportError, also if the program was built
+/// without HDF5.
 [[nodiscard]] SceneDescription ReadNisar(const std::filesystem::path& path);
 
-/// The state vectors of a Sentinel-1 orbit file (precise or restituted) around the scene: one
-/// minute more on both sides. Throws ImportError if the file is of another satellite or does not
-/// cover it.
+/// Returns the state vectors of a Sentinel-1 orbit file (precise or restituted) from one minute
+/// before the scene to one minute after it. Throws ImportError if the file belongs to another
+/// satellite or does not cover the scene.
 [[nodiscard]] Sourced<std::vector<StateVector>> ReadOrbitFile(const std::filesystem::path& path,
                                                               const SceneDescription& scene);
 

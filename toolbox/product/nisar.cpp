@@ -11,19 +11,20 @@ namespace quellmark::product {
 
 namespace {
 
-// Either radar, and the group's name now and in earlier versions.
+// The groups of the two radars, and the names of the product's group in this version and earlier
+// ones.
 constexpr std::array kRadars = {"/science/LSAR", "/science/SSAR"};
 constexpr std::array kProducts = {"/RSLC", "/SLC"};
 constexpr std::array kFrequencies = {"/swaths/frequencyA", "/swaths/frequencyB"};
 
-// Below the radar's group.
+// Names in the radar's group.
 constexpr struct {
   const char* mission = "/identification/missionId";
   const char* pass = "/identification/orbitPassDirection";
   const char* look_side = "/identification/lookDirection";
 } kIdentification;
 
-// Below the product's group.
+// Names in the product's group.
 constexpr struct {
   const char* line_times_s = "/swaths/zeroDopplerTime";
   const char* line_spacing_s = "/swaths/zeroDopplerTimeSpacing";
@@ -34,14 +35,14 @@ constexpr struct {
   const char* height_m = "/metadata/processingInformation/parameters/referenceTerrainHeight";
 } kFields;
 
-// Below the frequency's group.
+// Names in the frequency's group.
 constexpr struct {
   const char* slant_ranges_m = "/slantRange";
   const char* slant_range_spacing_m = "/slantRangeSpacing";
   const char* radar_frequency_hz = "/processedCenterFrequency";
 } kSwath;
 
-// The first of the `names` below `parent` that the file has.
+// Returns the first of the `names` in `parent` that the file has.
 template <std::size_t n>
 std::string FirstOf(const Hdf5File& file, const std::string& parent,
                     const std::array<const char*, n>& names) {
@@ -51,7 +52,7 @@ std::string FirstOf(const Hdf5File& file, const std::string& parent,
   file.Fail(parent + names[0], "is missing");
 }
 
-// The instant that "seconds since 2021-07-01 00:00:00" counts from.
+// Returns the zero of times with a unit like "seconds since 2021-07-01 00:00:00".
 UtcTime TimeOrigin(const Hdf5File& file, const std::string& path) {
   constexpr std::string_view kBefore = "seconds since ";
   const std::string units = file.TextOfAttribute(path, "units");
@@ -62,7 +63,7 @@ UtcTime TimeOrigin(const Hdf5File& file, const std::string& path) {
   return *origin;
 }
 
-// Numbers that are to be times, so that they can be shifted by.
+// Reads times and checks that they are small enough for Shifted().
 std::vector<double> Seconds(const Hdf5File& file, const std::string& path) {
   constexpr double kMost_s = 1e10;
   std::vector<double> times = file.Numbers(path);

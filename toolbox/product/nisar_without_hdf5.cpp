@@ -1,4 +1,4 @@
-// In place of nisar.cpp where the HDF5 library was not there.
+// Replaces nisar.cpp if the HDF5 library is missing.
 #include "toolbox/product/missions.h"
 
 namespace quellmark::product {

@@ -1,4 +1,4 @@
-// Numbers in comments and messages.
+// Formats numbers for comments and messages.
 #pragma once
 
 #include <array>
@@ -7,14 +7,14 @@
 
 namespace quellmark::product {
 
-/// With `digits` significant digits.
+/// Returns the number with `digits` significant digits.
 [[nodiscard]] inline std::string Significant(double value, int digits) {
   std::array<char, 64> text{};
   static_cast<void>(std::snprintf(text.data(), text.size(), "%.*g", digits, value));
   return text.data();
 }
 
-/// With `digits` digits behind the point; for numbers of a size that people read.
+/// Returns the number with `digits` digits after the point, for numbers of moderate size.
 [[nodiscard]] inline std::string Fixed(double value, int digits) {
   std::array<char, 400> text{};
   static_cast<void>(std::snprintf(text.data(), text.size(), "%.*f", digits, value));

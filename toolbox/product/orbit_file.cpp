@@ -1,4 +1,4 @@
-// Orbit files of Sentinel-1 (EOF): precise ones come after three weeks, restituted ones within
+// Orbit files of Sentinel-1 (EOF). Precise ones appear after three weeks, restituted ones within
 // hours.
 #include <algorithm>
 
@@ -17,7 +17,7 @@ constexpr struct {
 constexpr StateVectorFields kOrbit = {
     "Data_Block/List_of_OSVs/OSV", "UTC", {"X", "Y", "Z"}, {"VX", "VY", "VZ"}};
 
-// Six vectors of a usual file, which is more than an interpolation takes.
+// A usual file has six vectors in this time, more than an interpolation needs.
 constexpr double kMargin_s = 60.0;
 
 }  // namespace

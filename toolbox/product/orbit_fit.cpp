@@ -24,11 +24,11 @@ constexpr double kC22 = 1.57446e-6, kS22 = -9.03804e-7;
 constexpr double kLongestStep_s = 2.0;  // error of a step: 2e-9 m
 constexpr int kHighestDegree = 8;
 constexpr int kWeightRounds = 8;
-// State vectors are no better than this, however smooth they look: a velocity that is off by a
-// constant, as in quick-look orbits, must not outweigh the positions.
+// State vectors count as no better than this, even if they are smoother. So a velocity with a
+// constant error, as in quick-look orbits, cannot outweigh the positions.
 constexpr double kLeastPosition_m = 0.01;
 constexpr double kLeastVelocity_m_s = 0.003;
-// Scatter that trusts the other kind alone.
+// A scatter so large that only the other kind of data counts.
 constexpr double kMostPosition_m = 10.0;
 constexpr double kMostVelocity_m_s = 1.0;
 
@@ -37,7 +37,7 @@ struct State {
   Vector v{};
 };
 
-// Gravity, centrifugal and Coriolis acceleration [m/s^2].
+// The sum of gravity, centrifugal and Coriolis acceleration [m/s^2].
 Vector Acceleration(const State& s) {
   const auto [x, y, z] = s.r;
   const double r2 = x * x + y * y + z * z;
@@ -74,7 +74,7 @@ State Moved(const State& s, const State& rate, double dt) {
 
 State Rate(const State& s) { return {s.v, Acceleration(s)}; }
 
-// Runge and Kutta, fourth order.
+// Integrates by the Runge-Kutta method of fourth order.
 State Propagated(State s, double span_s) {
   const int steps = std::max(1, static_cast<int>(std::ceil(std::abs(span_s) / kLongestStep_s)));
   const double dt = span_s / steps;
@@ -104,8 +104,8 @@ Basis Chebyshev(double u) {
 
 using Coefficients = std::array<Vector, kHighestDegree + 1>;
 
-// Solves the symmetric, positive definite n x n system in place by Cholesky's factors; false where
-// it is not definite.
+// Solves a symmetric, positive definite n x n system in place by Cholesky's method. Returns false
+// if it is not positive definite.
 bool Solve(std::array<std::array<double, kHighestDegree + 1>, kHighestDegree + 1> a, std::size_t n,
            Coefficients& right) {
   for (std::size_t i = 0; i < n; ++i) {
@@ -146,8 +146,8 @@ class Fitter {
     }
   }
 
-  // Brings the arc to where a straight line through the remaining differences vanishes; false where
-  // it does not come to rest.
+  // Moves the arc until the straight line through the remaining differences vanishes. Returns false
+  // if this does not converge.
   bool FindArc() {
     const auto nearest = static_cast<std::size_t>(
         std::ranges::min_element(times_s_, {}, [](double t) { return std::abs(t); }) -
@@ -172,8 +172,8 @@ class Fitter {
     return true;
   }
 
-  // Fits the polynomial of `degree` on the arc. The weights come from the scatter, beginning with
-  // trust in the positions, or else in the velocities.
+  // Fits a polynomial of `degree` to the differences from the arc. The weights come from the
+  // scatter. At first only the positions count, or else only the velocities.
   bool Fit(int degree, bool trusts_positions) {
     degree_ = degree;
     position_m_ = trusts_positions ? kLeastPosition_m : kMostPosition_m;
@@ -185,7 +185,7 @@ class Fitter {
     return std::isfinite(position_m_) && std::isfinite(velocity_m_s_);
   }
 
-  // Schwarz's criterion: the smaller, the better do degree and data go together.
+  // Schwarz's criterion. The smallest value belongs to the best degree.
   [[nodiscard]] double Criterion() const {
     const double n = 3.0 * static_cast<double>(times_s_.size());
     return 2.0 * n * (std::log(position_m_) + std::log(velocity_m_s_)) +
@@ -226,7 +226,7 @@ class Fitter {
     }
   }
 
-  // The polynomial and its slope at epoch j.
+  // Returns the polynomial and its slope at epoch j.
   [[nodiscard]] State Correction(std::size_t j) const {
     State sum;
     for (std::size_t k = 0; k <= static_cast<std::size_t>(degree_); ++k) {
@@ -280,8 +280,8 @@ class Fitter {
   double half_span_s_ = 0.0;
   std::vector<double> times_s_;
   std::vector<Basis> basis_;
-  State start_;             // of the arc, at the middle
-  std::vector<State> arc_;  // at the epochs
+  State start_;             // state of the arc at the middle epoch
+  std::vector<State> arc_;  // states of the arc at the epochs
   int degree_ = 1;
   Coefficients coefficients_{};
   double position_m_ = 1.0;  // scatter of one coordinate
@@ -298,7 +298,8 @@ std::optional<OrbitFit> FitOrbit(const std::vector<StateVector>& orbit) {
   }
   Fitter fitter(orbit);
   if (!fitter.FindArc()) return {};
-  // Half as high as there are vectors at most, so that noise is not followed.
+  // The degree is at most half the number of vectors, so that the polynomial does not follow the
+  // noise.
   const int highest = std::clamp(static_cast<int>(orbit.size() / 2), 1, kHighestDegree);
   std::optional<OrbitFit> best;
   double least = std::numeric_limits<double>::infinity();

@@ -1,4 +1,4 @@
-// How well state vectors agree with one smooth orbit, and that orbit.
+// Fits a smooth orbit to state vectors, and measures how well they agree with it.
 #pragma once
 
 #include <optional>
@@ -8,14 +8,14 @@
 
 namespace quellmark::product {
 
-/// The one curve through positions and velocities: an arc under the earth's gravity (to degree 4
-/// zonal and with the flattening of the equator), earth-fixed, plus a polynomial as high as the
-/// data demand.
+/// A curve through positions and velocities: an arc in the earth's gravity field (zonal terms to
+/// degree 4 and the flattening of the equator), earth-fixed, plus a polynomial of the degree that
+/// the data require.
 struct OrbitFit {
   double position_misfit_m = 0.0;     // root mean square distance of the positions from the curve
   double velocity_misfit_m_s = 0.0;   // the same of the velocities
-  double largest_misfit_m = 0.0;      // of a position
-  int degree = 0;                     // of the polynomial; 1 is the arc alone
+  double largest_misfit_m = 0.0;      // the largest distance of a position
+  int degree = 0;                     // of the polynomial; 1 means the arc only
   std::vector<StateVector> smoothed;  // the curve at the epochs
 };
 
@@ -23,8 +23,8 @@ struct OrbitFit {
 inline constexpr double kLongestFit_s = 1800.0;
 
 /// Fits `orbit`, whose epochs ascend. The weights of positions and velocities come from their own
-/// scatter, the degree from Schwarz's criterion (Annals of Statistics 6, 1978). Nothing with fewer
-/// than three vectors, over more than `kLongestFit_s`, or where no orbit is near.
+/// scatter, the degree from Schwarz's criterion (Annals of Statistics 6, 1978). Returns nothing for
+/// fewer than three vectors, for more than `kLongestFit_s`, or if no orbit is near the vectors.
 [[nodiscard]] std::optional<OrbitFit> FitOrbit(const std::vector<StateVector>& orbit);
 
 }  // namespace quellmark::product

@@ -1,4 +1,4 @@
-// The pool of a scene: layout and columns are those of the programs that write pools.
+// Writes the pool of a scene, in the layout that all programs use for pools.
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -16,7 +16,7 @@ constexpr std::size_t kCommentColumns = 98;
 constexpr std::string_view kBraceIndent = "                                               ";
 constexpr std::array<const char*, 3> kAxes = {"x", "y", "z"};
 
-// Texts come from products: on a line of the pool they must not end it or begin another.
+// Replaces characters that would end a line of the pool, because texts come from products.
 std::string Printable(std::string_view text) {
   std::string printable;
   for (const char c : text) printable += c >= ' ' && c <= '~' ? c : ' ';
@@ -33,7 +33,7 @@ class Writer {
  public:
   explicit Writer(std::ostream& stream) : stream_(stream) {}
 
-  // The text as comment lines, broken between words.
+  // Writes the text as comment lines, broken between words.
   void Comment(std::string_view text) {
     std::string line = "#";
     const std::string words = Printable(text) + ' ';
@@ -84,8 +84,8 @@ class Writer {
 
 std::string Quoted(const std::string& text) { return '"' + text + '"'; }
 
-// The step reads epochs to the microsecond, in which a satellite moves by 8 mm: the position goes
-// along. Its curvature is 1e-12 m in that time.
+// Rounds an epoch to the microsecond, because the step reads no more digits, and moves the position
+// along by up to 8 mm. The curvature of the path is 1e-12 m in that time.
 StateVector OnMicrosecond(StateVector vector) {
   const UtcTime rounded = RoundedToMicrosecond(vector.time);
   const double shift_s = SecondsBetween(vector.time, rounded);

@@ -16,7 +16,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// A product holds some hundred files; a folder that was meant otherwise may hold the whole disk.
+// A product has some hundred files. The limit is for a wrong folder, which might be the whole disk.
 constexpr std::size_t kMostFiles = 100'000;
 constexpr int kDeepestFolder = 6;
 
@@ -31,7 +31,7 @@ std::vector<std::string> NearestFirst(std::vector<std::string> names) {
   return names;
 }
 
-// A folder, or one file of it that is meant alone.
+// The files of a folder, or one file of it only.
 class FolderFiles : public ProductFiles {
  public:
   explicit FolderFiles(fs::path root) : root_(std::move(root)), names_(NearestFirst(List())) {}
@@ -105,7 +105,7 @@ class ZipFiles : public ProductFiles {
   [[nodiscard]] std::string Head(const std::string& name, std::size_t limit) const override {
     const std::unique_ptr<zip_file_t, Closer> file(zip_fopen(archive_.get(), name.c_str(), 0));
     if (!file) Fail(name, zip_strerror(archive_.get()));
-    // What the archive says about the size is not to be trusted: read until the end or the limit.
+    // The size in the archive may be wrong, so the file is read until its end or the limit.
     std::string content;
     while (content.size() < limit) {
       constexpr std::size_t kStep = 1U << 16U;
@@ -159,7 +159,7 @@ std::unique_ptr<ProductFiles> OpenProductFiles(const fs::path& path) {
   if (fs::is_directory(status)) return std::make_unique<FolderFiles>(path);
   if (!fs::is_regular_file(status)) throw ImportError(path, "", "is neither a file nor a folder");
   if (IsZip(path)) return std::make_unique<ZipFiles>(path);
-  // The manifest of a SAFE folder stands for the folder.
+  // The manifest of a SAFE folder means the whole folder.
   if (path.filename() == "manifest.safe") {
     return std::make_unique<FolderFiles>(path.has_parent_path() ? path.parent_path() : ".");
   }

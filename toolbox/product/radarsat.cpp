@@ -1,4 +1,4 @@
-// RCM and RADARSAT-2: metadata/product.xml. The two differ in where some fields stand.
+// RCM and RADARSAT-2: metadata/product.xml. Some fields have different places in the two.
 #include <algorithm>
 #include <cmath>
 
@@ -9,7 +9,7 @@ namespace quellmark::product {
 
 namespace {
 
-// Common to both.
+// The fields with the same place in both.
 constexpr struct {
   const char* satellite = "sourceAttributes/satellite";
   const char* beam = "sourceAttributes/beamModeMnemonic";
@@ -24,7 +24,7 @@ constexpr struct {
   const char* conversion = "imageGenerationParameters/slantRangeToGroundRange";
 } kFields;
 
-// Where they differ.
+// The fields with different places.
 struct Layout {
   const char* raster;
   const char* n_samples;
@@ -59,7 +59,7 @@ constexpr StateVectorFields kOrbit = {
     {"xPosition", "yPosition", "zPosition"},
     {"xVelocity", "yVelocity", "zVelocity"}};
 
-// Line 0 is the earliest, whichever line the image begins with.
+// Line 0 is always the earliest, even if the image begins with the latest.
 void SetAzimuth(const XmlElement& root, SceneDescription& scene) {
   Sourced<UtcTime> first = root.SourcedTime(kFields.first_line);
   Sourced<UtcTime> last = root.SourcedTime(kFields.last_line);
@@ -75,7 +75,7 @@ void SetAzimuth(const XmlElement& root, SceneDescription& scene) {
                   "lines between " + first.source + " and " + last.source};
 }
 
-// Sample 0 is the nearest, whichever sample the lines begin with.
+// Sample 0 is always the nearest, even if the lines begin with the farthest.
 void RemarkSampleOrder(const XmlElement& root, const Layout& layout, SceneDescription& scene) {
   const std::string field = std::string(layout.raster) + "/pixelTimeOrdering";
   const std::string order = root.Text(field);
@@ -97,7 +97,7 @@ void SetRange(const XmlElement& root, const Layout& layout, SceneDescription& sc
     scene.range_sampling_frequency_hz = {kSpeedOfLight_m_s / (2.0 * spacing_m), spacing_field};
     return;
   }
-  // The conversion whose time is nearest to the image's middle.
+  // Selects the conversion whose time is nearest to the middle of the image.
   const UtcTime middle =
       Shifted(scene.first_line.value, 0.5 * (scene.n_lines.value - 1) / scene.prf_hz.value);
   const std::vector<XmlElement> conversions = root.Children(kFields.conversion);

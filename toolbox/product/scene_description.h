@@ -1,4 +1,4 @@
-// What a product's metadata tells about a scene: made by one file per mission, written as a pool.
+// The description of a scene, which the missions' readers make and which is written as a pool.
 #pragma once
 
 #include <array>
@@ -11,14 +11,15 @@
 
 namespace quellmark::product {
 
-/// A value with the field that it comes from and what was done to it, which becomes a comment.
+/// A value with a text about the field that it comes from and its conversion. The text becomes a
+/// comment.
 template <typename T>
 struct Sourced {
   T value{};
   std::string source;
 };
 
-/// Where the satellite was; earth-fixed.
+/// The state of the satellite at one time, earth-fixed.
 struct StateVector {
   UtcTime time;
   std::array<double, 3> position_m{};
@@ -27,11 +28,11 @@ struct StateVector {
 
 enum class LookSide : std::uint8_t { kRight, kLeft };
 
-/// An image whose line 0 is the earliest and whose sample 0 the nearest, however the product orders
-/// its own.
+/// An image whose line 0 is the earliest and whose sample 0 is the nearest, for any order in the
+/// product.
 struct SceneDescription {
   std::string mission;    // "Sentinel-1A"
-  std::string product;    // what it is, in a few words: mode, level, swath, polarisation, pass
+  std::string product;    // in a few words: mode, level, swath, polarisation, pass
   std::string metadata;   // the file, within the product
   std::string copyright;  // empty if the product names none
 
@@ -46,9 +47,9 @@ struct SceneDescription {
   Sourced<double> radar_frequency_hz;
 
   Sourced<std::vector<StateVector>> orbit;
-  std::string orbit_interpolation;  // as the step's pools name it
+  std::string orbit_interpolation;  // as in "orbit_interpolation"
 
-  std::vector<std::string> remarks;  // what is approximate, and why; sentences
+  std::vector<std::string> remarks;  // sentences: what is approximate, and why
 
   /// Zero-Doppler time of the last line.
   [[nodiscard]] UtcTime LastLine() const {

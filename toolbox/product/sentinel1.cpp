@@ -54,9 +54,9 @@ std::vector<GridPoint> ReadGrid(const XmlElement& root) {
   return grid;
 }
 
-// The first and the last line get the times that the grid's near-range points have. The header's
-// time of the first line is about a quarter of a millisecond, two metres, from where the processor
-// itself located that line.
+// The first and the last line get the times of the grid's near-range points. The time of the first
+// line in the header differs from the one with which the processor located that line by a quarter
+// of a millisecond, or two metres.
 void SetAzimuth(const std::vector<GridPoint>& grid, const XmlElement& root,
                 SceneDescription& scene) {
   const GridPoint& first = grid.front();
@@ -85,7 +85,7 @@ void SetAzimuth(const std::vector<GridPoint>& grid, const XmlElement& root,
       Fixed(along_row_s * 1e3, 2) + " ms, which one time per line cannot show.");
 }
 
-// Bursts overlap: between the first and the last line the image's lines are not equally spaced.
+// Because bursts overlap, the lines between the first and the last one are not equally spaced.
 void RemarkBursts(const XmlElement& root, SceneDescription& scene) {
   const std::size_t count = root.CountOf(kFields.burst);
   if (count == 0) return;
@@ -107,9 +107,9 @@ void RemarkBursts(const XmlElement& root, SceneDescription& scene) {
                           Fixed(largest_s, 2) + " s.");
 }
 
-// A ground range product's samples: the grid holds their true range times. A line's first time
-// hardly changes along the image, its last one does: that of the last line is kept, which is also
-// the last point that is located.
+// Sets the range times of a ground range product from its grid, which has the true times. The first
+// time of a line hardly changes along the image, but the last one does. The one of the last line is
+// used, which is also the last point that is located.
 void SetGridRange(const std::vector<GridPoint>& grid, const XmlElement& root,
                   SceneDescription& scene) {
   const GridPoint& last = grid.back();

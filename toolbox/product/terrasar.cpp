@@ -40,10 +40,10 @@ constexpr struct {
 constexpr StateVectorFields kOrbit = {
     "platform/orbit/stateVec", "timeUTC", {"posX", "posY", "posZ"}, {"velX", "velY", "velZ"}};
 
-// The interpolation takes eight vectors.
+// The interpolation needs eight vectors.
 constexpr std::size_t kVectorsForPolynomial = 8;
 
-// The sum of the constant terms of the delays on `path`; 0 where there is none.
+// Returns the sum of the constant terms of the delays on `path`, or 0 if there are none.
 double Delay(const XmlElement& georeference, const char* path) {
   double sum_s = 0.0;
   if (!georeference.Has(path)) return sum_s;
@@ -55,7 +55,8 @@ double Delay(const XmlElement& georeference, const char* path) {
   return sum_s;
 }
 
-// The annotation's times are those of the echoes as they came back through the atmosphere.
+// Subtracts the delays, because the times in the annotation are those of echoes through the
+// atmosphere.
 void TakeDelaysOff(const ProductFiles& files, const std::string& name, SceneDescription& scene) {
   const std::string beside =
       (std::filesystem::path(name).parent_path() / kGeoreference.file).generic_string();
@@ -109,7 +110,7 @@ SceneDescription ReadTerraSar(const XmlElement& root, const ProductFiles& files,
   scene.local_height_m = {root.Number(kFields.height_m), kFields.height_m};
   scene.radar_frequency_hz = root.SourcedNumber(kFields.radar_frequency_hz);
   scene.orbit = ReadStateVectors(root, kOrbit);
-  // The velocities are rounded to mm/s: the positions alone give the better curve.
+  // The velocities are rounded to mm/s, so the positions alone lead to a better curve.
   scene.orbit_interpolation =
       scene.orbit.value.size() >= kVectorsForPolynomial ? "localpolynom_7_8" : "localhermite_7_4";
 

@@ -24,7 +24,7 @@ constexpr year_month_day Day(int year, unsigned month, unsigned day) {
   return std::chrono::year{year} / static_cast<int>(month) / static_cast<int>(day);
 }
 
-// Radar satellites with such products fly since 2006.
+// Only midnights since 2006 matter, when the first of these satellites was launched.
 constexpr std::array kMidnightsOfInsertedSeconds = {
     SecondsOfMidnight(Day(2006, 1, 1)), SecondsOfMidnight(Day(2009, 1, 1)),
     SecondsOfMidnight(Day(2012, 7, 1)), SecondsOfMidnight(Day(2012, 7, 2)),
@@ -39,7 +39,8 @@ UtcTime Normalised(std::int64_t seconds, double fraction) {
   return time;
 }
 
-// Takes digits that fill `text` from `at` on as a number; nothing if there is any other character.
+// Returns the number whose digits fill `text` from `at` on, or nothing if there is another
+// character.
 std::optional<int> Number(std::string_view text, std::size_t at, std::size_t digits) {
   int value = 0;
   if (text.size() < at + digits) return {};
@@ -50,7 +51,7 @@ std::optional<int> Number(std::string_view text, std::size_t at, std::size_t dig
   return value;
 }
 
-// The digits behind the point, which are the whole of `text`.
+// Converts the digits after the point, which are the whole of `text`.
 std::optional<double> Fraction(std::string_view text) {
   if (text.empty()) return 0.0;
   if (text.size() < 2 || text[0] != '.' ||
@@ -80,7 +81,7 @@ std::optional<UtcTime> ParseUtc(std::string_view text) {
   if (!year || !month || !day || !hour || !minute || !second || !fraction) return {};
   const year_month_day date =
       Day(*year, static_cast<unsigned>(*month), static_cast<unsigned>(*day));
-  // An inserted second, 60, is read as the first of the next day.
+  // A leap second, 60, is read as the first second of the next day.
   if (!date.ok() || *year < 1 || *hour > 23 || *minute > 59 || *second > 60) return {};
   return Normalised(SecondsOfMidnight(date) + 3600L * *hour + 60L * *minute + *second, *fraction);
 }

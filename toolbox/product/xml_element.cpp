@@ -20,7 +20,7 @@ std::string_view Trimmed(std::string_view text) {
   return text.substr(begin, text.find_last_not_of(kBlanks) - begin + 1);
 }
 
-// Takes what stands before the next '/' off the path.
+// Removes the first step of the path, up to the next '/', and returns it.
 std::string TakeStep(std::string_view& path) {
   const std::size_t end = std::min(path.find('/'), path.size());
   std::string step(path.substr(0, end));
@@ -28,7 +28,7 @@ std::string TakeStep(std::string_view& path) {
   return step;
 }
 
-// A text of the product as it can stand in a message.
+// Returns a text of the product in a form for messages.
 std::string Quoted(std::string_view text) {
   constexpr std::size_t kLongest = 60;
   std::string quoted(text.substr(0, kLongest));

@@ -1,4 +1,4 @@
-// The fields of an XML document, by path; what is missing or no value is told with file and path.
+// Reads the fields of an XML document by path. Errors name the file and the path.
 #pragma once
 
 #include <array>
@@ -16,45 +16,45 @@
 
 namespace quellmark::product {
 
-/// An element, together with the document that it keeps alive. Paths of children are written with
-/// '/', as "orbitList/orbit". Everything throws ImportError with file and path unless it says
-/// otherwise.
+/// An element. It keeps its document alive. Paths of children have '/', as in "orbitList/orbit".
+/// All functions throw ImportError with file and path unless they say otherwise.
 class XmlElement {
  public:
-  /// The document element of `text`. The text may be cut off where `is_cut` says so: what stands
-  /// before the cut is read.
+  /// Returns the document element of `text`. With `is_cut` the text may end anywhere, and the part
+  /// before that is read.
   static XmlElement Parse(const std::string& file, const std::string& text, bool is_cut = false);
 
   [[nodiscard]] std::string_view Name() const { return node_.name(); }
   [[nodiscard]] const std::string& File() const;
 
-  /// The first element on `path`.
+  /// Returns the first element on `path`.
   [[nodiscard]] XmlElement Child(std::string_view path) const;
   [[nodiscard]] bool Has(std::string_view path) const;
-  /// All elements on `path` below the first of each parent; at least one.
+  /// Returns all elements on `path` within the first parent of each name, at least one.
   [[nodiscard]] std::vector<XmlElement> Children(std::string_view path) const;
   [[nodiscard]] std::size_t CountOf(std::string_view path) const;
 
-  /// Text without the blanks around it; `OptionalText` is empty where the element is missing.
+  /// Returns the text without the blanks around it. `OptionalText` returns "" if the element is
+  /// missing.
   [[nodiscard]] std::string Text(std::string_view path = "") const;
   [[nodiscard]] std::string OptionalText(std::string_view path) const;
   [[nodiscard]] std::string Attribute(const char* name) const;
-  /// A finite number.
+  /// Returns a finite number.
   [[nodiscard]] double Number(std::string_view path = "") const;
-  /// Finite numbers with blanks between them, at least one.
+  /// Returns finite numbers that are separated by blanks, at least one.
   [[nodiscard]] std::vector<double> Numbers(std::string_view path = "") const;
-  /// A number of lines or samples: 1 to 2^31 - 1.
+  /// Returns a number of lines or samples: 1 to 2^31 - 1.
   [[nodiscard]] std::int32_t Count(std::string_view path = "") const;
   [[nodiscard]] UtcTime Time(std::string_view path = "") const;
 
-  /// The same with their path as the source.
+  /// Return the same, with the path as the source.
   [[nodiscard]] Sourced<double> SourcedNumber(std::string_view path) const;
   [[nodiscard]] Sourced<std::int32_t> SourcedCount(std::string_view path) const;
   [[nodiscard]] Sourced<UtcTime> SourcedTime(std::string_view path) const;
-  /// "right" or "left", whatever the case of its letters.
+  /// Returns the side for "right" or "left", in upper or lower case.
   [[nodiscard]] Sourced<LookSide> SourcedLookSide(std::string_view path) const;
 
-  /// Throws ImportError about this element, or about the one on `path`.
+  /// Throws ImportError for this element, or for the one on `path`.
   [[noreturn]] void Fail(const std::string& problem, std::string_view path = "") const;
 
  private:
@@ -70,7 +70,7 @@ class XmlElement {
   std::string path_;
 };
 
-/// Where a product keeps its state vectors: the list's path, and the fields of one of them.
+/// The place of the state vectors in a product: the path of the list, and the fields of one vector.
 struct StateVectorFields {
   const char* list;
   const char* time;
@@ -81,9 +81,10 @@ struct StateVectorFields {
 [[nodiscard]] Sourced<std::vector<StateVector>> ReadStateVectors(const XmlElement& root,
                                                                  const StateVectorFields& fields);
 
-/// The whole of `text`, but for blanks around it, as a finite number; nothing if it is none.
+/// Converts `text`, without blanks around it, to a finite number. Returns nothing if it is no such
+/// number.
 [[nodiscard]] std::optional<double> ParseNumber(std::string_view text);
-/// "right" or "left" in any case of the letters.
+/// Converts "right" or "left", in upper or lower case.
 [[nodiscard]] std::optional<LookSide> ParseLookSide(std::string_view text);
 
 }  // namespace quellmark::product

@@ -9,10 +9,10 @@ namespace quellmark::raster {
 namespace {
 
 constexpr double kTolerance_steps = 1e-3;
-constexpr double kMaxCount = 2e9;  // the indices have 32 bits
+constexpr double kMaxCount = 2e9;  // because indices have 32 bits
 
-// How many steps divide the circle (or half of it), if they do so to within the tolerance over all
-// pixels.
+// Returns the number of steps in the circle (or half of it), if steps of this size divide it within
+// the tolerance over all pixels.
 std::optional<std::int64_t> CountOf(double circle_deg, double step_deg, std::int64_t pixels) {
   const double count = circle_deg / step_deg;
   if (!(count >= 2.0) || count > kMaxCount) return std::nullopt;
@@ -25,7 +25,7 @@ std::optional<std::int64_t> CountOf(double circle_deg, double step_deg, std::int
 
 bool IsWhole(double steps) { return std::abs(steps - std::round(steps)) <= kTolerance_steps; }
 
-// Columns that come again after a whole turn are left out.
+// Removes columns that repeat others after a whole turn.
 GridPlacement WithoutRepeats(GridPlacement grid) {
   grid.columns = std::min(grid.columns, grid.lon_count);
   return grid;

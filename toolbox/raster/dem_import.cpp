@@ -20,7 +20,7 @@ namespace fs = std::filesystem;
 
 constexpr double kArcSecondsPerDegree = 3600.0;
 
-// What the descriptor and the header of a tile call a type of heights.
+// The codes of a type of heights in the descriptor and in the header of a tile.
 struct TypeCodes {
   std::int16_t value_type;
   std::uint32_t depth_bits;
@@ -40,7 +40,7 @@ TypeCodes CodesOf(HeightType type) {
   return {5, 32, kSrfFloat};
 }
 
-// A tile file that takes its name when it is complete.
+// A tile file that gets its name when it is complete.
 class TileFile {
  public:
   explicit TileFile(std::string path) : path_(std::move(path)), part_(path_ + ".part") {
@@ -51,7 +51,7 @@ class TileFile {
   TileFile& operator=(const TileFile&) = delete;
   ~TileFile() {
     if (file_ != nullptr) std::fclose(file_);
-    std::remove(part_.c_str());  // gone already if it has its name
+    std::remove(part_.c_str());  // does nothing if the file already has its name
   }
 
   void Write(const void* data, std::size_t size) {
@@ -73,12 +73,12 @@ class TileFile {
   std::FILE* file_ = nullptr;
 };
 
-// The header of a Sun raster file: eight big-endian words.
+// Writes the header of a Sun raster file: eight big-endian words.
 void WriteHeader(const TileArea& area, const TypeCodes& codes, TileFile& file) {
   constexpr std::uint32_t kMagic = 0x59A66A95;
   const auto columns = static_cast<std::uint32_t>(area.columns);
   const auto rows = static_cast<std::uint32_t>(area.rows);
-  // Too long for its word in a large tile; readers take 0 as "not given".
+  // The length of a large tile does not fit its word. Readers take 0 as "not given".
   const std::uint64_t length = std::uint64_t{columns} * rows * codes.depth_bits / 8;
   const bool fits = length <= std::numeric_limits<std::int32_t>::max();
   const std::array<std::uint32_t, 8> words = {kMagic,

@@ -1,4 +1,4 @@
-// Makes a DEM of rasters.
+// Makes a DEM from rasters.
 #pragma once
 
 #include <cstdint>
@@ -12,28 +12,28 @@
 namespace quellmark::raster {
 
 struct DemImportOptions {
-  std::vector<std::string> rasters;  ///< one, or several that make a mosaic
+  std::vector<std::string> rasters;  ///< one raster, or several as a mosaic
   std::string output = "terrain.dem";
-  std::int64_t tile_size = 0;  ///< columns and rows of a tile at most; 0: one tile
-  std::string geoid;           ///< a raster of the geoid's heights, if the rasters are over one
+  std::int64_t tile_size = 0;  ///< greatest number of columns and rows of a tile; 0 for one tile
+  std::string geoid;           ///< raster of the geoid heights if the rasters refer to a geoid
 };
 
 struct DemImportResult {
   GridPlacement grid;
   HeightType type = HeightType::kInt16;
   std::size_t tiles = 0;
-  std::int64_t missing = 0;  ///< grid values without a height
+  std::int64_t missing = 0;  ///< number of grid values without a height
   double least_m = 0.0;      ///< 0 if all are missing
   double most_m = 0.0;
-  std::vector<std::string> notes;  ///< what was done to the rasters, a sentence each
+  std::vector<std::string> notes;  ///< sentences about changes to the rasters
 };
 
-/// Is told of the rows that are done.
+/// Receives the number of rows done so far.
 using ReportRows = std::function<void(std::int64_t done, std::int64_t total)>;
 
-/// Writes the tiles beside `options.output`, named after it, and then that descriptor. What stands
-/// there already is replaced when the new file is complete; a failure leaves no half-written file.
-/// Throws std::runtime_error.
+/// Writes the tiles beside `options.output`, with names derived from it, and then that descriptor.
+/// An existing file is replaced when the new one is complete, and a failure leaves no incomplete
+/// file. Throws std::runtime_error.
 DemImportResult ImportDem(const DemImportOptions& options, const ReportRows& report);
 
 }  // namespace quellmark::raster

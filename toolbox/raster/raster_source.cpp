@@ -35,7 +35,7 @@ DatasetPtr OpenRaster(const std::string& path) {
   return dataset;
 }
 
-// A list of options in the way of the command line programs.
+// A list of options as on the command line of GDAL's programs.
 class OptionList {
  public:
   OptionList(std::initializer_list<std::string> options) {
@@ -74,7 +74,7 @@ std::string Digits(double value) {
   return text.data();
 }
 
-// A view of a dataset in geographic WGS84, in the pixels of `places` if they are given.
+// Returns a view of a dataset in geographic WGS84, with the pixels of `places` if given.
 DatasetPtr Warped(GDALDataset& source, const std::optional<PixelPlaces>& places) {
   // Outside the source, and where it has no value, heights are missing, not 0.
   OptionList list = {
@@ -120,7 +120,8 @@ PixelPlaces PlacesIn(GDALDataset& dataset) {
           dataset.GetRasterYSize()};
 }
 
-// Whether longitudes and latitudes are those of the WGS84 ellipsoid; GRS80 differs by 0.1 mm.
+// Whether longitudes and latitudes refer to the WGS84 ellipsoid. GRS80 differs by 0.1 mm and counts
+// too.
 bool IsGeographicWgs84(const OGRSpatialReference& reference) {
   constexpr double kSemiMajor_m = 6378137.0;
   constexpr double kInverseFlattening = 298.257;
@@ -128,7 +129,7 @@ bool IsGeographicWgs84(const OGRSpatialReference& reference) {
          std::abs(reference.GetInvFlattening() - kInverseFlattening) < 1e-3;
 }
 
-// The name of the geoid that heights are declared to be over; empty if none is.
+// Returns the name of the geoid to which the heights refer by declaration, or "".
 std::string DeclaredGeoid(const OGRSpatialReference* reference) {
   if (reference == nullptr || reference->IsVertical() == 0) return "";
   const char* const datum = reference->GetAttrValue("VERT_DATUM");
@@ -151,7 +152,7 @@ HeightType HeightTypeOf(GDALDataType type) {
   }
 }
 
-// A raster of a geoid's heights above the ellipsoid, interpolated bilinearly.
+// A raster of a geoid's heights above the ellipsoid, with bilinear interpolation.
 class Geoid {
  public:
   explicit Geoid(const std::string& path) : path_(path), dataset_(OpenRaster(path)) {
@@ -188,7 +189,8 @@ class Geoid {
   }
 
  private:
-  // Half a pixel beyond the edge the last value counts; a geoid around the earth goes on.
+  // Up to half a pixel beyond the edge the last value counts. A geoid around the whole earth wraps
+  // around.
   [[nodiscard]] double At(double column, double row) const {
     const auto columns = static_cast<double>(places_.columns);
     const auto rows = static_cast<double>(places_.rows);
@@ -221,7 +223,7 @@ class RasterSource::Impl {
  public:
   Impl(const std::vector<std::string>& paths, const std::string& geoid) {
     GDALAllRegister();
-    CPLSetErrorHandler(CPLQuietErrorHandler);  // failures are told by what is thrown
+    CPLSetErrorHandler(CPLQuietErrorHandler);  // exceptions report the failures
     dataset_ = paths.size() == 1 ? OpenRaster(paths[0]) : MosaicOf(paths);
     if (dataset_->GetRasterCount() > 1) notes_.emplace_back("only the first band is read");
     type_ = HeightTypeOf(dataset_->GetRasterBand(1)->GetRasterDataType());
@@ -317,7 +319,7 @@ class RasterSource::Impl {
     has_missing_ = has_missing != 0;
   }
 
-  // Views are closed before what they read from.
+  // Views are destroyed before the datasets that they read from.
   std::vector<DatasetPtr> sources_;
   DatasetPtr dataset_;
   double missing_ = 0.0;

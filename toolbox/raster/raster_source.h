@@ -1,4 +1,4 @@
-// Rasters of any format, read row by row.
+// Reads rasters of any format row by row.
 #pragma once
 
 #include <memory>
@@ -9,16 +9,16 @@
 
 namespace quellmark::raster {
 
-/// The types in which a DEM holds its heights.
+/// The number types of heights in a DEM.
 enum class HeightType { kInt16, kInt32, kFloat32 };
 
-/// One raster, or several as a mosaic, with geographic coordinates.
+/// One raster, or a mosaic of several, in geographic coordinates.
 class RasterSource {
  public:
-  /// Opens the rasters for reading. One that is not geographic, not north up or not on the WGS84
-  /// ellipsoid is resampled, bilinearly, and so is one that fits no grid of a DEM. Throws
-  /// std::runtime_error for what is no raster, has no place on the earth, or is declared to hold
-  /// heights over a geoid while `geoid` is empty.
+  /// Opens the rasters for reading. A raster is resampled bilinearly if it is not geographic, not
+  /// north up or not on the WGS84 ellipsoid, or if it fits no grid of a DEM. Throws
+  /// std::runtime_error for a file that is no raster, that has no position on the earth, or whose
+  /// heights refer to a geoid by declaration while `geoid` is empty.
   RasterSource(const std::vector<std::string>& paths, const std::string& geoid);
   RasterSource(const RasterSource&) = delete;
   RasterSource& operator=(const RasterSource&) = delete;
@@ -26,15 +26,15 @@ class RasterSource {
 
   [[nodiscard]] const GridPlacement& Grid() const;
   [[nodiscard]] HeightType Type() const;
-  /// The value of missing heights in what ReadRow() gives.
+  /// The value of missing heights in the rows that ReadRow() returns.
   [[nodiscard]] static constexpr int MissingValue() { return -32767; }
   /// Whether the raster declares a value for missing heights, or can hold NaN.
   [[nodiscard]] bool HasMissing() const;
-  /// What was done to the raster, a sentence each, for the user.
+  /// Sentences for the user about changes to the raster.
   [[nodiscard]] const std::vector<std::string>& Notes() const;
 
-  /// Heights above the ellipsoid of a row of the grid, from north (0), columns `first` and on.
-  /// Throws std::runtime_error.
+  /// Reads the heights above the ellipsoid of a row of the grid, counted from north (0), from
+  /// column `first` on. Throws std::runtime_error.
   void ReadRow(std::int64_t row, std::int64_t first, std::vector<double>& heights_m);
 
  private:

@@ -3,7 +3,7 @@
 #include <charconv>
 #include <string_view>
 
-// The data file becomes a part of the program, so that it is found wherever that is installed.
+// The data file is a part of the program, so that no path to it is needed.
 asm(".section .rodata\n"
     ".global qm_coastline_begin\n"
     ".global qm_coastline_end\n"
@@ -20,7 +20,7 @@ namespace quellmark::report {
 
 namespace {
 
-// One line: differences in hundredths of a degree.
+// Reads one line, whose numbers are differences in hundredths of a degree.
 Ring RingOf(std::string_view line) {
   constexpr double kDegrees = 0.01;
   Ring ring;

@@ -7,7 +7,8 @@
 
 namespace quellmark::report {
 
-/// The shores of all land as closed rings, land to the right; see data/make_coastline.py.
+/// Returns the shores of all land as closed rings with the land to the right; see
+/// data/make_coastline.py.
 [[nodiscard]] std::vector<Ring> Coastlines();
 
 }  // namespace quellmark::report

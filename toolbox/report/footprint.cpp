@@ -10,7 +10,7 @@ namespace quellmark::report {
 
 namespace {
 
-// Twice the area within a ring, positive if it runs counterclockwise.
+// Returns twice the area of a ring, positive if it is counterclockwise.
 double SignedArea(const std::vector<LonLat>& ring) {
   double area = 0.0;
   for (std::size_t i = 0; i < ring.size(); ++i) {
@@ -21,8 +21,8 @@ double SignedArea(const std::vector<LonLat>& ring) {
   return area;
 }
 
-// Longitudes that go on beyond 180 degrees instead of jumping. An outline around a pole, which ends
-// a whole turn from where it began, is led over that pole.
+// Returns the outline with continuous longitudes, which may exceed 180 degrees. An outline around a
+// pole ends a whole turn away from its beginning and is extended over that pole.
 std::vector<LonLat> Unwrapped(const std::vector<LonLat>& outline) {
   std::vector<LonLat> ring;
   double latitude_sum = 0.0;
@@ -46,7 +46,7 @@ std::vector<LonLat> Unwrapped(const std::vector<LonLat>& outline) {
   return ring;
 }
 
-// The part of a polygon on one side of a meridian (Sutherland and Hodgman).
+// Returns the part of a polygon on one side of a meridian (Sutherland and Hodgman's algorithm).
 std::vector<LonLat> CutAt(const std::vector<LonLat>& ring, double meridian_deg, bool keeps_east) {
   std::vector<LonLat> kept;
   const auto is_inside = [&](const LonLat& point) {

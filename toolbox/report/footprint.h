@@ -1,4 +1,4 @@
-// The outline of a scene on the ground.
+// Outlines of scenes on the ground.
 #pragma once
 
 #include <cstddef>
@@ -8,23 +8,23 @@
 
 namespace quellmark::report {
 
-/// Degrees; longitude in [-180, 180].
+/// A place in degrees, with longitude in [-180, 180].
 struct LonLat {
   double longitude_deg = 0.0;
   double latitude_deg = 0.0;
 };
 
-/// Its last point is its first one.
+/// A closed line: its last point equals its first one.
 using Ring = std::vector<LonLat>;
 
-/// The outline of the image with `points_per_edge` points on each of its four edges, in the order
-/// first line, far range, last line backwards, near range backwards; not closed. Throws SceneError
-/// if one of them can not be located.
+/// Returns the outline of the image with `points_per_edge` points on each of its four edges, in the
+/// order first line, far range, last line backwards, near range backwards. It is not closed. Throws
+/// SceneError if a point cannot be located.
 [[nodiscard]] std::vector<LonLat> OutlineOf(const Scene& scene, const GroundOptions& options = {},
                                             std::size_t points_per_edge = 25);
 
-/// The outline as polygons of one ring each, counterclockwise and cut at the antimeridian (RFC
-/// 7946, section 3.1.9). An outline around a pole is closed along the antimeridian.
+/// Returns the outline as polygons of one ring each, counterclockwise and cut at the antimeridian
+/// (RFC 7946, section 3.1.9). An outline around a pole is closed along the antimeridian.
 [[nodiscard]] std::vector<Ring> PolygonsOf(const std::vector<LonLat>& outline);
 
 }  // namespace quellmark::report

@@ -22,14 +22,14 @@ constexpr double kHeight_px = 640.0;
 
 const char* ColourOf(std::size_t scene) { return kColours.at(scene % kColours.size()); }
 
-// What is visible at first, in map kilometres.
+// The part of the map that is visible at first, in map kilometres.
 struct View {
   double x_km = 0.0;
   double y_km = 0.0;
   double width_km = 0.0;
   double height_km = 0.0;
 
-  // The length of a pixel of the picture.
+  // The size of a pixel of the picture.
   [[nodiscard]] double Pixel_km() const { return width_km / kWidth_px; }
   [[nodiscard]] bool Contains(const MapPoint& point) const {
     return point.x_km >= x_km && point.x_km <= x_km + width_km && point.y_km >= y_km &&
@@ -51,7 +51,8 @@ std::string PathOf(const std::vector<MapPoint>& points, bool is_closed) {
 
 // --- the world ---
 
-// Beyond this radius, shores follow a rim: next to the antipode of the centre the plane is torn.
+// Shores beyond this radius follow a rim, because the projection is torn at the antipode of the
+// centre.
 double RimRadius_km() { return MapProjection::HemisphereRadius_km() * 1.15; }
 
 double AzimuthOf(const MapPoint& point) { return std::atan2(point.y_km, point.x_km); }
@@ -59,7 +60,7 @@ MapPoint OnRim(double azimuth) {
   return {RimRadius_km() * std::cos(azimuth), RimRadius_km() * std::sin(azimuth)};
 }
 
-// A shore on the map, held within the rim.
+// Returns a shore on the map, limited by the rim.
 std::vector<MapPoint> ShoreOf(const Ring& ring, const MapProjection& projection) {
   std::vector<MapPoint> shore;
   bool was_beyond = false;
@@ -69,7 +70,7 @@ std::vector<MapPoint> ShoreOf(const Ring& ring, const MapProjection& projection)
     if (is_beyond) {
       const double azimuth = AzimuthOf(point);
       if (was_beyond) {
-        // Along the rim in small steps, lest a chord cuts through the map.
+        // The rim is followed in small steps, because a chord would cut through the map.
         constexpr double kStep = 0.1;
         const double before = AzimuthOf(shore.back());
         const double turn = std::remainder(azimuth - before, 2.0 * std::numbers::pi);
@@ -95,21 +96,22 @@ double AreaOf(const std::vector<MapPoint>& ring) {
   return area / 2.0;
 }
 
-// All land as one path for the even-odd rule.
+// Returns all land as one path for the even-odd rule.
 std::string LandPath(const MapProjection& projection) {
   std::string path;
   double land_area = 0.0;
   for (const Ring& ring : Coastlines()) {
     const std::vector<MapPoint> shore = ShoreOf(ring, projection);
-    land_area += AreaOf(shore);  // y grows downwards: land to the right makes it positive
+    land_area += AreaOf(shore);  // positive with land to the right, as y grows downwards
     const bool is_visible = std::any_of(shore.begin(), shore.end(), [](const MapPoint& point) {
       return std::hypot(point.x_km, point.y_km) < RimRadius_km() * 0.999;
     });
-    // Of the rings beyond the rim only those around the map matter.
+    // Of the rings beyond the rim, only those that surround the map matter.
     if (!is_visible && std::abs(AreaOf(shore)) < RimRadius_km() * RimRadius_km()) continue;
     path += PathOf(shore, true);
   }
-  // With land at the antipode, its ring runs around the map, and the land is what lies outside.
+  // If there is land at the antipode, its ring surrounds the map, and the land is outside that
+  // ring.
   if (land_area < 0.0) {
     std::vector<MapPoint> rim(72);
     for (std::size_t i = 0; i < rim.size(); ++i) {
@@ -121,7 +123,7 @@ std::string LandPath(const MapProjection& projection) {
   return path;
 }
 
-// A line of the graticule, as far as it lies in the half around the centre.
+// Returns the part of a graticule line in the hemisphere around the centre.
 template <class PlaceAt>
 std::string GraticuleLine(const MapProjection& projection, PlaceAt place_at) {
   constexpr int kSteps = 180;
@@ -158,7 +160,7 @@ std::string WorldGraticule(const MapProjection& projection) {
 // --- the finer graticule around the scenes ---
 
 struct Extent {
-  double west_deg = 0.0;  // longitudes count from the centre's
+  double west_deg = 0.0;  // longitudes are relative to the centre
   double east_deg = 0.0;
   double south_deg = 0.0;
   double north_deg = 0.0;
@@ -177,7 +179,7 @@ Extent ExtentOf(const View& view, const LonLat& centre) {
   return extent;
 }
 
-// A round step that makes about five lines.
+// Returns a round step for about five lines.
 double StepOf(double extent_deg) {
   constexpr std::array kSteps = {30.0, 20.0, 10.0, 5.0, 2.0, 1.0, 0.5, 0.2, 0.1, 0.05, 0.02, 0.01};
   for (const double step : kSteps) {
@@ -205,8 +207,8 @@ struct LocalGraticule {
   std::string path;
   std::string labels;
 
-  // A line through `points`, with its text where it enters the view: parallels from the left,
-  // meridians from below.
+  // Adds a line through `points`, with its text at the place where it enters the view: from the
+  // left for parallels, from below for meridians.
   void AddLine(const std::vector<MapPoint>& points, const std::string& text, bool is_parallel,
                const View& view) {
     path += PathOf(points, false);
@@ -258,7 +260,7 @@ LocalGraticule GraticuleAround(const MapProjection& projection, const View& view
 
 // --- the scenes ---
 
-// A scene on the map: the four edges of its outline.
+// The four edges of a scene's outline on the map.
 class MapOutline {
  public:
   MapOutline(const MapScene& scene, const MapProjection& projection) {
@@ -268,12 +270,12 @@ class MapOutline {
 
   [[nodiscard]] const std::vector<MapPoint>& Points() const { return points_; }
   [[nodiscard]] std::size_t PointsPerEdge() const { return edge_; }
-  // Corners: first near, first far, last far, last near.
+  // The corners: first near, first far, last far, last near.
   [[nodiscard]] const MapPoint& Corner(std::size_t i) const { return points_[i * edge_]; }
-  // Points of the first and of the last line, i from near (0) to far (PointsPerEdge()).
+  // Points of the first and the last line, i from near (0) to far (PointsPerEdge()).
   [[nodiscard]] const MapPoint& OnFirstLine(std::size_t i) const { return points_[i]; }
   [[nodiscard]] const MapPoint& OnLastLine(std::size_t i) const { return points_[3 * edge_ - i]; }
-  // Anywhere in the image: parts of the way from near to far and from first to last.
+  // A point in the image at these fractions of the way from near to far and from first to last.
   [[nodiscard]] MapPoint Inside(double to_far, double to_last) const {
     const MapPoint near = Between(Corner(0), Corner(3), to_last);
     const MapPoint far = Between(Corner(1), Corner(2), to_last);
@@ -289,7 +291,7 @@ class MapOutline {
   std::size_t edge_ = 0;
 };
 
-// An arrow with a head whose size follows its length.
+// Returns an arrow whose head is proportional to its length.
 std::string Arrow(const MapPoint& from, const MapPoint& to, const char* attributes) {
   const double x = to.x_km - from.x_km;
   const double y = to.y_km - from.y_km;
@@ -305,7 +307,7 @@ std::string Arrow(const MapPoint& from, const MapPoint& to, const char* attribut
   return "<path d=\"" + path + "\" " + attributes + "/>\n";
 }
 
-// Strips from near to far, the more opaque the larger the incidence angle.
+// Returns strips from near to far, which are more opaque for larger incidence angles.
 std::string IncidenceStrips(const MapOutline& outline) {
   std::string strips;
   const std::size_t step = std::max<std::size_t>(1, outline.PointsPerEdge() / 8);
@@ -352,7 +354,7 @@ std::string SceneGroup(const MapScene& scene, std::size_t index, const MapProjec
   above.y_km -= 24.0 * view.Pixel_km();
   group += text_at(above, scene.name, 13.0);
 
-  // Texts within and around a footprint that is a dot on the map would only hide it.
+  // Smaller footprints get no texts, because these would hide them.
   constexpr double kDetailed_px = 150.0;
   const double size_km = std::hypot(outline.Corner(2).x_km - outline.Corner(0).x_km,
                                     outline.Corner(2).y_km - outline.Corner(0).y_km);
@@ -433,7 +435,7 @@ std::string SvgOf(const std::vector<MapScene>& scenes, const char* attributes) {
   for (std::size_t i = 0; i < scenes.size(); ++i) {
     svg += SceneGroup(scenes[i], i, projection, view);
   }
-  // A small globe in the corner shows where on the earth this is.
+  // A small globe in the corner shows the place on the earth.
   const double inset = view.width_km * 0.14;
   const double around = radius * 1.02;
   svg += "<svg class=\"overview\" x=\"" + Number(view.x_km + view.width_km - inset * 1.05) +

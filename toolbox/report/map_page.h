@@ -1,4 +1,4 @@
-// A picture of where scenes lie.
+// Draws scenes on a map.
 #pragma once
 
 #include <string>
@@ -9,10 +9,10 @@
 
 namespace quellmark::report {
 
-/// What the map shows of a scene.
+/// The data of a scene for the map.
 struct MapScene {
   std::string name;
-  std::vector<LonLat> outline;  ///< as OutlineOf() gives it, the same number of points on each edge
+  std::vector<LonLat> outline;  ///< from OutlineOf(), with the same number of points on each edge
   LookSide look_side = LookSide::kRight;
   double incidence_near_deg = 0.0;  ///< at the middle line
   double incidence_far_deg = 0.0;
@@ -21,11 +21,11 @@ struct MapScene {
 /// Locates the outline of a scene. Throws SceneError, OrbitError.
 [[nodiscard]] MapScene MapSceneOf(const std::string& name, const Scene& scene);
 
-/// An SVG picture: land, graticule, footprints with first line, flight and look arrows, corner
-/// coordinates and incidence from near to far. At least one scene.
+/// Returns an SVG picture with land, graticule, and footprints with first line, flight and look
+/// arrows, corner coordinates and incidence from near to far. Needs at least one scene.
 [[nodiscard]] std::string MapSvg(const std::vector<MapScene>& scenes);
 
-/// The same as a page with a legend, zoom and pan that needs no network.
+/// Returns the same as a page with a legend, zoom and pan. The page needs no network.
 [[nodiscard]] std::string MapHtml(const std::vector<MapScene>& scenes);
 
 }  // namespace quellmark::report

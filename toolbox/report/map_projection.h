@@ -1,4 +1,4 @@
-// The plane of the map page.
+// The projection of the map page.
 #pragma once
 
 #include <string>
@@ -13,18 +13,19 @@ struct MapPoint {
   double y_km = 0.0;
 };
 
-/// Lambert's azimuthal equal-area projection of a sphere around a centre: shapes near the centre
-/// are true at every latitude (Snyder, Map Projections: A Working Manual, equations 24-2 to 24-4).
+/// Lambert's azimuthal equal-area projection of a sphere around a centre. It preserves shapes near
+/// the centre at every latitude (Snyder, Map Projections: A Working Manual, equations 24-2 to
+/// 24-4).
 class MapProjection {
  public:
   static constexpr double kEarthRadius_km = 6371.0;
 
   explicit MapProjection(const LonLat& centre);
 
-  /// The radius of the half of the earth around the centre on the map.
+  /// The radius on the map of the hemisphere around the centre.
   [[nodiscard]] static double HemisphereRadius_km();
   [[nodiscard]] MapPoint Project(const LonLat& place) const;
-  /// Whether the place lies in the half around the centre.
+  /// Whether the place is in the hemisphere around the centre.
   [[nodiscard]] bool IsInHemisphere(const LonLat& place) const;
 
  private:
@@ -41,7 +42,7 @@ class MapProjection {
   double cos_latitude_;
 };
 
-/// The middle of places on the sphere.
+/// Returns the middle of places on the sphere.
 [[nodiscard]] LonLat MiddleOf(const std::vector<LonLat>& places);
 
 }  // namespace quellmark::report

@@ -20,7 +20,7 @@ constexpr std::string_view kKmlHead =
     "<kml xmlns=\"http://www.opengis.net/kml/2.2\">\n<Document>\n";
 constexpr std::string_view kKmlEnd = "</Document>\n</kml>\n";
 
-// The number as a JSON number with exactly these decimals; null if there is none.
+// Returns the number with exactly these decimals for JSON, or null for NaN.
 std::string JsonNumber(double value, int decimals) {
   return std::isfinite(value) ? FixedText(value, decimals) : "null";
 }
@@ -42,7 +42,7 @@ std::string Csv(const PointTable& table) {
   return text;
 }
 
-// "name": number, ... of one point.
+// Returns "name": number, ... for one point.
 std::string Members(const PointTable& table, std::size_t point) {
   std::string text;
   for (const Column& column : table.columns) {

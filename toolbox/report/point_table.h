@@ -1,4 +1,4 @@
-// Located points and outlines as CSV, JSON, GeoJSON and KML.
+// Writes located points and outlines as CSV, JSON, GeoJSON and KML.
 #pragma once
 
 #include <span>
@@ -13,7 +13,7 @@ namespace quellmark::report {
 
 enum class PointFormat { kCsv, kJson, kGeoJson, kKml };
 
-/// Throws std::runtime_error for a name other than csv, json, geojson, kml.
+/// Returns the format for csv, json, geojson or kml. Throws std::runtime_error for other names.
 [[nodiscard]] PointFormat PointFormatFromName(std::string_view name);
 
 /// One column of numbers; NaN stands for "no answer".
@@ -23,7 +23,7 @@ struct Column {
   std::vector<double> values;
 };
 
-/// Points with their places on the map, if they have one, their numbers and states.
+/// Points with their places on the map (if any), numbers and states.
 struct PointTable {
   std::vector<Column> columns;
   std::vector<PointStatus> status;
@@ -31,15 +31,16 @@ struct PointTable {
   std::size_t latitude_column = 1;
 };
 
-/// A number with that many decimals; never "-0".
+/// Returns a number with this many decimals; never "-0".
 [[nodiscard]] std::string FixedText(double value, int decimals);
 
-/// A text for XML and HTML, with the characters that have a meaning there replaced.
+/// Returns a text for XML and HTML, with their special characters escaped.
 [[nodiscard]] std::string XmlText(std::string_view text);
 
 [[nodiscard]] std::string TextOf(const PointTable& table, PointFormat format);
 
-/// The outline of the scene `name` as polygons; CSV and JSON list the outline's points.
+/// Returns the outline of the scene `name` as polygons; CSV and JSON list the points of the
+/// outline.
 [[nodiscard]] std::string FootprintText(const std::string& name, const std::vector<LonLat>& outline,
                                         PointFormat format);
 

@@ -91,7 +91,7 @@ template <class T>
 Json ToJson(T value) requires std::is_floating_point_v<T> {
   if (std::isnan(value)) return "NaN";
   if (std::isinf(value)) return value > 0 ? "Infinity" : "-Infinity";
-  // The shortest digits that give the same number of that width.
+  // The shortest digits that read as the same number of this width.
   if constexpr (std::is_same_v<T, float>) {
     std::array<char, 32> text{};
     std::snprintf(text.data(), text.size(), "%.9g", static_cast<double>(value));
@@ -244,7 +244,7 @@ struct From<std::monostate> {
 
 using Reader = Value (*)(const Json&);
 
-// One reader for each alternative of Value, in their order, which is that of the types.
+// One reader for each alternative of Value, in the order of the types.
 template <std::size_t... kIndex>
 constexpr auto MakeReaders(std::index_sequence<kIndex...>) {
   return std::array<Reader, sizeof...(kIndex)>{[](const Json& json) {

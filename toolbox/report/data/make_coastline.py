@@ -44,7 +44,7 @@ def rings_of(topology):
 
 
 def distance(point, start, end):
-    """From a point to a line, in degrees of arc."""
+    """Returns the distance from a point to a line in degrees of arc."""
     squeeze = math.cos(math.radians(point[1]))
 
     def turn(a, b):
@@ -57,7 +57,7 @@ def distance(point, start, end):
 
 
 def simplified(points):
-    """Douglas and Peucker, without recursion."""
+    """Simplifies a line by the method of Douglas and Peucker, without recursion."""
     keep = [False] * len(points)
     keep[0] = keep[-1] = True
     spans = [(0, len(points) - 1)]
