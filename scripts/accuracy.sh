@@ -1,7 +1,7 @@
 #!/bin/sh
 # Measures how far located points are from the truth of the scenes that have one, and writes
 # docs/accuracy.md and its picture. Includes the products of QM_PRODUCTS if that is set.
-# usage: scripts/accuracy.sh [BUILD_DIRECTORY] (default build/release, which must be configured)
+# usage: scripts/accuracy.sh [BUILD_DIRECTORY]   (a configured one; default build/release)
 set -eu
 
 cd "$(dirname "$0")/.."
@@ -20,10 +20,11 @@ cat >docs/accuracy.md <<END
 
 Made by \`scripts/accuracy.sh\`; do not edit.
 
-Each product comes with points that its own processor located. Here every one of them is located from
-its azimuth time, range time and height, by the whole-image routines (\`imaging/\`, double precision,
-heights taken as geodetic heights or as a raised ellipsoid) and by the batch step (single precision,
-raised ellipsoid). The largest distance on the ground over all points of a product, in metres:
+Each product contains points that its own processor located. Here all of them are located from
+azimuth time, range time and height: by the whole-image routines (\`imaging/\`, in double precision,
+with geodetic heights or on the raised ellipsoid) and by the batch step (in single precision, on the
+raised ellipsoid). The table has the largest distance on the ground over all points of a product, in
+metres:
 
 | product | interpolation | points | geodetic | raised | batch step | held to |
 |---|---|---|---|---|---|---|
@@ -31,17 +32,18 @@ $(awk -F, '{ printf "| `%s` | `%s` | %s | %s | %s | %s | %s |\n", $2, $3, $4, $5
 
 ![Distance from the products' own points](accuracy.svg)
 
-- *Held to*: the bound of the test, for the better of both columns of doubles. The orbits of
-  \`s1b_iw_grd_alps\` and \`s1a_s3_slc_comoros\` are quick-look orbits whose velocities are off by about
-  1 cm/s; of \`rcm2_16m5_grd\` 0.6 m along track are not explained by its metadata. The seven downlinked
-  state vectors of \`rcm3_fsl27_grd\` are noisy: what they allow depends on how they were smoothed.
-- The batch step's distances are those of single precision: longitudes near 300 degrees are steps of
-  3e-5 degrees, 2 to 3 m at the equator.
-- The height is where the two columns of doubles differ, by up to 2.2 cm at 9 km. The processor of
-  \`tdx1_sm_20210805\` takes heights as a raised ellipsoid, that of \`ree_rslc_right\` (points up to 9 km)
-  as geodetic heights. The others' data do not tell.
-- The products of satellites other than the first three belong to third parties and do not come with
-  the sources: without them the table has the first six rows alone.
+- *Held to* is the bound of the test for the better one of the two columns in double precision.
+  \`s1b_iw_grd_alps\` and \`s1a_s3_slc_comoros\` have quick-look orbits, whose velocities have errors of
+  about 1 cm/s. The metadata of \`rcm2_16m5_grd\` do not explain 0.6 m along track. The seven
+  downlinked state vectors of \`rcm3_fsl27_grd\` are noisy, so the accuracy depends on how they were
+  smoothed.
+- The distances of the batch step come from single precision, in which longitudes near 300 degrees
+  have steps of 3e-5 degrees, or 2 to 3 m at the equator.
+- The two columns in double precision differ in the meaning of heights, by up to 2.2 cm at 9 km. The
+  processor of \`tdx1_sm_20210805\` uses the raised ellipsoid, that of \`ree_rslc_right\` (points up to
+  9 km) geodetic heights. The data of the others do not show which.
+- The products of satellites other than the first three belong to third parties and are not part of
+  the sources. Without them the table has only the first six rows.
 END
 
 awk -F, '{ print NR, $5, $6, $7, $2 " " $3 }' "$work/rows" >"$work/points"

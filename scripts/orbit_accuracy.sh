@@ -1,7 +1,6 @@
 #!/bin/sh
 # Measures every interpolation on the example orbits and writes docs/orbit-accuracy.md and its plot.
-# usage: scripts/orbit_accuracy.sh [BUILD_DIRECTORY] (default build/release, which must be
-# configured)
+# usage: scripts/orbit_accuracy.sh [BUILD_DIRECTORY]   (a configured one; default build/release)
 set -eu
 
 cd "$(dirname "$0")/.."
@@ -42,9 +41,9 @@ cat >docs/orbit-accuracy.md <<END
 
 Made by \`scripts/orbit_accuracy.sh\`; do not edit.
 
-The orbits of the three example scenes hold a state vector about every 10 s. Here every second one
-is taken away, each interpolation is made from the rest (20 s apart, 7 or 8 of them), and the
-positions it gives are compared with those that were taken away. Distances in metres.
+The orbits of the three example scenes have a state vector about every 10 s. Here every second one
+is left out, each interpolation is made from the others (7 or 8 vectors, 20 s apart), and its
+positions are compared with those that were left out. Distances are in metres.
 
 ![Distance from the left-out state vectors](orbit-accuracy.svg)
 
@@ -53,20 +52,20 @@ In the middle of the orbit, where a scene lies:
 $head_of_table
 $(table 5)
 
-The worst of all, which is next to an end:
+The worst of all positions, which is next to an end:
 
 $head_of_table
 $(table 6)
 
-- At this step the error of all kinds but the spline is below a micrometre in the middle. What the
-  double columns show is the orbits' own noise: below a millimetre in the positions of the quick-look
-  orbits of the first two scenes, whose velocities are off by about 1 cm/s (the Hermite kinds use
-  them), and the rounding of the epochs of the third to 1 microsecond, in which the satellite moves
-  by 8 mm.
-- The natural spline takes the acceleration to be 0 at both ends. What that does there (8 m/s^2
-  missing) dies out by a factor of 3.7 with each state vector.
-- Everett's interpolation of order 6 needs three intervals on each side and extrapolates nearer to the
-  ends; it refuses the third scene, whose epochs are not equidistant.
+- With this step, the error of all kinds but the spline is below a micrometre in the middle. The
+  columns in double precision show the noise of the orbits themselves. The quick-look orbits of the
+  first two scenes have positions with a noise below a millimetre, but velocities with errors of
+  about 1 cm/s, which the Hermite kinds use. The epochs of the third orbit are rounded to 1
+  microsecond, in which the satellite moves by 8 mm.
+- The natural spline assumes an acceleration of 0 at both ends, where 8 m/s^2 are then missing. The
+  error falls by a factor of 3.7 with each state vector away from the end.
+- Everett's interpolation of order 6 needs three intervals on each side and extrapolates nearer to
+  the ends. It refuses the third scene, because the epochs are not equidistant.
 - In single precision a coordinate is rounded to half a metre.
 END
 

@@ -1,8 +1,8 @@
 #!/bin/bash
 # Builds the Debian packages from the committed tree, checks them with lintian and tries them in an
-# empty Debian tree: installs them, runs a shipped scene and removes them without leftovers. The tree
-# is made by debootstrap, as root and with a Debian mirror at hand; without them the packages are
-# unpacked.
+# empty Debian tree: installs them, runs a shipped scene and removes them without leftovers.
+# debootstrap makes the tree, which needs root and a Debian mirror. Without these the packages are
+# only unpacked.
 # usage: scripts/package.sh [OUTPUT_FOLDER]   (build/packages by default)
 #   DEBIAN_MIRROR=URL: another mirror than deb.debian.org
 set -eu
@@ -42,7 +42,8 @@ rm -f "$output"/*-dbgsym_*.deb
 lintian --allow-root --fail-on error,warning --tag-display-limit 0 "$output"/*.deb
 
 
-# The packages' own files and folders must be gone, and nothing else changed.
+# Lists a tree, to show that the files and folders of the packages are gone and nothing else has
+# changed.
 list_tree() {
   find "$1" -xdev \( -path "$1/proc" -o -path "$1/sys" -o -path "$1/dev" -o -path "$1/run" \
     -o -path "$1/tmp" -o -path "$1/trial" -o -path "$1/var/lib/dpkg" -o -path "$1/var/lib/apt" \
@@ -55,7 +56,8 @@ try_installed() {
   mkdir "$root/trial"
   cp "$output"/*.deb packaging/try.sh "$root/trial"
   in_tree apt-get update -qq
-  # What the packages depend on comes first, so that what they leave behind themselves shows.
+  # The dependencies are installed first, so that the lists show only what the packages themselves
+  # leave.
   local package dependencies
   dependencies=$(for package in "$output"/*.deb; do dpkg-deb -f "$package" Depends; done |
     grep . | paste -sd,)
