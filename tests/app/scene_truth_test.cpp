@@ -32,9 +32,9 @@ struct Accuracy {
   double fm_rate;        // relative, for rows where the product's polynomial is accurate
 };
 
-// Positions: the velocities of a quick-look orbit do not quite match the slope of its positions, so
-// the first two scenes are worse than the third. The figures are those of a separate solver plus up
-// to 0.01 m.
+// The velocities of a quick-look orbit do not quite match the slope of its positions, so the
+// positions of the first two scenes are worse than those of the third. The figures are those of a
+// separate solver plus up to 0.01 m.
 constexpr Accuracy kAccuracies[] = {
     {"s1b_iw_grd_alps", "localhermite_7_4", 0.38, 9e-7, 1.4e-4},
     {"s1b_iw_grd_alps", "localpolynom_7_8", 0.28, 6e-7, 1.4e-4},
@@ -96,8 +96,9 @@ TEST(SceneTruth, EveryGridPoint) {
   }
 }
 
-// Doubles to 1e-9 relative and velocities to 1e-6 m/s (a ground position's last bit, 1e-9 m, over
-// the time step of 0.01 s makes 1e-7 m/s); floats to their own rounding.
+// Results in double precision must agree to a relative 1e-9, floats to their rounding, and
+// velocities to 1e-6 m/s. The last bit of a ground position, 1e-9 m, divided by the time step of
+// 0.01 s makes 1e-7 m/s.
 TEST(SceneTruth, WholeScenesAgreeWithHighPrecisionSolver) {
   for (const char* name : kSceneNames) {
     SCOPED_TRACE(name);

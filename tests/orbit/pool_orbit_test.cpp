@@ -3,7 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 #include <cstdio>
+#include <span>
+#include <string>
+#include <vector>
 
 #include "basic/errors.h"
 #include "tests/orbit/orbit_pool.h"
@@ -16,35 +20,42 @@ namespace {
 using namespace quellmark::test;
 using quellmark::pool::ValueType;
 
+// Compares the states at origin + t with the circle; `allowed` has the errors of position, velocity
+// and acceleration.
+void ExpectCircle(const Orbit& orbit, double origin, double t, std::span<const double> allowed) {
+  std::array<Vector, 3> state, single;
+  const std::size_t before = AllocationCount();
+  orbit.GetState(origin, t, state[0], state[1], state[2]);
+  EXPECT_EQ(AllocationCount(), before);
+  orbit.Position(origin + t, single[0]);
+  orbit.Velocity(origin + t, single[1]);
+  orbit.Acceleration(origin + t, single[2]);
+  for (std::size_t d = 0; d < 3; ++d) {
+    EXPECT_LT(Length(state[d] - CircularOrbit::At(t, static_cast<int>(d))), allowed[d]) << d;
+    EXPECT_EQ(single[d], state[d]) << d;
+  }
+}
+
 TEST(PoolOrbit, EveryKindFollowsACircle) {
   const ScopedLog quiet(LOG::Level::kAlarm);
   for (const std::string type : {"double", "utc", "met"}) {
-    for (const std::string number : {"float", "double"}) {
-      for (const Row& kind : ReadKinds()) {
+    const double origin = type == "double" ? 1000.5 : 0.0;
+    for (const Row& kind : ReadKinds()) {
+      const std::vector<double> allowed = NumbersOf(kind[1]);  // for float, then for double
+      for (const std::string number : {"float", "double"}) {
         SCOPED_TRACE(number + " " + type + " " + kind[0]);
         OrbitPool pool = CircularOrbitPool("orbit_pool_" + number + "_" + type, 16);
         pool.interpolation = kind[0];
         const Orbit orbit = pool.Read();
-        const double origin = type == "double" ? 1000.5 : 0.0;
         EXPECT_EQ(orbit.TimeOrigin(), origin);
-        const std::vector<double> allowed = NumbersOf(kind[1]);
+        const bool is_float = number == "float";
         // Only the middle of the orbit is checked, because a polynomial through all points
         // oscillates towards its ends.
         for (double t = 50.0; t <= 100.0; t += 2.5) {
-          std::array<Vector, 3> state, single;
-          const std::size_t before = AllocationCount();
-          orbit.GetState(origin, t, state[0], state[1], state[2]);
-          EXPECT_EQ(AllocationCount(), before);
-          const bool is_float = state[0].x == static_cast<double>(static_cast<float>(state[0].x));
-          EXPECT_EQ(is_float, number == "float");
-          orbit.Position(origin + t, single[0]);
-          orbit.Velocity(origin + t, single[1]);
-          orbit.Acceleration(origin + t, single[2]);
-          for (std::size_t d = 0; d < 3; ++d) {
-            const Vector truth = CircularOrbit::At(t, static_cast<int>(d));
-            EXPECT_LT(Length(state[d] - truth), allowed[is_float ? d : 3 + d]) << d;
-            EXPECT_EQ(single[d], state[d]) << d;
-          }
+          ExpectCircle(orbit, origin, t, std::span(allowed).subspan(is_float ? 0 : 3, 3));
+          Vector position;
+          orbit.Position(origin + t, position);
+          EXPECT_EQ(position.x == static_cast<double>(static_cast<float>(position.x)), is_float);
         }
       }
     }

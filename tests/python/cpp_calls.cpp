@@ -1,5 +1,5 @@
-// Calls of the library as a C++ program makes them, for the tests that make the same ones from
-// Python: each answer is a line with its name and its numbers in hexadecimal, bit for bit.
+// Calls the library from C++, for tests that make the same calls from Python. Each answer is a line
+// with its name and its numbers in hexadecimal, bit for bit.
 // usage: cpp_calls SCENE_POOL DEM_DESCRIPTOR
 #include <cstdio>
 #include <exception>
@@ -20,7 +20,7 @@ void Print(const std::string& name, const Values& values) {
   std::printf("\n");
 }
 
-// Everything that one call gives, field by field; `call` takes the points to fill.
+// Prints all outputs of one call, field by field; `call` fills the points.
 template <class Call>
 void PrintGround(const std::string& name, std::size_t count, const Call& call) {
   constexpr std::pair<const char*, std::span<double> GroundPoints::*> kFields[] = {

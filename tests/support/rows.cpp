@@ -1,6 +1,7 @@
 #include "tests/support/rows.h"
 
 #include <sstream>
+#include <utility>
 
 #include "tests/support/files.h"
 
@@ -28,10 +29,19 @@ std::string Unescaped(std::string_view text) {
 }  // namespace
 
 std::vector<Row> ReadRows(const std::filesystem::path& path, std::string_view separator) {
-  std::vector<Row> rows;
+  constexpr std::string_view kContinuation = "    ";
+  std::vector<std::string> whole_lines;
   std::istringstream lines(ReadFile(path));
   for (std::string line; std::getline(lines, line);) {
     if (line.empty() || line[0] == '#') continue;
+    if (line.starts_with(kContinuation) && !whole_lines.empty()) {
+      whole_lines.back() += line.substr(kContinuation.size());
+    } else {
+      whole_lines.push_back(std::move(line));
+    }
+  }
+  std::vector<Row> rows;
+  for (const std::string& line : whole_lines) {
     Row& row = rows.emplace_back();
     for (std::string_view rest = line;;) {
       const std::size_t end = rest.find(separator);

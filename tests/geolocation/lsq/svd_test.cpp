@@ -73,7 +73,7 @@ TYPED_TEST(Decomposition, HoldsForAllShapes) {
     ExpectDecomposed(
         Filled<T>(9, 6, [&](int i, int j) { return scale * static_cast<double>(a(i, j)); }));
   }
-  // A zero on the diagonal of the bidiagonal form is handled by code of its own.
+  // Separate code handles a zero on the diagonal of the bidiagonal form.
   ExpectDecomposed(Filled<T>(5, 5, [](int i, int j) { return j == i + 1 ? i : 0; }));
   ExpectDecomposed(Filled<T>(6, 6, [](int i, int j) {
     return j == i + 1 ? 1 : j == i && i != 3 ? 2 : 0;

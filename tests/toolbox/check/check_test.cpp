@@ -81,7 +81,7 @@ TEST(Check, ResultsOfThisSceneAreNotStale) {
   for (const ResultField& field : kResultFields) {
     const double value = results.*field.value;
     if (field.is_float) {
-      // As the step rounds: longitudes in [0, 360), then those of the west.
+      // The step rounds longitudes in [0, 360), before it subtracts 360 from the western ones.
       const bool is_western = value < 0.0 && field.key.find("lon") != std::string_view::npos;
       const float turn = is_western ? 360.0F : 0.0F;
       editor.Set(field.key, static_cast<float>(value + static_cast<double>(turn)) - turn);
