@@ -34,7 +34,7 @@ struct EnumTable {
   EnumValue values[kMaxValues];
   EnumAlias aliases[kMaxAliases] = {};
 
-  /// The values that are listed; unused places of the array have no texts.
+  /// The listed values. Unused elements of the array, which have no text, are left out.
   [[nodiscard]] constexpr std::span<const EnumValue> Values() const {
     return {values, std::ranges::find(values, std::string_view(), &EnumValue::text)};
   }

@@ -43,7 +43,7 @@ struct DEM_DESCRIPTOR {
   /// required key is missing or any key is malformed or out of range. Also throws what opening a
   /// pool throws, and std::out_of_range for an empty path.
   [[nodiscard]] static DEM_DESCRIPTOR ReadFromFile(const STRING& path);
-  /// The same from a pool that is open, and stays so.
+  /// Reads the same from an open pool, which stays open.
   [[nodiscard]] static DEM_DESCRIPTOR ReadFromPool(PARAMETER_POOL& pool);
 
   /// Throws ERROR_DESCRIPTOR_VALUE, after a line that says why, if the resolutions do not form a

@@ -104,7 +104,7 @@ DEM_DOCUMENT::DEM_DOCUMENT(const DEM_DESCRIPTOR& descriptor, bool fast)
   grid_.lat = BoundsOf(180.0, grid_.lat_res_deg);
   if (descriptor_.special_coding) {
     missing_value_ = missing_int2_ = *descriptor_.special_coding;
-    if (descriptor_.value_type == kPixelFloat4) {  // the file has it rounded
+    if (descriptor_.value_type == kPixelFloat4) {  // a file of floats has the rounded value
       missing_value_ = static_cast<double>(static_cast<float>(missing_value_));
     }
   }

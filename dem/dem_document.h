@@ -110,7 +110,7 @@ class DEM_DOCUMENT {
 
   quellmark::dem::Grid grid_;
   quellmark::dem::MappedTile mapped_;
-  int missing_int2_ = std::numeric_limits<int>::min();  ///< beyond 16 bits: equals no value
+  int missing_int2_ = std::numeric_limits<int>::min();  ///< beyond 16 bits, so it equals no value
   double missing_value_ = std::numeric_limits<double>::quiet_NaN();  ///< NaN equals no value
 
   quellmark::dem::Storage storage_;

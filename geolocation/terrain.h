@@ -47,14 +47,14 @@ struct TerrainArrays {
   bool is_eliminated = false;  ///< `lfit` holds the elimination of the fit's normal equations
 
   TerrainArrays() = default;
-  TerrainArrays(const TerrainArrays&) = delete;  // half a copy would be a trap
+  TerrainArrays(const TerrainArrays&) = delete;  // not needed, and a copy could fail half way
   TerrainArrays(TerrainArrays&&) noexcept = default;
   TerrainArrays& operator=(const TerrainArrays&) = delete;
   TerrainArrays& operator=(TerrainArrays&&) noexcept = default;
   ~TerrainArrays() = default;
 
   /// Makes the arrays for curves of this degree and returns an ArrayStatus. Either all arrays are
-  /// replaced or none. Degree 0 has no step, so its only height is not a number.
+  /// replaced or none. With degree 0 there is no step, and the only height is NaN.
   [[nodiscard]] int Create(std::uint8_t degree);
 };
 
@@ -80,8 +80,8 @@ void PowerBasis(double h, double powers[], int count);
 /// to 9000 m along the curve until height and terrain agree to 1 m (at most 21 times; the last
 /// height counts, whatever its error is), and solves once more at the height found.
 ///
-/// The result also lies beside the curve, by the error of the fit, which the 1 m do not include.
-/// The table in docs/geometry.md has both for each degree.
+/// In addition, the result differs from the point on the curve by the error of the fit, which is
+/// not part of the 1 m. The table in docs/geometry.md has both errors for each degree.
 ///
 /// Throws the variant's character string if the height error has the same sign at both ends, and
 /// what the equations, the fit and the DEM throw. A degree of 0 throws ERROR_ALGORITHM. Allocates

@@ -6,16 +6,17 @@ namespace quellmark::imaging {
 
 namespace {
 
-// Enough to halve or third any interval down to its last bit.
+// Enough steps to reduce any interval to neighbouring numbers.
 constexpr int kHalvings = 110;
 constexpr int kThirdings = 90;
-// The nearest point of an ellipsoid lies within 4 mrad of the direction to the earth's centre; as
-// the tangent of half an angle, with room for a velocity that is not level.
+// The limit for the search of the nearest point, as the tangent of half an angle. The nearest point
+// of an ellipsoid lies within 4 mrad of the direction to the earth's centre; the limit also allows
+// for a velocity that is not level.
 constexpr double kNadirLimit = 0.05;
-// The height of a raised ellipsoid that touches settles to 1e-12 m in three rounds.
+// The raise of the touching ellipsoid converges to 1e-12 m in three rounds.
 constexpr int kRaiseRounds = 4;
 
-// p and w by the tangent of half the angle from d: no digits are lost near the nadir.
+// Computes p and w from the tangent of half the angle from d, which loses no digits near the nadir.
 PlanePoint PointAt(double range, double half_tangent, double raise) {
   const double scale = range / (1.0 + half_tangent * half_tangent);
   return {.found = true,
@@ -24,7 +25,7 @@ PlanePoint PointAt(double range, double half_tangent, double raise) {
           .raise = raise};
 }
 
-// Above 0 outside the ellipsoid (semi-axes `major`, `minor`), below 0 within.
+// Positive outside the ellipsoid with the semi-axes `major` and `minor`, negative inside.
 double Outside(const PlaneFrame& f, const PlanePoint& at, double range, double major,
                double minor) {
   const double sigma = f.sx * f.dx + f.sy * f.dy + f.sz * f.dz;
@@ -39,7 +40,8 @@ PlanePoint FindOnRaised(const PlaneFrame& f, double range, double raise, double 
   };
   double low = 0.0;
   if (!(outside(0.0) <= 0.0)) {
-    // The nearest point lies on the look side, or the range does not reach the ground.
+    // The direction to the earth's centre is still outside. So the nearest point of the ellipsoid
+    // is searched on the look side; if it is outside too, the range does not reach the ground.
     double left = 0.0;
     double right = kNadirLimit;
     for (int i = 0; i < kThirdings; ++i) {
@@ -50,7 +52,7 @@ PlanePoint FindOnRaised(const PlaneFrame& f, double range, double raise, double 
     low = 0.5 * (left + right);
     if (!(outside(low) <= 0.0)) return {};
   }
-  double high = 1.0;  // level: outside
+  double high = 1.0;  // the level direction must be outside
   if (!(outside(high) > 0.0)) return {};
   for (int i = 0; i < kHalvings; ++i) {
     const double middle = 0.5 * (low + high);
@@ -60,11 +62,11 @@ PlanePoint FindOnRaised(const PlaneFrame& f, double range, double raise, double 
 }
 
 struct Touching {
-  double raise;  // of the ellipsoid that has a tangent plane with the surface of geodetic height h
-  double slant;  // of the surface's normal at G
+  double raise;  // of the raised ellipsoid that touches the surface of geodetic height h
+  double slant;  // of the normal of that surface at G
 };
 
-// As the kernels do it.
+// The same computation as in the kernels.
 Touching TouchAt(const PlaneFrame& f, const PlanePoint& at, double height, double a, double b) {
   const double x = f.sx + at.p * f.dx + at.w * f.nx;
   const double y = f.sy + at.p * f.dy + at.w * f.ny;

@@ -1,12 +1,12 @@
-// The way to a ground point for which Newton's method does not settle: near the nadir, where both
-// look sides meet, and at ranges that do not reach the ground.
+// Finds ground points for which Newton's method does not converge: near the nadir, where both look
+// sides meet, and at ranges that do not reach the ground.
 #pragma once
 
 #include "imaging/kernel.h"
 
 namespace quellmark::imaging {
 
-/// A sensor's zero-Doppler plane, as LaneFrames describes it.
+/// A sensor's zero-Doppler plane, with the members of LaneFrames.
 struct PlaneFrame {
   double sx, sy, sz;
   double dx, dy, dz;
@@ -21,13 +21,14 @@ struct PlanePoint {
   double raise = 0.0;
 };
 
-/// The point at `range` on the look side of the sensor at `height` above the ellipsoid of semi-axes
-/// a and b; of two on that side the one farther from the nadir. Not found: there is none.
+/// Finds the point at `range` on the look side of the sensor and at `height` above the ellipsoid
+/// with the semi-axes a and b. Of two such points, returns the one farther from the nadir. If there
+/// is none, `found` is false.
 [[nodiscard]] PlanePoint FindByBisection(const PlaneFrame& frame, double range, double height,
                                          double a, double b, bool geodetic);
 
-/// The same for one lane of a batch whose iteration did not settle: sets p, w and raise from range
-/// and height. False: there is no point.
+/// The same for one lane of a batch whose iteration did not converge: sets p, w and raise from
+/// range and height. Returns false if there is no such point.
 [[nodiscard]] bool SettleLane(const LaneFrames& frames, bool shared, int lane, double a, double b,
                               bool geodetic, LanePoints& points);
 

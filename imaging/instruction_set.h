@@ -1,4 +1,4 @@
-// Which kernels run on this processor.
+// Selects the kernels that run on this processor.
 #pragma once
 
 #include "imaging/kernel.h"
@@ -6,8 +6,8 @@
 
 namespace quellmark::imaging {
 
-/// The kernel of an instruction set; throws ERROR_ARGUMENT after an ALARM line if this processor
-/// has it not.
+/// Returns the kernel of an instruction set. Throws ERROR_ARGUMENT after an ALARM line if this
+/// processor does not have the set.
 [[nodiscard]] const Kernel& KernelFor(InstructionSet set);
 
 }  // namespace quellmark::imaging

@@ -1,9 +1,9 @@
 // Image to ground and ground to image, for many points at once.
 //
-// The geometry is the range-Doppler model with zero Doppler, as docs/geometry.md derives it; the
-// points are solved in batches with vector instructions. The bits of a point's numbers depend on
-// the geometry and the point alone: not on the instruction set, the number of threads, the other
-// points of the call or their order. Nothing is logged, thrown or allocated for a point.
+// The geometry is the range-Doppler model with zero Doppler, which docs/geometry.md derives. The
+// points are solved in batches with vector instructions. The bits of a result depend only on the
+// geometry and on the point, not on the instruction set, the number of threads, the other points or
+// their order. Single points cause no log line, exception or allocation.
 #pragma once
 
 #include <array>
@@ -19,14 +19,14 @@ namespace quellmark::imaging {
 
 class TerrainGrid;  // terrain_grid.h
 
-/// Image positions, one for each point; both arrays have the same length.
+/// Image positions, one for each point. Both arrays have the same length.
 struct ImagePoints {
   std::span<const double> sample;
   std::span<const double> line;
 };
 
 /// Image positions (first_sample + i * sample_step, first_line + j * line_step) for i < n_samples
-/// and j < n_lines. Point i + j * n_samples of the outputs belongs to (i, j): line by line.
+/// and j < n_lines. The outputs are line by line: (i, j) is point i + j * n_samples.
 struct ImageGrid {
   double first_sample = 0.0;
   double sample_step = 1.0;
@@ -35,7 +35,7 @@ struct ImageGrid {
   double line_step = 1.0;
   std::size_t n_lines = 0;
 
-  /// Whole lines of the image, from `first_line` on.
+  /// Returns whole lines of the image, from `first_line` on.
   [[nodiscard]] static ImageGrid Lines(const ImageGeometry& image, std::int64_t first_line,
                                        std::int64_t n_lines) {
     return {.n_samples = static_cast<std::size_t>(image.n_samples),
@@ -44,48 +44,49 @@ struct ImageGrid {
   }
 };
 
-/// What a height means. At 9 km both surfaces are up to 2.2 cm apart on the ground.
+/// The meaning of heights. At a height of 9 km the two models differ by up to 2.2 cm on the ground.
 enum class HeightModel : std::uint8_t {
-  kGeodetic,         ///< the height along the ellipsoid's normal
-  kRaisedEllipsoid,  ///< both semi-axes longer by the height, as the batch step takes it
+  kGeodetic,         ///< heights along the ellipsoid's normal
+  kRaisedEllipsoid,  ///< both semi-axes are longer by the height, as in the batch step
 };
 
-/// The heights at which points are located. Terrain goes before heights per point, and these before
-/// the constant.
+/// The heights at which points are located. Terrain takes precedence over heights per point, and
+/// these over the constant.
 struct Heights {
   double constant_m = 0.0;
   std::span<const double> per_point_m;         ///< empty, or one for each point
   const TerrainGrid* terrain = nullptr;        ///< must outlive the call; its heights are geodetic
-  HeightModel model = HeightModel::kGeodetic;  ///< of the heights that are not terrain
+  HeightModel model = HeightModel::kGeodetic;  ///< for heights that are not terrain
 };
 
-/// Where to write; each span is empty (not wanted) or has one element for each point. Angles are
-/// in degrees, vectors earth-fixed. What is not wanted is not computed.
+/// The outputs. Each span has one element for each point, or is empty; its quantity is then not
+/// computed. Angles are in degrees, vectors earth-fixed.
 struct GroundOutputs {
   std::span<double> longitude_deg;  ///< (-180, 180]
   std::span<double> latitude_deg;   ///< geodetic
-  std::span<double> height_m;       ///< at which the point was located, in the height's own model
+  std::span<double> height_m;       ///< height of the point, in the model of the input
   std::span<double> incidence_deg;  ///< between the normal of the (raised) ellipsoid and the sensor
   std::span<double> heading_deg;    ///< of the sensor's track, from north to east, [0, 360)
   std::span<double> look_deg;       ///< at the sensor, between the earth's centre and the point
   std::span<double> x_m;            ///< ground point
   std::span<double> y_m;
   std::span<double> z_m;
-  /// Speed of the point of the same range and height over the ground, by a step of 0.01 s [m/s].
+  /// Speed over the ground of the point with this range and height [m/s], by a step of 0.01 s.
   std::span<double> zero_doppler_velocity_ms;
   std::span<double> b_parameter;  ///< (S - G) . A + V . V [m^2/s^2]
-  std::span<double> fm_rate;      ///< of azimuth [1/s^2]
+  std::span<double> fm_rate;      ///< of the azimuth signal [1/s^2]
   std::span<PointStatus> status;
 };
 
-/// Ground points; all arrays have the same length.
+/// Ground points. All arrays have the same length.
 struct GroundPoints {
-  std::span<const double> longitude_deg;  ///< any; taken modulo 360
+  std::span<const double> longitude_deg;  ///< may differ by multiples of 360
   std::span<const double> latitude_deg;   ///< geodetic, -90 to 90
   std::span<const double> height_m;       ///< geodetic
 };
 
-/// Where to write; each span is empty (not wanted) or has one element for each point.
+/// The outputs. Each span has one element for each point, or is empty; its quantity is then not
+/// computed.
 struct ImageOutputs {
   std::span<double> sample;
   std::span<double> line;
@@ -94,48 +95,49 @@ struct ImageOutputs {
   std::span<PointStatus> status;
 };
 
-/// Instruction sets to choose from. All give the same bits.
+/// The instruction sets. All lead to the same bits.
 enum class InstructionSet : std::uint8_t {
-  kBest,      ///< of those that this processor has
-  kBaseline,  ///< what every processor of this architecture has
+  kBest,      ///< the best one of this processor
+  kBaseline,  ///< the one that every processor of this architecture has
   kAvx2,
   kAvx512,
 };
 
 [[nodiscard]] bool IsAvailable(InstructionSet set);
 
-/// How a call is carried out. None of it changes a bit of the results.
+/// How a call is executed. These settings do not change a bit of the results.
 struct Execution {
   unsigned threads = 0;  ///< 0: one for each processor
   InstructionSet instruction_set = InstructionSet::kBest;
-  /// Called by the calling thread alone, every few thousand points, with the number of points done
-  /// and the number of all. False cancels the call; what it throws passes through. May be empty.
+  /// Called by the calling thread only, every few thousand points, with the number of points done
+  /// and the number of all. If it returns false, the call is cancelled. Its exceptions reach the
+  /// caller. May be empty.
   std::function<bool(std::uint64_t done, std::uint64_t all)> progress;
 };
 
-/// What became of a call's points.
+/// The result of a call as a whole.
 struct Summary {
   std::array<std::uint64_t, kPointStatusCount> count{};  ///< by PointStatus
-  bool cancelled = false;  ///< points with kNotComputed have no numbers (outputs hold NaN)
+  bool cancelled = false;  ///< the outputs of points with kNotComputed are then NaN
 
   [[nodiscard]] std::uint64_t Of(PointStatus status) const {
     return count[static_cast<std::size_t>(status)];
   }
 };
 
-/// Locates image positions on the ground. Throws ERROR_ARGUMENT after an ALARM line for arrays
-/// whose lengths differ, a geometry that is none (no states, a frequency that is not above 0 and
-/// finite) and an instruction set that this processor has not; what the states throw passes
-/// through. Uses a fixed amount of memory for each thread besides what is handed in.
+/// Locates image positions on the ground. Throws ERROR_ARGUMENT after an ALARM line for arrays of
+/// different lengths, for a geometry without states or with a frequency that is not positive and
+/// finite, and for an instruction set that this processor does not have. Throws what the states
+/// throw. Allocates a fixed amount of memory for each thread.
 Summary LocateOnGround(const ImageGeometry& image, const ImagePoints& points,
                        const Heights& heights, const GroundOutputs& outputs,
                        const Execution& execution = {});
 Summary LocateOnGround(const ImageGeometry& image, const ImageGrid& grid, const Heights& heights,
                        const GroundOutputs& outputs, const Execution& execution = {});
 
-/// Finds the image positions of ground points by their zero-Doppler times. A point's time is looked
-/// for where the orbit covers it, at most a quarter of a revolution from the middle of the image.
-/// Positions may lie outside the image. Throws as LocateOnGround().
+/// Finds the image positions of ground points by their zero-Doppler times. The search covers the
+/// times of the orbit, but at most a quarter of a revolution from the middle of the image.
+/// Positions may lie outside the image. Throws the same as LocateOnGround().
 Summary LocateInImage(const ImageGeometry& image, const GroundPoints& points,
                       const ImageOutputs& outputs, const Execution& execution = {});
 

@@ -1,4 +1,4 @@
-// Sharing the points of a call among threads.
+// Divides the points of a call among threads.
 #pragma once
 
 #include <algorithm>
@@ -15,12 +15,12 @@
 
 namespace quellmark::imaging {
 
-/// Points that a thread takes at once: some tenths of a millisecond of work.
+/// The number of points that a thread takes at a time: some tenths of a millisecond of work.
 inline constexpr std::uint64_t kChunkPoints = 4096;
 
 /// Runs a call over all its points, chunk by chunk, on the calling thread and on `threads` - 1
-/// more. `make_worker()` gives a thread its worker: worker.Do(first, last, count) computes points,
-/// worker.Skip(first, last, count) marks them as not computed; both count them by status.
+/// more. `make_worker()` returns a worker for one thread. worker.Do(first, last, count) computes
+/// points, worker.Skip(first, last, count) marks them as not computed; both count them by status.
 template <class MakeWorker>
 class ChunkRun {
  public:
@@ -40,7 +40,7 @@ class ChunkRun {
         helpers.emplace_back([this] { Work(false); });
       }
     } catch (const std::system_error&) {
-      // No more threads are to be had: those that run do the work.
+      // The system has no more threads, so those that run do all the work.
     }
     Work(true);
     for (std::thread& helper : helpers) helper.join();
@@ -91,7 +91,7 @@ class ChunkRun {
   Summary summary_;
 };
 
-/// Throws ERROR_ARGUMENT after an ALARM line for a geometry that is none.
+/// Throws ERROR_ARGUMENT after an ALARM line for an invalid geometry.
 void CheckGeometry(const ImageGeometry& image);
 /// Throws ERROR_ARGUMENT after an ALARM line unless `size` is 0 or `points`.
 void CheckLength(const char* name, std::size_t size, std::size_t points);

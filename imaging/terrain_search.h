@@ -11,43 +11,43 @@
 
 namespace quellmark::imaging {
 
-/// A point's curve over a stretch of heights: the ground points of one range and sensor, as places
-/// in the terrain grid. Polynomials of degree 4 in t, which runs from -1 at the lowest height of
-/// the stretch to 1 at the highest.
+/// The curve of a point over a stretch of heights: the ground points of one range and sensor, as
+/// positions in the terrain grid. The positions are polynomials of degree 4 in t, which runs from
+/// -1 at the lowest height of the stretch to 1 at the highest.
 struct TerrainCurve {
-  std::array<double, 5> x{};  ///< coefficients of the column
-  std::array<double, 5> y{};  ///< and of the row
+  std::array<double, 5> x{};  ///< coefficients for the column
+  std::array<double, 5> y{};  ///< coefficients for the row
   double middle_m = 0.0;      ///< height at t = 0
-  double half_m = 0.0;        ///< height at t = 1 less that
-  double longest_step = 0.0;  ///< of t, on which the curve is straight to 0.02 cells
+  double half_m = 0.0;        ///< height at t = 1 less middle_m
+  double longest_step = 0.0;  ///< step of t over which the curve is straight to 0.02 cells
 
   [[nodiscard]] double HeightAt(double t) const { return middle_m + half_m * t; }
 };
 
-/// Walks down curves and finds where they first go below the terrain.
+/// Walks down curves and finds where they first cross the terrain.
 ///
-/// A curve is followed from the terrain's greatest height downwards, away from the far side: no
-/// meeting point above the one found is left out. Blocks of cells whose heights the curve stays
-/// above (below, once it is under the terrain) are passed at once; in a cell the bilinear height
-/// along the curve is a parabola, whose first meeting is solved for.
+/// A curve is followed downwards from the terrain's greatest height, so the first meeting point is
+/// the highest one. Blocks of cells are passed in one step if the curve stays above all their
+/// heights (or below them, once it is under the terrain). In a cell the bilinear height along the
+/// curve is a parabola, whose first meeting is computed.
 class TerrainWalk {
  public:
   explicit TerrainWalk(const TerrainGrid& grid) : grid_(grid) {}
 
-  /// Goes on along the next stretch; false once all that is asked for is known.
+  /// Continues along the next stretch. Returns false when no further stretch is needed.
   bool Follow(const TerrainCurve& curve);
 
   [[nodiscard]] bool Meets() const { return crossings_ > 0 && !meets_in_void_; }
   [[nodiscard]] bool IsLayover() const { return crossings_ > 1; }
-  /// Of the first meeting: its height, and two heights around it, the curve above and below the
-  /// terrain [m]; `rise_` is the change of the difference with height.
+  /// The first meeting [m]: its height, and two heights around it at which the curve is above and
+  /// below the terrain. `rise_` is the derivative of the difference with respect to height.
   [[nodiscard]] double Height() const { return height_m_; }
   [[nodiscard]] double Above() const { return above_m_; }
   [[nodiscard]] double Below() const { return below_m_; }
   [[nodiscard]] double Rise() const { return rise_; }
 
  private:
-  // A place on the curve and its direction as t falls.
+  // A place on the curve, and its direction for decreasing t.
   struct Place {
     double t, x, y, dx, dy;
   };
@@ -65,7 +65,7 @@ class TerrainWalk {
 
   const TerrainGrid& grid_;
   bool is_above_ = true;
-  bool over_void_ = true;  // since the last known height
+  bool over_void_ = true;  // there was a void since the last known height
   double last_known_m_ = 0.0;
   int crossings_ = 0;
   bool meets_in_void_ = false;
@@ -82,9 +82,9 @@ class TerrainSearch {
   TerrainSearch(const Kernel& kernel, const TerrainGrid& grid, const ELLIPSOID<double>& ellipsoid)
       : kernel_(kernel), grid_(grid), ellipsoid_(ellipsoid) {}
 
-  /// For the lanes with kFound sets the height of `points`, whose range times are given, to that of
-  /// the highest meeting point, and the status to kFound, kLayover or kNoTerrain. The height is
-  /// `otherwise_m` in the latter case and for all other lanes.
+  /// `points` has the range times. For lanes with kFound, sets their height to that of the highest
+  /// meeting point, and the status to kFound, kLayover or kNoTerrain. With kNoTerrain, and for all
+  /// other lanes, the height becomes `otherwise_m`.
   void Find(const LaneFrames& frames, bool shared, const LaneStates& states, double otherwise_m,
             LanePoints& points, std::span<PointStatus, kLanes> status);
 
@@ -104,9 +104,9 @@ class TerrainSearch {
   std::array<bool, kLanes> solved_{};
   std::array<std::array<double, kLanes>, kNodes> column_{};
   std::array<std::array<double, kLanes>, kNodes> row_{};
-  std::array<double, kLanes> low_{};  // of the stretch
+  std::array<double, kLanes> low_{};  // ends of the stretch
   std::array<double, kLanes> high_{};
-  std::array<double, kLanes> rise_{};  // of height less terrain, with height
+  std::array<double, kLanes> rise_{};  // derivative of height less terrain with respect to height
 };
 
 }  // namespace quellmark::imaging

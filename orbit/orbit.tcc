@@ -1,4 +1,4 @@
-// Bodies of orbit.h; included by the sources that list the members.
+// Bodies of orbit.h; included by the sources that instantiate the orbit classes.
 #pragma once
 
 #include <type_traits>

@@ -39,9 +39,10 @@ struct UNIVERSAL_TIME {
   /// The time elapsed from b to a, inserted seconds included; the clock runs evenly through an
   /// inserted second. Throws "duration range error" before year 0 and after year 136,000.
   friend DURATION operator-(const UNIVERSAL_TIME& a, const UNIVERSAL_TIME& b);
-  /// The calendar reading `duration` later, set back by the seconds inserted in between (their
-  /// number is logged). Near an inserted second a rule of its own applies, see the definition. A
-  /// duration of zero returns `time` unchanged and logs nothing. Throws like the difference.
+  /// The calendar time after `duration`: the reading that much later, less the leap seconds in
+  /// between (whose number is logged). Near a leap second a special rule applies, see the
+  /// definition. A duration of zero returns `time` unchanged and logs nothing. Throws like the
+  /// difference.
   friend UNIVERSAL_TIME operator+(const UNIVERSAL_TIME& time, const DURATION& duration);
   friend UNIVERSAL_TIME operator-(const UNIVERSAL_TIME& time, const DURATION& duration) {
     return time + -duration;

@@ -1,6 +1,6 @@
 // Legend: a[j][k] the matrix, becoming its inverse in place; b its right-hand sides, becoming the
 // solutions. Step s uses the pivot a[indxr[s]][indxc[s]], which a swap of rows brings to the
-// diagonal; ipiv[k] tells whether column k has had its step.
+// diagonal; ipiv[k] tells whether column k has already been eliminated.
 #include "geolocation/lsq/gaussj.h"
 
 #include <cmath>
@@ -53,8 +53,8 @@ void SubtractMultiple(T* from, const T* row, int length, T factor) {
   for (int l = 1; l <= length; ++l) from[l] -= row[l] * factor;
 }
 
-// `keep(step, j, factor)` is told what row j is multiplied with in a step: the pivot row by its
-// factor, every other row loses the pivot row times its factor.
+// In each step the pivot row is multiplied by a factor, and a multiple of it is subtracted from
+// every other row. `keep(step, j, factor)` receives the factor for row j.
 template <class T, class Rows, class Keep>
 Outcome Eliminate(Rows a, int n, Rows b, int m, int* indxc, int* indxr, int* ipiv, Keep keep) {
   for (int j = 1; j <= n; ++j) ipiv[j] = 0;

@@ -64,8 +64,8 @@ class Decomposition {
     }
   }
 
-  // Turns column i, below the diagonal, to zeros and returns the diagonal element. Scales first, so
-  // that the squares do not vanish.
+  // Turns the elements of column i below the diagonal into zeros and returns the diagonal element.
+  // Scales first, so that the squares do not vanish.
   T ReflectColumn(int i) {
     T scale = 0;
     for (int k = i; k <= m_; ++k) scale += std::abs(a_[k][i]);
@@ -88,7 +88,8 @@ class Decomposition {
     return scale * g;
   }
 
-  // Turns row i, right of the superdiagonal, to zeros and returns the superdiagonal element.
+  // Turns the elements of row i right of the superdiagonal into zeros and returns the superdiagonal
+  // element.
   T ReflectRow(int i) {
     if (i > m_) return 0;
     const int first = i + 1;
