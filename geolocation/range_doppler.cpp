@@ -20,6 +20,7 @@
 #include <array>
 #include <cmath>
 #include <cstdio>
+#include <optional>
 
 #include "basic/constants.h"
 #include "basic/errors.h"
@@ -180,6 +181,12 @@ class Solver {
 
   // Radius [m], range [m] and Doppler [m/s] of the last step.
   [[nodiscard]] const std::array<double, 3>& Residuals() const { return residuals_; }
+  // Whether the last step ended the iteration. Residuals that are not numbers end it too.
+  [[nodiscard]] bool IsSettled() const {
+    const auto& [radius, range, doppler] = residuals_;
+    return !(radius >= kResidualTolerance || range >= kResidualTolerance ||
+             doppler >= kResidualTolerance);
+  }
   // X, earth-fixed.
   [[nodiscard]] Vector Look() const {
     return p_ * frame_.down + q_ * frame_.along + w_ * frame_.across;
@@ -203,6 +210,22 @@ class Solver {
   double w_ = 0.0;
   std::array<double, 3> residuals_{};
 };
+
+// The point where an iteration has ended.
+GroundPoint PointOf(const Solver& solver, const RangeDopplerQuery& query, int iterations) {
+  GroundPoint ground;
+  ground.look = solver.Look();
+  ground.position = query.sat_pos + ground.look;
+  ground.iterations = iterations;
+  // A residual that is not a number ends the iteration too, but it is no solution.
+  const auto& [radius, range, doppler] = solver.Residuals();
+  if (std::isnan(ground.position.x) || std::isnan(ground.position.y) ||
+      std::isnan(radius + range + doppler)) {
+    FailWithoutLongitude(query, ground.position);
+  }
+  LogLine(LogLevel::kTrace, query.routine, ": ", iterations, " iterations.\n");
+  return ground;
+}
 
 }  // namespace
 
@@ -235,26 +258,46 @@ RaisedEllipsoid RaiseEllipsoid(const RangeDopplerQuery& query) {
 GroundPoint LocateOnEllipsoid(const RangeDopplerQuery& query, const LocalFrame& frame,
                               const RaisedEllipsoid& ellipsoid) {
   Solver solver(query, frame, ellipsoid);
-  const auto& [radius, range, doppler] = solver.Residuals();
   int iteration = 0;
   do {
     if (!solver.Step()) FailWithoutIntersection(query, iteration + 1);
     // This comes before the test of convergence: deliberate, the last step never counts.
-    if (++iteration == kIterationLimit) FailToConverge(query, std::max({radius, range, doppler}));
-  } while (radius >= kResidualTolerance || range >= kResidualTolerance ||
-           doppler >= kResidualTolerance);
+    if (++iteration == kIterationLimit) FailToConverge(query, std::ranges::max(solver.Residuals()));
+  } while (!solver.IsSettled());
+  return PointOf(solver, query, iteration);
+}
 
-  GroundPoint ground;
-  ground.look = solver.Look();
-  ground.position = query.sat_pos + ground.look;
-  ground.iterations = iteration;
-  // A residual that is not a number ends the iteration too, but it is no solution.
-  if (std::isnan(ground.position.x) || std::isnan(ground.position.y) ||
-      std::isnan(radius + range + doppler)) {
-    FailWithoutLongitude(query, ground.position);
+void LocateAtHeights(const RangeDopplerQuery& query, const LocalFrame& frame,
+                     std::span<const double> heights_m, std::span<VECTOR_3D<double>> positions) {
+  // A step mostly waits for its roots and quotients: those of other heights fill the time.
+  std::array<std::optional<Solver>, kHeightsTogether> solvers;
+  std::array<RaisedEllipsoid, kHeightsTogether> ellipsoids;
+  std::array<int, kHeightsTogether> iterations{};
+  const std::size_t count = heights_m.size();
+  RangeDopplerQuery at_height = query;
+  for (std::size_t i = 0; i < count; ++i) {
+    at_height.height_m = heights_m[i];
+    ellipsoids[i] = RaiseEllipsoid(at_height);
+    solvers[i].emplace(query, frame, ellipsoids[i]);
   }
-  LogLine(LogLevel::kTrace, query.routine, ": ", iteration, " iterations.\n");
-  return ground;
+  std::size_t settled = 0;
+  bool is_good = true;
+  for (int iteration = 1; is_good && settled < count; ++iteration) {
+    for (std::size_t i = 0; i < count; ++i) {
+      if (iterations[i] != 0) continue;
+      is_good = is_good && solvers[i]->Step() && iteration < kIterationLimit;
+      if (!solvers[i]->IsSettled()) continue;
+      iterations[i] = iteration;
+      ++settled;
+    }
+  }
+  for (std::size_t i = 0; i < count; ++i) {
+    at_height.height_m = heights_m[i];
+    // After a failure one by one, for the messages of the first height that fails.
+    const GroundPoint ground = is_good ? PointOf(*solvers[i], at_height, iterations[i])
+                                       : LocateOnEllipsoid(at_height, frame, ellipsoids[i]);
+    positions[i] = ground.position;
+  }
 }
 
 GroundAngles AnglesAt(const Vector& sat_pos, const LocalFrame& frame,

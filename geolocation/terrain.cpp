@@ -14,6 +14,7 @@
 #include <array>
 #include <cmath>
 #include <cstdio>
+#include <span>
 #include <utility>
 
 #include "basic/constants.h"
@@ -136,16 +137,22 @@ Vector TrialPoint(const TerrainArrays& arrays, int i) {
 
 void SolveAtTrialHeights(const Search& search, const LocalFrame& frame, TerrainArrays& arrays) {
   const bool logs = search.variant.logs_samples && Log().Passes(LogLevel::kTrace);
-  RangeDopplerQuery trial = search.query;
-  for (int i = 1; i <= arrays.ht.Length(); ++i) {
-    trial.height_m = arrays.ht[i];
-    const Vector ground = LocateOnEllipsoid(trial, frame, RaiseEllipsoid(trial)).position;
-    arrays.xx[i] = ground.x;
-    arrays.yy[i] = ground.y;
-    arrays.zz[i] = ground.z;
+  // Each point's lines come before the next point's.
+  const std::size_t together = logs ? 1 : kHeightsTogether;
+  const std::span<const double> heights = arrays.ht.Elements();
+  std::array<Vector, kHeightsTogether> found;
+  for (std::size_t first = 0; first < heights.size(); first += together) {
+    const std::size_t count = std::min(together, heights.size() - first);
+    LocateAtHeights(search.query, frame, heights.subspan(first, count), found);
+    for (std::size_t i = 0; i < count; ++i) {
+      arrays.xx.Elements()[first + i] = found[i].x;
+      arrays.yy.Elements()[first + i] = found[i].y;
+      arrays.zz.Elements()[first + i] = found[i].z;
+    }
     if (!logs) continue;
+    const Vector& ground = found[0];
     const GeodeticPoint at = ToGeodetic(search.ellipsoid, ground);
-    LogLine(LogLevel::kTrace, "location of height ", trial.height_m, " is (", ground.x, ",",
+    LogLine(LogLevel::kTrace, "location of height ", heights[first], " is (", ground.x, ",",
             ground.y, ",", ground.z, ") at (lat/lon/height) ", at.latitude_rad * kDegreesPerRadian,
             "/", at.longitude_rad * kDegreesPerRadian, "/", at.height_m, "\n");
   }
