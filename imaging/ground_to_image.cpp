@@ -1,24 +1,24 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstring>
-#include <limits>
 #include <memory>
+#include <span>
 
+#include "basic/constants.h"
 #include "basic/errors.h"
+#include "imaging/batch_worker.h"
 #include "imaging/instruction_set.h"
 #include "imaging/kernel.h"
 #include "imaging/locate.h"
 #include "imaging/run.h"
+#include "imaging/sensors.h"
 #include "runtime/log.h"
 
 namespace quellmark::imaging {
 
 namespace {
 
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-constexpr double kHalfSpeedOfLight_ms = 0.5 * 299792458.0;
-constexpr double kPi = 3.141592653589793;
+constexpr double kHalfSpeedOfLight_ms = 0.5 * basic::kSpeedOfLight_ms;
 // Larger longitudes have no digits left below a degree.
 constexpr double kLongitudeLimit_deg = 1e9;
 // How far beyond the covered times rounding may put a point of their ends.
@@ -64,7 +64,7 @@ void PlaceSearch(Task& task) {
       std::clamp(0.5 * static_cast<double>(task.image.n_lines) / task.image.prf_hz, covered.first_s,
                  covered.last_s);
   const SensorState s = StateAt(states, middle_s);
-  const double quarter_s = 0.5 * kPi * Length(s.position) / Length(s.velocity);
+  const double quarter_s = 0.5 * basic::kPi * Length(s.position) / Length(s.velocity);
   if (!std::isfinite(quarter_s)) return;
   task.middle = {s.position.x, s.position.y,     s.position.z,     s.velocity.x,     s.velocity.y,
                  s.velocity.z, s.acceleration.x, s.acceleration.y, s.acceleration.z, middle_s};
@@ -74,32 +74,20 @@ void PlaceSearch(Task& task) {
   task.last_state = StateAt(states, task.within.last_s);
 }
 
-class ImageWorker {
+class ImageWorker : public BatchWorker<ImageWorker> {
  public:
-  explicit ImageWorker(const Task& task) : task_(task) {}
-
-  using Count = std::array<std::uint64_t, kPointStatusCount>;
+  explicit ImageWorker(const Task& task) : task_(task), sensors_(*task.image.states, task.kernel) {}
 
   void Do(std::uint64_t first, std::uint64_t last, Count& count) {
-    for (std::uint64_t i = first; i < last; i += kLanes) {
-      first_ = i;
-      n_ = static_cast<int>(std::min<std::uint64_t>(kLanes, last - i));
+    ForBatches(first, last, count, [this] {
       Load();
       Locate();
-      Store(count);
-    }
-  }
-
-  void Skip(std::uint64_t first, std::uint64_t last, Count& count) {
-    for (std::uint64_t i = first; i < last; i += kLanes) {
-      first_ = i;
-      n_ = static_cast<int>(std::min<std::uint64_t>(kLanes, last - i));
-      status_.fill(PointStatus::kNotComputed);
-      Store(count);
-    }
+    });
   }
 
  private:
+  friend class BatchWorker<ImageWorker>;
+
   [[nodiscard]] PointStatus InputStatus(std::uint64_t i) const {
     const bool good = std::abs(task_.points.longitude_deg[i]) <= kLongitudeLimit_deg &&
                       std::abs(task_.points.latitude_deg[i]) <= 90.0 &&
@@ -150,19 +138,7 @@ class ImageWorker {
       times_[lane] = low <= task_.within.last_s ? low : task_.within.last_s;
       targets_.time[lane] = times_[lane];
     }
-    task_.image.states->StatesAt(times_, raw_);
-    for (int lane = 0; lane < kLanes; ++lane) {
-      const SensorState& s = raw_[static_cast<std::size_t>(lane)];
-      states_.px[lane] = s.position.x;
-      states_.py[lane] = s.position.y;
-      states_.pz[lane] = s.position.z;
-      states_.vx[lane] = s.velocity.x;
-      states_.vy[lane] = s.velocity.y;
-      states_.vz[lane] = s.velocity.z;
-      states_.ax[lane] = s.acceleration.x;
-      states_.ay[lane] = s.acceleration.y;
-      states_.az[lane] = s.acceleration.z;
-    }
+    sensors_.Load(times_, states_);
     task_.kernel.step_time(states_, task_.side, targets_);
   }
 
@@ -219,34 +195,19 @@ class ImageWorker {
     targets_.facing[lane] = -Dot(look, up);
   }
 
-  void Store(Count& count) {
+  template <class Put>
+  void ForOutputs(Put put) {
     const ImageOutputs& o = task_.outputs;
-    const auto put = [this](std::span<double> to, const double(&from)[kLanes]) {
-      if (to.empty()) return;
-      double* const out = to.data() + first_;
-      for (int lane = 0; lane < n_; ++lane) {
-        const bool found = status_[static_cast<std::size_t>(lane)] == PointStatus::kFound;
-        out[lane] = found ? from[lane] : kNaN;
-      }
-    };
     put(o.sample, sample_);
     put(o.line, line_);
     put(o.slant_range_m, targets_.range);
     put(o.azimuth_time_s, time_);
-    for (int lane = 0; lane < n_; ++lane) {
-      ++count[static_cast<std::size_t>(status_[static_cast<std::size_t>(lane)])];
-    }
-    if (!o.status.empty()) {
-      std::memcpy(o.status.data() + first_, status_.data(), static_cast<std::size_t>(n_));
-    }
   }
+  [[nodiscard]] std::span<PointStatus> StatusOutput() const { return task_.outputs.status; }
 
   const Task& task_;
-  std::uint64_t first_ = 0;  // of the batch
-  int n_ = 0;
-  std::array<PointStatus, kLanes> status_{};
+  SensorBatch sensors_;
   std::array<double, kLanes> times_{};
-  std::array<SensorState, kLanes> raw_{};
   LaneStates states_{};
   LaneTargets targets_{};
   alignas(64) double sample_[kLanes]{};

@@ -20,4 +20,10 @@ void OrbitStates::StatesAt(std::span<const double> times_s, std::span<SensorStat
   }
 }
 
+std::optional<StatePolynomials> OrbitStates::Polynomials() const {
+  const auto pieces = orbit_.CoreObject()->AsNewton();
+  if (!pieces) return std::nullopt;
+  return StatePolynomials{*pieces, first_line_s_};
+}
+
 }  // namespace quellmark::imaging

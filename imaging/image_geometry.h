@@ -3,11 +3,13 @@
 
 #include <cstdint>
 #include <limits>
+#include <optional>
 #include <span>
 
 #include "basic/vector_3d.h"
 #include "geolocation/ellipsoid_type.h"
 #include "orbit/general_orbit.h"
+#include "orbit/interpolation/piece_table.h"
 
 namespace quellmark::imaging {
 
@@ -16,6 +18,13 @@ struct SensorState {
   VECTOR_3D<double> position;      ///< [m]
   VECTOR_3D<double> velocity;      ///< [m/s]
   VECTOR_3D<double> acceleration;  ///< [m/s^2]
+};
+
+/// Polynomials that give the sensor's states, position with its derivatives, at the abscissa
+/// `offset_s` + azimuth time.
+struct StatePolynomials {
+  orbit::NewtonPieces pieces;
+  double offset_s = 0.0;
 };
 
 /// A stretch of azimuth time, both ends included.
@@ -42,6 +51,9 @@ class StateSource {
   /// The times for which the states are good. States at others are not asked for, but for those up
   /// to 0.01 s later, when zero-Doppler velocities are wanted.
   [[nodiscard]] virtual TimeInterval Covered() const = 0;
+  /// What gives the same states as StatesAt(), bit for bit, where there is such a thing: many are
+  /// then evaluated at once. Must last as long as this object.
+  [[nodiscard]] virtual std::optional<StatePolynomials> Polynomials() const { return std::nullopt; }
 };
 
 /// The states of an orbit that was read, which must outlive this object.
@@ -55,6 +67,7 @@ class OrbitStates final : public StateSource {
 
   void StatesAt(std::span<const double> times_s, std::span<SensorState> states) const override;
   [[nodiscard]] TimeInterval Covered() const override { return covered_; }
+  [[nodiscard]] std::optional<StatePolynomials> Polynomials() const override;
 
  private:
   const GENERAL_ORBIT<double, VECTOR_3D<double>>& orbit_;

@@ -1,17 +1,19 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstring>
 #include <limits>
 #include <memory>
 #include <optional>
 
+#include "basic/constants.h"
 #include "basic/errors.h"
+#include "imaging/batch_worker.h"
 #include "imaging/bisection.h"
 #include "imaging/instruction_set.h"
 #include "imaging/kernel.h"
 #include "imaging/locate.h"
 #include "imaging/run.h"
+#include "imaging/sensors.h"
 #include "imaging/terrain_search.h"
 #include "runtime/log.h"
 
@@ -20,14 +22,12 @@ namespace quellmark::imaging {
 namespace {
 
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-constexpr double kInfinity = std::numeric_limits<double>::infinity();
-constexpr double kSpeedOfLight_ms = 299792458.0;
+using basic::kSpeedOfLight_ms;
+
 // Azimuth time between the two ground points of a zero-Doppler velocity.
 constexpr double kVelocityStep_s = 0.01;
 // From here on a batch of one line is better than a state for each point.
 constexpr std::size_t kSharedFrom = kLanes / 2;
-
-bool HasNumbers(PointStatus status) { return status <= PointStatus::kNoTerrain; }
 
 // What the outputs ask for.
 struct Wants {
@@ -76,30 +76,17 @@ struct Task {
   }
 };
 
-void LoadState(const SensorState& state, int lane, LaneStates& states) {
-  states.px[lane] = state.position.x;
-  states.py[lane] = state.position.y;
-  states.pz[lane] = state.position.z;
-  states.vx[lane] = state.velocity.x;
-  states.vy[lane] = state.velocity.y;
-  states.vz[lane] = state.velocity.z;
-  states.ax[lane] = state.acceleration.x;
-  states.ay[lane] = state.acceleration.y;
-  states.az[lane] = state.acceleration.z;
-}
-
 // States and frames of a batch, of one sensor for all lanes or of one each.
 class Sensors {
  public:
+  explicit Sensors(const Task& task) : task_(task), batch_(*task.image.states, task.kernel) {}
+
   // `times` has one element, or kLanes.
-  void Load(const Task& task, std::span<const double> times) {
-    task.image.states->StatesAt(times, std::span(raw_).first(times.size()));
+  void Load(std::span<const double> times) {
+    batch_.Load(times, states);
     shared = times.size() == 1;
-    for (std::size_t i = 0; i < times.size(); ++i) {
-      LoadState(raw_[i], static_cast<int>(i), states);
-    }
-    task.kernel.make_frames(states, static_cast<double>(static_cast<int>(task.image.look_side)),
-                            frames);
+    task_.kernel.make_frames(states, static_cast<double>(static_cast<int>(task_.image.look_side)),
+                             frames);
   }
 
   bool shared = false;
@@ -107,47 +94,34 @@ class Sensors {
   LaneFrames frames{};
 
  private:
-  std::array<SensorState, kLanes> raw_{};
+  const Task& task_;
+  SensorBatch batch_;
 };
 
-class GroundWorker {
+class GroundWorker : public BatchWorker<GroundWorker> {
  public:
-  explicit GroundWorker(const Task& task) : task_(task) {
+  explicit GroundWorker(const Task& task) : task_(task), sensors_(task), later_sensors_(task) {
     const TerrainGrid* const terrain = task.heights.terrain;
     if (terrain != nullptr) search_.emplace(task.kernel, *terrain, task.image.ellipsoid);
   }
 
-  using Count = std::array<std::uint64_t, kPointStatusCount>;
-
   void Do(std::uint64_t first, std::uint64_t last, Count& count) {
     const std::size_t run = task_.positions.n_samples;
     if (run < kSharedFrom) {
-      for (std::uint64_t i = first; i < last; i += kLanes) {
-        DoScattered(i, static_cast<int>(std::min<std::uint64_t>(kLanes, last - i)));
-        Store(count);
-      }
+      ForBatches(first, last, count, [this] { DoScattered(); });
       return;
     }
     for (std::uint64_t i = first; i < last;) {
       const std::uint64_t end = std::min(last, (i / run + 1) * run);
       const bool has_sensor = LoadLine(i);
-      for (; i < end; i += static_cast<std::uint64_t>(n_)) {
-        DoSamples(i, static_cast<int>(std::min<std::uint64_t>(kLanes, end - i)), has_sensor);
-        Store(count);
-      }
-    }
-  }
-
-  void Skip(std::uint64_t first, std::uint64_t last, Count& count) {
-    for (std::uint64_t i = first; i < last; i += kLanes) {
-      first_ = i;
-      n_ = static_cast<int>(std::min<std::uint64_t>(kLanes, last - i));
-      status_.fill(PointStatus::kNotComputed);
-      Store(count);
+      ForBatches(i, end, count, [this, has_sensor] { DoSamples(has_sensor); });
+      i = end;
     }
   }
 
  private:
+  friend class BatchWorker<GroundWorker>;
+
   [[nodiscard]] PointStatus TimeStatus(double time_s) const {
     if (!std::isfinite(time_s)) return PointStatus::kBadInput;
     return task_.covered.Contains(time_s) ? PointStatus::kFound : PointStatus::kBeyondOrbit;
@@ -158,78 +132,82 @@ class GroundWorker {
     const double time = task_.positions.LineOf(i) / task_.image.prf_hz;
     line_status_ = TimeStatus(time);
     if (line_status_ != PointStatus::kFound) return false;
-    sensors_.Load(task_, {&time, 1});
+    sensors_.Load({&time, 1});
     if (task_.wants.velocity) {
       const double later = time + kVelocityStep_s;
-      later_sensors_.Load(task_, {&later, 1});
+      later_sensors_.Load({&later, 1});
     }
     return true;
   }
 
-  void DoSamples(std::uint64_t first, int n, bool has_sensor) {
-    first_ = first;
-    n_ = n;
+  void DoSamples(bool has_sensor) {
     status_.fill(line_status_);
     if (!has_sensor) return;
     LoadPoints();
     Locate();
   }
 
-  void DoScattered(std::uint64_t first, int n) {
-    first_ = first;
-    n_ = n;
-    int good = -1;
-    for (int lane = 0; lane < n; ++lane) {
-      const double time =
-          task_.positions.LineOf(first + static_cast<std::uint64_t>(lane)) / task_.image.prf_hz;
-      times_[static_cast<std::size_t>(lane)] = time;
-      status_[static_cast<std::size_t>(lane)] = TimeStatus(time);
-      if (status_[static_cast<std::size_t>(lane)] == PointStatus::kFound) good = lane;
-    }
-    if (good < 0) return;
+  void DoScattered() {
     for (std::size_t lane = 0; lane < kLanes; ++lane) {
-      const bool is_good =
-          lane < static_cast<std::size_t>(n) && status_[lane] == PointStatus::kFound;
-      if (!is_good) times_[lane] = times_[static_cast<std::size_t>(good)];
+      times_[lane] =
+          task_.positions.LineOf(first_ + LastLane(static_cast<int>(lane))) / task_.image.prf_hz;
     }
-    sensors_.Load(task_, times_);
+    status_.fill(PointStatus::kFound);
+    const auto [from, to] = task_.covered;
+    if (AnyLane(times_, [from, to](double t) { return !(from <= t && t <= to); }) && !SortOut()) {
+      return;
+    }
+    sensors_.Load(times_);
     if (task_.wants.velocity) {
       for (double& time : times_) time += kVelocityStep_s;
-      later_sensors_.Load(task_, times_);
+      later_sensors_.Load(times_);
     }
     LoadPoints();
     Locate();
+  }
+
+  // Lanes without a time take that of another; false if there is none.
+  bool SortOut() {
+    std::optional<double> good;
+    for (std::size_t lane = 0; lane < kLanes; ++lane) {
+      status_[lane] = TimeStatus(times_[lane]);
+      if (status_[lane] == PointStatus::kFound) good = times_[lane];
+    }
+    if (!good) return false;
+    for (std::size_t lane = 0; lane < kLanes; ++lane) {
+      if (status_[lane] != PointStatus::kFound) times_[lane] = *good;
+    }
+    return true;
   }
 
   // Range times and heights; lanes behind the last point repeat it.
   void LoadPoints() {
     LoadSamples();
     LoadHeights();
-    const double first = task_.image.first_range_time_s;
-    const double rate = task_.image.range_sampling_frequency_hz;
-    for (int lane = 0; lane < kLanes; ++lane) points_.tau[lane] = first + sample_[lane] / rate;
     const double lowest = -task_.image.ellipsoid.semi_minor_m;
-    int unusable = 0;
-    for (int lane = 0; lane < kLanes; ++lane) {
-      unusable |= static_cast<int>(!IsUsable(points_.tau[lane], points_.height[lane], lowest));
-    }
+    const bool all_usable =
+        task_.kernel.place_points(sample_, task_.image.first_range_time_s,
+                                  task_.image.range_sampling_frequency_hz, lowest, points_);
     for (int lane = n_; lane < kLanes; ++lane) {
       status_[static_cast<std::size_t>(lane)] = PointStatus::kNotComputed;
     }
-    if (unusable == 0) return;
+    if (all_usable) return;
     for (int lane = 0; lane < n_; ++lane) {
       PointStatus& status = status_[static_cast<std::size_t>(lane)];
-      if (status == PointStatus::kFound &&
-          !IsUsable(points_.tau[lane], points_.height[lane], lowest)) {
-        status = PointStatus::kBadInput;
-      }
+      const double tau = points_.tau[lane];
+      const double height = points_.height[lane];
+      const bool is_usable = std::isfinite(tau) && std::isfinite(height) && height > lowest;
+      if (status == PointStatus::kFound && !is_usable) status = PointStatus::kBadInput;
     }
   }
 
   void LoadHeights() {
     const std::span<const double> heights = task_.heights.per_point_m;
     if (heights.empty()) {
-      std::fill_n(points_.height, kLanes, task_.heights.constant_m);
+      // The terrain search alone changes them.
+      if (search_ || points_.height[0] != task_.heights.constant_m) {
+        std::fill_n(points_.height, kLanes, task_.heights.constant_m);
+      }
       return;
     }
     for (int lane = 0; lane < kLanes; ++lane) {
@@ -245,8 +223,8 @@ class GroundWorker {
       }
     } else if (sensors_.shared) {
       // Beyond the last point of a short batch: samples of the same line, which nobody reads.
-      const auto in_line = static_cast<double>(first_ % positions.n_samples);
-      for (int lane = 0; lane < kLanes; ++lane) sample_[lane] = positions.SampleAt(in_line + lane);
+      task_.kernel.count_samples(static_cast<double>(first_ % positions.n_samples),
+                                 positions.grid.first_sample, positions.grid.sample_step, sample_);
     } else {
       for (int lane = 0; lane < kLanes; ++lane) {
         sample_[lane] = positions.SampleAt(
@@ -257,11 +235,6 @@ class GroundWorker {
 
   [[nodiscard]] std::uint64_t LastLane(int lane) const {
     return static_cast<std::uint64_t>(std::min(lane, n_ - 1));
-  }
-
-  // Both finite, and the height not below the earth's centre.
-  [[nodiscard]] static bool IsUsable(double tau, double height, double lowest) {
-    return (std::abs(tau) < kInfinity) & (height < kInfinity) & (height > lowest);
   }
 
   void Locate() {
@@ -303,8 +276,8 @@ class GroundWorker {
     }
   }
 
-  template <class Test>
-  static bool AnyLane(const double (&values)[kLanes], Test test) {
+  template <class Lanes, class Test>
+  static bool AnyLane(const Lanes& values, Test test) {
     int any = 0;
     for (const double value : values) any |= static_cast<int>(test(value));
     return any != 0;
@@ -346,32 +319,9 @@ class GroundWorker {
     }
   }
 
-  void Store(GroundWorker::Count& count) {
-    unsigned any_other = 0;
-    for (std::size_t lane = 0; lane < static_cast<std::size_t>(n_); ++lane) {
-      any_other |= static_cast<unsigned>(status_[lane]);
-    }
-    const bool all_found = any_other == 0;
-    if (all_found) {
-      count[0] += static_cast<std::uint64_t>(n_);
-    } else {
-      for (std::size_t lane = 0; lane < static_cast<std::size_t>(n_); ++lane) {
-        ++count[static_cast<std::size_t>(status_[lane])];
-      }
-    }
+  template <class Put>
+  void ForOutputs(Put put) {
     const GroundOutputs& o = task_.outputs;
-    const auto put = [&](std::span<double> to, const double(&from)[kLanes]) {
-      if (to.empty()) return;
-      double* const out = to.data() + first_;
-      if (all_found) {
-        std::memcpy(out, from, static_cast<std::size_t>(n_) * sizeof(double));
-        return;
-      }
-      for (int lane = 0; lane < n_; ++lane) {
-        const bool has_numbers = status_[static_cast<std::size_t>(lane)] <= PointStatus::kNoTerrain;
-        out[lane] = has_numbers ? from[lane] : kNaN;
-      }
-    };
     put(o.longitude_deg, points_.longitude);
     put(o.latitude_deg, points_.latitude);
     put(o.height_m, points_.height);
@@ -384,16 +334,11 @@ class GroundWorker {
     put(o.zero_doppler_velocity_ms, velocity_);
     put(o.b_parameter, b_parameter_);
     put(o.fm_rate, fm_rate_);
-    if (!o.status.empty()) {
-      std::memcpy(o.status.data() + first_, status_.data(), static_cast<std::size_t>(n_));
-    }
   }
+  [[nodiscard]] std::span<PointStatus> StatusOutput() const { return task_.outputs.status; }
 
   const Task& task_;
-  std::uint64_t first_ = 0;  // of the batch
-  int n_ = 0;
   PointStatus line_status_ = PointStatus::kFound;
-  std::array<PointStatus, kLanes> status_{};
   std::array<double, kLanes> times_{};
   std::optional<TerrainSearch> search_;
   Sensors sensors_;

@@ -1,8 +1,8 @@
 // The arithmetic of many points at once, compiled once for each instruction set.
 //
-// The sources that are compiled for more than the baseline include this header and nothing else:
-// an inline function that two of them share could be linked in the form that the processor lacks.
-// So there are plain arrays here, and no functions.
+// The sources that are compiled for more than the baseline include this header and constants, and
+// nothing else: an inline function that two of them share could be linked in the form that the
+// processor lacks. So there are plain arrays here, and no functions.
 #pragma once
 
 namespace quellmark::imaging {
@@ -15,6 +15,16 @@ struct LaneStates {
   alignas(64) double px[kLanes], py[kLanes], pz[kLanes];
   alignas(64) double vx[kLanes], vy[kLanes], vz[kLanes];
   alignas(64) double ax[kLanes], ay[kLanes], az[kLanes];
+};
+
+/// Times of a batch on Newton polynomials, and where these stand (orbit/interpolation/piece_table.h
+/// says how): row[i] is the index of the first number of the piece that answers for x[i].
+struct LaneTimes {
+  alignas(64) double x[kLanes];
+  alignas(64) long row[kLanes];
+  const double* numbers;
+  int nodes, terms;
+  int terms_per_node;  ///< 1 or 2
 };
 
 /// The zero-Doppler plane at each sensor S: the unit vectors `d`, towards the earth, and `n`,
@@ -80,8 +90,16 @@ enum KernelWant : unsigned {
 
 /// The routines of one instruction set. Those with `shared` take the frame in lane 0 for all.
 struct Kernel {
+  /// States from polynomials; `one_row`: all rows are the same.
+  void (*make_states)(const LaneTimes& times, bool one_row, LaneStates& states);
   /// Frames from states; `side` is +1 right, -1 left.
   void (*make_frames)(const LaneStates& states, double side, LaneFrames& frames);
+  /// Samples first + (in_line + i) step of lanes i.
+  void (*count_samples)(double in_line, double first, double step, double* sample);
+  /// Range times tau = first_s + sample / rate_hz. Returns whether each of them is finite, and each
+  /// height, which is above `lowest_m` too.
+  bool (*place_points)(const double* sample, double first_s, double rate_hz, double lowest_m,
+                       LanePoints& points);
   /// Finds p and w for range time and height on an ellipsoid of semi-axes a and b, at geodetic
   /// heights or on the raised ellipsoid.
   void (*solve)(const LaneFrames& frames, bool shared, double a, double b, bool geodetic,

@@ -60,11 +60,7 @@ class Tiles {
 
 }  // namespace
 
-double InterpolateInCell(const CellHeights& cell, double east, double north) {
-  const double south_side = cell.south_west + east * (cell.south_east - cell.south_west);
-  const double north_side = cell.north_west + east * (cell.north_east - cell.north_west);
-  const double height = south_side + north * (north_side - south_side);
-  if (std::isfinite(height)) return height;
+double InterpolateBesideVoids(const CellHeights& cell, double east, double north) {
   const double weights[] = {(1.0 - east) * (1.0 - north), east * (1.0 - north),
                             (1.0 - east) * north, east * north};
   const double values[] = {cell.south_west, cell.south_east, cell.north_west, cell.north_east};

@@ -1,6 +1,7 @@
 // Terrain heights of a region, held in memory for the search of meeting points.
 #pragma once
 
+#include <cmath>
 #include <cstddef>
 #include <vector>
 
@@ -39,10 +40,18 @@ struct CellHeights {
   double south_west, south_east, north_west, north_east;
 };
 
+/// InterpolateInCell() for a cell with voids, or without a tile.
+[[nodiscard]] double InterpolateBesideVoids(const CellHeights& cell, double east, double north);
+
 /// The height at a place in a cell, 0 .. 1 from west and south: bilinear. One to three voids leave
 /// it to the others, in proportion to their weights; NaN for four, where the others weigh 0, and
 /// where a corner has no tile.
-[[nodiscard]] double InterpolateInCell(const CellHeights& cell, double east, double north);
+[[nodiscard]] inline double InterpolateInCell(const CellHeights& cell, double east, double north) {
+  const double south_side = cell.south_west + east * (cell.south_east - cell.south_west);
+  const double north_side = cell.north_west + east * (cell.north_east - cell.north_west);
+  const double height = south_side + north * (north_side - south_side);
+  return std::isfinite(height) ? height : InterpolateBesideVoids(cell, east, north);
+}
 
 /// Geodetic heights on a regular grid, bilinear between its values. Not changed once made: any
 /// number of threads may use it at once. Holds 4 bytes for each value and a tenth of that for the

@@ -64,20 +64,21 @@ double TimeTo(double edge, double from, double speed) {
   return speed == 0.0 ? kInfinity : (edge - from) / speed;
 }
 
-// The smallest s > 0 at which a + b s + c s^2, above 0 at s = 0, becomes 0; 2 if there is none.
-// What is below 0 there by rounding gives an s as little below 0.
+constexpr double kNoRoot = 2.0;
+
+// The smallest s > 0 at which a + b s + c s^2, above 0 at s = 0, becomes 0, or kNoRoot. What is
+// below 0 there by rounding gives an s as little below 0.
 double FirstRoot(double a, double b, double c) {
-  constexpr double kNone = 2.0;
   const double discriminant = b * b - 4.0 * a * c;
-  if (!(discriminant >= 0.0)) return kNone;
+  if (!(discriminant >= 0.0)) return kNoRoot;
   const double denominator = -b + std::sqrt(discriminant);
-  const double root = denominator > 0.0 ? 2.0 * a / denominator : kNone;
-  return root > -1e-3 ? root : kNone;
+  const double root = denominator > 0.0 ? 2.0 * a / denominator : kNoRoot;
+  return root > -1e-3 ? root : kNoRoot;
 }
 
 }  // namespace
 
-TerrainWalk::Place TerrainWalk::PlaceAt(const TerrainCurve& curve, double t) {
+inline TerrainWalk::Place TerrainWalk::PlaceAt(const TerrainCurve& curve, double t) {
   return {t, Polynomial(curve.x, t), Polynomial(curve.y, t), -Slope(curve.x, t),
           -Slope(curve.y, t)};
 }
@@ -91,10 +92,8 @@ bool TerrainWalk::Follow(const TerrainCurve& curve) {
     const double j = std::floor(at.y + std::copysign(kEdge, at.dy));
     const auto column = static_cast<std::size_t>(i);
     const auto row = static_cast<std::size_t>(j);
-    if (level_ > 0) {
-      if (!PassBlock(curve, at, column, row)) --level_;
-      continue;
-    }
+    while (level_ > 0 && !PassBlock(curve, at, column, row)) --level_;
+    if (level_ > 0) continue;
     PassCell(curve, at, column, row);
     if (crossings_ > 1 || meets_in_void_) return false;
   }
@@ -127,8 +126,8 @@ bool TerrainWalk::EnterGrid(const TerrainCurve& curve, Place& at) {
 }
 
 // The step of t to the edge of the block of cells in front.
-double TerrainWalk::StepOut(const TerrainCurve& curve, const Place& at, std::size_t i,
-                            std::size_t j, int shift) const {
+inline double TerrainWalk::StepOut(const TerrainCurve& curve, const Place& at, std::size_t i,
+                                   std::size_t j, int shift) const {
   const std::size_t first_i = i >> shift << shift;
   const std::size_t first_j = j >> shift << shift;
   const std::size_t size = std::size_t{1} << shift;
@@ -143,9 +142,13 @@ double TerrainWalk::StepOut(const TerrainCurve& curve, const Place& at, std::siz
 // Passes the block of the present level, if the curve can not meet the terrain there.
 bool TerrainWalk::PassBlock(const TerrainCurve& curve, Place& at, std::size_t i, std::size_t j) {
   const HeightRange range = grid_.BlockRange(level_, i, j);
+  const bool is_void = range.low > range.high;
+  // Mostly it can: the curve, which falls, begins within the heights of the block.
+  if (is_above_ && !is_void && curve.HeightAt(at.t) <= static_cast<double>(range.high)) {
+    return false;
+  }
   const double step = StepOut(curve, at, i, j, TerrainGrid::BlockShift(level_));
   const double end = std::max(at.t - step, -1.0);
-  const bool is_void = range.low > range.high;
   const bool passes =
       is_void || (is_above_ ? curve.HeightAt(end) > static_cast<double>(range.high)
                             : curve.HeightAt(at.t) < static_cast<double>(range.low));
@@ -180,7 +183,10 @@ void TerrainWalk::PassCell(const TerrainCurve& curve, Place& at, std::size_t i, 
     const double b = last - a - c;
     Enter(curve, at.t, a);
     const double sign = is_above_ ? 1.0 : -1.0;
-    const double s = FirstRoot(sign * a, sign * b, sign * c);
+    // A parabola leaves the straight line between its ends by c / 4 at most.
+    const double room = 0.26 * std::abs(c);
+    const bool stays = sign * a > room && sign * last > room;
+    const double s = stays ? kNoRoot : FirstRoot(sign * a, sign * b, sign * c);
     if (s <= 1.0) {
       const double fall = low - high;
       // The lowest place of the parabola, if the curve comes up again before the cell's end.

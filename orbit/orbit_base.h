@@ -10,6 +10,7 @@
 #include "basic/array.h"
 #include "basic/string.h"
 #include "basic/vector_3d.h"
+#include "orbit/interpolation/piece_table.h"
 #include "orbit/interpolation/samples.h"
 #include "time/mission_elapsed_time.h"
 #include "time/universal_time.h"
@@ -107,6 +108,12 @@ class ORBIT_BASE {
   template <class Time, class Result>
   void Acceleration(const Time& time, Result& result) const {
     Derive(2, Abscissa(time), result);
+  }
+
+  /// The pieces of which GetState() makes its states, if they are Newton polynomials: who evaluates
+  /// them as they say gets the same bits. They last as long as this object is not changed.
+  [[nodiscard]] virtual std::optional<quellmark::orbit::NewtonPieces> AsNewton() const {
+    return std::nullopt;
   }
 
   /// Writes a table of samples, interpolated positions and their differences to the log (level 2).

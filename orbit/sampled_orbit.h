@@ -1,6 +1,9 @@
 // An orbit of samples as a function of the abscissa, independent of the type of its times.
 #pragma once
 
+#include <optional>
+#include <span>
+
 #include "basic/array.h"
 #include "orbit/interpolation/samples.h"
 #include "orbit/orbit_base.h"
@@ -25,6 +28,8 @@ class SampledOrbit : public ORBIT_BASE {
   void Derive(int derivative, double abscissa_s, std::span<double> result) const override;
   void GetState(double abscissa_s, VECTOR_3D<double>& position, VECTOR_3D<double>& velocity,
                 VECTOR_3D<double>& acceleration) const override;
+
+  [[nodiscard]] std::optional<NewtonPieces> AsNewton() const override;
 
   void List() const override;
   void SavePolynomial(const STRING& name) const override;

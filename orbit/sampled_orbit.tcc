@@ -96,6 +96,15 @@ void SampledOrbit<T, I>::GetState(double abscissa_s, VECTOR_3D<double>& position
 }
 
 template <class T, class I>
+std::optional<NewtonPieces> SampledOrbit<T, I>::AsNewton() const {
+  if constexpr (requires(const decltype(Model())& model) { model.AsNewton(); }) {
+    return Model().AsNewton();
+  } else {
+    return std::nullopt;
+  }
+}
+
+template <class T, class I>
 void SampledOrbit<T, I>::List() const {
   using Level = LOG::Level;
   CheckCoordinates(3);

@@ -76,4 +76,15 @@ class PieceTable {
   T pieces_per_x_{};
 };
 
+/// Pieces that are Newton polynomials in three coordinates, for callers that evaluate many
+/// abscissae at once: c0 + (x - z0) (c1 + (x - z1) (c2 + ...)), by Horner's rule with its
+/// derivatives beside it. A row holds `nodes` numbers z and then the c, term k of coordinate i at
+/// nodes + 3 k + i; each z stands for one term or for two.
+struct NewtonPieces {
+  const PieceTable<double>* table = nullptr;
+  std::size_t nodes = 0;
+  std::size_t terms = 0;
+  std::size_t terms_per_node = 1;
+};
+
 }  // namespace quellmark::orbit

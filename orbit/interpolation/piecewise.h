@@ -5,7 +5,9 @@
 #include <algorithm>
 #include <cstddef>
 #include <memory>
+#include <optional>
 #include <string_view>
+#include <type_traits>
 #include <vector>
 
 #include "basic/array.h"
@@ -71,6 +73,13 @@ class Piecewise {
     }
   }
   [[nodiscard]] const PieceTable<T>& Table() const { return table_; }
+  /// Nothing if the pieces are no Newton polynomials, of three coordinates, in double precision.
+  [[nodiscard]] std::optional<NewtonPieces> AsNewton() const {
+    if constexpr (std::is_same_v<T, double> && requires { Kind::kTermsPerNode; }) {
+      if (columns_ == 3) return NewtonPieces{&table_, nodes_, terms_, Kind::kTermsPerNode};
+    }
+    return std::nullopt;
+  }
   [[nodiscard]] int Order() const { return order_; }
   [[nodiscard]] int PointsPerPiece() const { return static_cast<int>(points_per_piece_); }
   [[nodiscard]] const Samples<T>& SamplesTaken() const { return *samples_; }

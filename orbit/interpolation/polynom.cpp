@@ -15,7 +15,7 @@ void NewtonKind<T, kDerivatives>::Fit(std::size_t first, T* z, T* c, T*) {
   std::copy_n(x, points_, z);
   for (std::size_t i = 0; i < coordinates; ++i) {
     const T* const y = samples_.y[i].data() + first;
-    for (std::size_t n = 0; n < count; ++n) column_[n] = y[n / kPerPoint];
+    for (std::size_t n = 0; n < count; ++n) column_[n] = y[n / kTermsPerNode];
     // Column k of the scheme of divided differences replaces column k - 1, from the end. After a
     // column of zeros all columns are zero, so the work ends there. This matters for very many
     // points, whose high differences vanish.
@@ -27,7 +27,7 @@ void NewtonKind<T, kDerivatives>::Fit(std::size_t first, T* z, T* c, T*) {
         if (kDerivatives && k == 1 && n % 2 == 1) {
           d = samples_.dy[i][first + n / 2];
         } else {
-          d = (d - column_[n - 1]) / (x[n / kPerPoint] - x[(n - k) / kPerPoint]);
+          d = (d - column_[n - 1]) / (x[n / kTermsPerNode] - x[(n - k) / kTermsPerNode]);
         }
         vanished = vanished && d == T{0};
         finite = finite && std::isfinite(d);
@@ -47,7 +47,7 @@ template <class T, bool kDerivatives>
 void NewtonKind<T, kDerivatives>::Publish(Piece<T>& piece) {
   while (piece.c.size() > 1 && piece.c.back() == T{0}) piece.c.pop_back();
   std::vector<T> nodes;
-  for (std::size_t k = 0; k + 1 < piece.c.size(); ++k) nodes.push_back(piece.z[k / kPerPoint]);
+  for (std::size_t k = 0; k + 1 < piece.c.size(); ++k) nodes.push_back(piece.z[k / kTermsPerNode]);
   piece.z = std::move(nodes);
 }
 

@@ -19,9 +19,10 @@ class NewtonKind {
  public:
   static constexpr bool kHasDerivative = kDerivatives;
   static constexpr std::string_view kForm = kNewtonForm;
+  static constexpr std::size_t kTermsPerNode = kDerivatives ? 2 : 1;
 
   NewtonKind(const Samples<T>& samples, std::size_t m, const Request&)
-      : samples_(samples), points_(m), column_(m * kPerPoint) {}
+      : samples_(samples), points_(m), column_(m * kTermsPerNode) {}
 
   [[nodiscard]] std::size_t Nodes() const { return points_; }
   [[nodiscard]] std::size_t Terms() const { return column_.size(); }
@@ -36,7 +37,7 @@ class NewtonKind {
     const T* term = c + (terms - 1) * stride;
     for (std::size_t i = 0; i < kCount; ++i) jets[i] = {term[i], T{0}, T{0}};
     for (std::size_t k = terms - 1; k-- > 0;) {
-      const T dx = x - z[k / kPerPoint];
+      const T dx = x - z[k / kTermsPerNode];
       term -= stride;
       for (std::size_t i = 0; i < kCount; ++i) {
         jets[i].d2y = jets[i].d2y * dx + jets[i].dy;
@@ -53,15 +54,13 @@ class NewtonKind {
   }
 
   static std::size_t StepsPerPoint(std::size_t m, const Request&) {
-    return m * kPerPoint * kPerPoint;
+    return m * kTermsPerNode * kTermsPerNode;
   }
   /// No limit is needed, because differences of very high order vanish or overflow, and either ends
   /// the work.
   static void CheckWholeFit(std::size_t, const Request&) {}
 
  private:
-  static constexpr std::size_t kPerPoint = kDerivatives ? 2 : 1;
-
   const Samples<T>& samples_;
   std::size_t points_;
   std::vector<T> column_;  ///< the current column of the scheme of divided differences
