@@ -13,6 +13,21 @@ namespace {
 // Large enough to make system calls rare, small enough to stay in the second-level cache.
 constexpr std::size_t kBlock = 65'536;
 
+// The first place from `from` on where `text` stands; null if there is none. Most blocks hold
+// numbers, among which the first letter of a key is rare: looking for it alone is fastest.
+const char* FindText(const char* from, const char* end, std::string_view text) {
+  constexpr int kTries = 16;
+  for (int i = 0; i < kTries; ++i) {
+    from = static_cast<const char*>(
+        std::memchr(from, text.front(), static_cast<std::size_t>(end - from)));
+    if (from == nullptr || static_cast<std::size_t>(end - from) < text.size()) return nullptr;
+    if (std::memcmp(from, text.data(), text.size()) == 0) return from;
+    ++from;
+  }
+  return static_cast<const char*>(
+      ::memmem(from, static_cast<std::size_t>(end - from), text.data(), text.size()));
+}
+
 }  // namespace
 
 std::string_view KeyOf(std::string_view line) {
@@ -104,8 +119,7 @@ void LineReader::SkipLinesBefore(const char* limit) {
 bool LineReader::SkipTo(std::string_view start) {
   const char* search = begin_;
   for (;;) {
-    const auto* const found = static_cast<const char*>(
-        ::memmem(search, static_cast<std::size_t>(end_ - search), start.data(), start.size()));
+    const char* const found = FindText(search, end_, start);
     SkipLinesBefore(found != nullptr ? found : end_);
     if (found != nullptr) {
       if (found == begin_) return true;

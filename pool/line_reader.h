@@ -41,7 +41,7 @@ class LineReader {
   [[nodiscard]] bool Next(std::string_view& line);
 
   /// Skips lines until Next() would return one that begins with `start`; returns false if there is
-  /// none. Much faster than a loop over Next().
+  /// none. Much faster than a loop over Next(). `start` must not be empty.
   [[nodiscard]] bool SkipTo(std::string_view start);
 
   /// How many bytes are left according to the size of the file.

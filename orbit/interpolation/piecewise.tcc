@@ -99,20 +99,23 @@ Piecewise<T, Kind> Piecewise<T, Kind>::Local(SharedSamples samples, const Reques
   }
   std::vector<T> bounds = SpanBounds(samples->x, m);
   const runtime::LogBatch batch;  // a line per span and coordinate
+  const bool lists = request.logs_spans && runtime::Log().Passes(Level::kParameter);
+  std::vector<BoundText> texts;  // the same for each coordinate
+  if (lists) texts.reserve(bounds.size());
+  for (std::size_t j = 0; lists && j < bounds.size(); ++j) {
+    texts.emplace_back(static_cast<double>(bounds[j]));
+  }
   for (std::size_t i = 0; i < columns; ++i) {
     if (m < static_cast<std::size_t>(asked)) {
       LogLine(Level::kWarning, "LOCAL_INTERPOLATION: change support_point_count from ", asked,
               " to ", m, "\n");
     }
-    if (!request.logs_spans || !runtime::Log().Passes(Level::kParameter)) continue;
+    if (!lists) continue;
     // "polynom count;": kept exactly, do not correct.
     LogLine(Level::kParameter, "LOCAL_INTERPOLATION: polynom count; ", spans, "\n");
-    BoundText start(static_cast<double>(bounds[0]));
     for (std::size_t j = 0; j < spans; ++j) {
-      const BoundText stop(static_cast<double>(bounds[j + 1]));
       LogLine(Level::kParameter, "idx_start=", j, " idx_stop=", j + m - 1,
-              " t_start=", start.View(), " t_stop=", stop.View(), "\n");
-      start = stop;
+              " t_start=", texts[j].View(), " t_stop=", texts[j + 1].View(), "\n");
     }
   }
   return Piecewise(std::move(samples), std::move(bounds), m, request);
