@@ -6,7 +6,12 @@
 #include <cstdlib>
 #include <filesystem>
 #include <limits>
+#include <random>
 
+#include "dem/srf_document.h"
+#include "imaging/locate.h"
+#include "imaging/terrain_grid.h"
+#include "tests/imaging/many_points.h"
 #include "tests/support/files.h"
 #include "toolbox/raster/dem_grid.h"
 #include "toolbox/raster/dem_import.h"
@@ -225,6 +230,50 @@ TEST(DemImport, ARealRaster) {
     }
   }
   GDALClose(raster);
+}
+
+// Places on imported heights are located in images and on the terrain again: every answer lies on
+// the heights as the library gives them, and is the place itself unless a higher one hides it.
+TEST(DemImport, PointsOnARealTerrain) {
+  const char* const products = std::getenv("QM_PRODUCTS");
+  if (products == nullptr) GTEST_SKIP() << "QM_PRODUCTS names no products";
+  const test::TempDir folder;
+  const std::string path = folder / "san.dem";
+  static_cast<void>(
+      ImportDem({{std::string(products) + "/dem/SanAnd_dem.tif"}, path, 100, ""}, {}));
+  const Dem dem = Dem::Open(path);
+  SRF_DOCUMENT document(DEM_DESCRIPTOR::ReadFromFile(STRING(path)));
+  const imaging::GeoBox box{
+      .west_deg = -118.44, .east_deg = -118.4103, .south_deg = 34.1404, .north_deg = 34.21};
+  const imaging::TerrainGrid grid = imaging::TerrainGrid::Read(document, box);
+
+  constexpr std::size_t kPlaces = 2000;
+  std::mt19937_64 random(3);
+  std::vector<double> longitude(kPlaces), latitude(kPlaces), height(kPlaces);
+  for (std::size_t i = 0; i < kPlaces; ++i) {
+    longitude[i] = std::uniform_real_distribution(-118.436, -118.415)(random);
+    latitude[i] = std::uniform_real_distribution(34.145, 34.205)(random);
+    height[i] = dem.HeightAt(longitude[i], latitude[i]);
+  }
+  for (const double incidence_deg : {18.0, 30.0, 45.0}) {
+    for (const double bearing_deg : {80.0, 260.0}) {
+      SCOPED_TRACE(testing::Message() << incidence_deg << " at " << bearing_deg);
+      const test::View view(-118.425, 34.175, bearing_deg, incidence_deg);
+      test::InImage in(kPlaces);
+      LocateInImage(view.image, {longitude, latitude, height}, in.Outputs());
+      test::Ground ground(kPlaces);
+      LocateOnGround(view.image, {in.sample, in.line}, {.per_point_m = {}, .terrain = &grid},
+                     ground.Outputs());
+      for (std::size_t i = 0; i < kPlaces; ++i) {
+        ASSERT_TRUE(imaging::IsAnswer(ground.status[i])) << i;
+        ASSERT_NEAR(ground.height[i], dem.HeightAt(ground.longitude[i], ground.latitude[i]), 1e-3);
+        ASSERT_GE(ground.height[i], height[i] - 1e-3);
+        if (ground.status[i] == imaging::PointStatus::kLayover) continue;
+        ASSERT_NEAR(ground.longitude[i], longitude[i], 1e-7);
+        ASSERT_NEAR(ground.latitude[i], latitude[i], 1e-7);
+      }
+    }
+  }
 }
 
 }  // namespace
