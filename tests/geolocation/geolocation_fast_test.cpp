@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <cstring>
 #include <limits>
 #include <sstream>
 #include <string>
@@ -180,6 +181,42 @@ TEST(GeolocationFast, FailuresHaveTheirLines) {
 }
 
 // The polar radius without the height is the limit.
+// Heights that are solved together must have the bits and the messages of one after the other, also
+// where the range is too short for some of them.
+TEST(GeolocationFast, HeightsTogetherEqualHeightsAlone) {
+  RandomGeometries random(4);
+  int failed = 0;
+  for (int i = 0; i < 500; ++i) {
+    SCOPED_TRACE(i);
+    Geometry g = random();
+    g.fast_time *= random.Uniform(0.99, 1.01);
+    const geo::RangeDopplerQuery query = QueryOf(g);
+    const geo::LocalFrame frame = geo::MakeLocalFrame(query);
+    const std::array heights = {9000.0, 4000.0, 200.0, -500.0};
+    const auto log_of = [&failed](auto locate) {
+      const ScopedLog log;
+      try {
+        locate();
+      } catch (const ERROR_DATA&) {
+        ++failed;
+        return log.Text() + "ERROR_DATA";
+      }
+      return log.Text();
+    };
+    std::array<Vector, heights.size()> together{}, alone{};
+    const std::string lines =
+        log_of([&] { geo::LocateAtHeights(query, frame, heights, together); });
+    EXPECT_EQ(lines, log_of([&] {
+                for (std::size_t k = 0; k < heights.size(); ++k) {
+                  g.height = heights[k];
+                  alone[k] = Solve(g).position;
+                }
+              }));
+    EXPECT_EQ(std::memcmp(together.data(), alone.data(), sizeof alone), 0);
+  }
+  EXPECT_GE(failed, 20);
+}
+
 TEST(GeolocationFast, SensorBelowTheRaisedEllipsoid) {
   EXPECT_NO_THROW(
       Locate(Plain("px 0 py 0 pz 6356752.315 vx 7500 vy 0 vz 0 height 1000 fast_time 1.3e-5")));

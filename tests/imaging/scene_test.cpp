@@ -7,6 +7,8 @@
 #include <cstdlib>
 #include <fstream>
 #include <memory>
+#include <random>
+#include <span>
 #include <sstream>
 #include <stdexcept>
 #include <string>
@@ -241,6 +243,62 @@ TEST(Scene, ProductTruth) {
   }
 }
 
+// The states of another source, one by one.
+class PlainStates final : public imaging::StateSource {
+ public:
+  explicit PlainStates(const imaging::StateSource& source) : source_(source) {}
+  void StatesAt(std::span<const double> times_s,
+                std::span<imaging::SensorState> states) const override {
+    source_.StatesAt(times_s, states);
+  }
+  [[nodiscard]] imaging::TimeInterval Covered() const override { return source_.Covered(); }
+
+ private:
+  const imaging::StateSource& source_;
+};
+
+// The states that a batch takes from an orbit's polynomials must have the bits of the orbit's own.
+TEST(Scene, PolynomialsGiveTheBitsOfTheOrbit) {
+  const ScopedLog quiet(LOG::Level::kSilent);
+  for (const char* const interpolation :
+       {"localhermite_7_4", "localpolynom_7_8", "localpolynom_4_5"}) {
+    SCOPED_TRACE(interpolation);
+    Scene scene(kScenes + "/s1a_iw1_slc_quebec.pool", interpolation);
+    const double range_time_s = scene.step.Parameters().first_range_time_s;
+    scene.CountInSeconds();
+    ASSERT_TRUE(scene.states->Polynomials());
+    const PlainStates plain_states(*scene.states);
+    imaging::ImageGeometry plain = scene.image;
+    plain.states = &plain_states;
+    const auto [first_s, last_s] = scene.states->Covered();
+    std::mt19937_64 random(2);
+    // All spans at random, then in order, where batches have one span alone.
+    std::vector<double> line(4001);
+    for (double& l : line) l = std::uniform_real_distribution(first_s, last_s)(random);
+    std::sort(line.begin() + 2000, line.end());
+    line[0] = first_s;
+    const std::vector<double> sample(line.size(), range_time_s), height(line.size(), 150.0);
+    Ground expected(line.size());
+    LocateOnGround(plain, {sample, line}, {.per_point_m = height}, expected.Outputs());
+    InImage back(line.size());
+    const imaging::GroundPoints targets{expected.longitude, expected.latitude, height};
+    LocateInImage(plain, targets, back.Outputs());
+    using Set = imaging::InstructionSet;
+    for (const Set set : {Set::kBaseline, Set::kAvx2, Set::kAvx512}) {
+      if (!IsAvailable(set)) continue;
+      SCOPED_TRACE(static_cast<int>(set));
+      const imaging::Execution execution{.instruction_set = set, .progress = {}};
+      Ground ground(line.size());
+      LocateOnGround(scene.image, {sample, line}, {.per_point_m = height}, ground.Outputs(),
+                     execution);
+      EXPECT_TRUE(ground == expected);
+      InImage again(line.size());
+      LocateInImage(scene.image, targets, again.Outputs(), execution);
+      EXPECT_TRUE(again == back);
+    }
+  }
+}
+
 // From image to ground and back: everywhere on the globe, in and beside the image, at many heights.
 TEST(Scene, ThereAndBack) {
   for (const LookSide side : {LookSide::kRight, LookSide::kLeft}) {
@@ -351,6 +409,11 @@ TEST(Scene, ChunksAndThreads) {
   EXPECT_EQ(LocateOnGround(scene.image, beyond, {.per_point_m = {}}, far.Outputs())
                 .Of(PointStatus::kBeyondOrbit),
             3U);
+  // More points than 31 bits count; nothing of them is asked for but their number.
+  const imaging::ImageGrid many{.n_samples = 65'536, .first_line = 5e9, .n_lines = 32'769};
+  EXPECT_EQ(
+      LocateOnGround(scene.image, many, {.per_point_m = {}}, {}).Of(PointStatus::kBeyondOrbit),
+      std::uint64_t{65'536} * 32'769);
 }
 
 TEST(Scene, CallsThatAreNone) {
