@@ -25,7 +25,7 @@ BUILD = ROOT / "build/bench"
 SCENE = ROOT / "examples/scenes/s1a_iw1_slc_quebec.pool"
 MEMORY = "/dev/shm" if os.access("/dev/shm", os.W_OK) else tempfile.gettempdir()
 
-NS, US, MS, S, MB = 1e-9, 1e-6, 1e-3, 1.0, 1e6
+NS, US, MS, S, KB, MB = 1e-9, 1e-6, 1e-3, 1.0, 1e3, 1e6
 UNITS = ((S, "s"), (MS, "ms"), (US, "us"), (NS, "ns"))
 
 
@@ -34,11 +34,12 @@ class Row(NamedTuple):
     time. Floor and goal are optional."""
 
     name: str
-    what: str  # the benchmark
+    what: str  # the benchmark, or BENCHMARK#COUNTER
     floor: Optional[str] = None
     goal: Optional[float] = None
     absolute: bool = False
     at_least: bool = False
+    is_memory: bool = False
 
 
 ORDERS = ((0, "random"), (1, "in order"))
@@ -69,19 +70,22 @@ PROGRAMS = {
         Row("LocatePoint whole", "BM_LocatePoint"),
         Row("a scene read from its pool", "BM_ReadScene")],
     "imaging": [
-        Row(f"{name}, {set_}", f"{what}{set_.lower()}", floor, goal * NS, absolute=True)
-        for name, what, floor, set_, goal in (
-            ("whole lines, three results", "Lines/three_", "LinesFloor", "baseline", 60),
-            ("whole lines, three results", "Lines/three_", "LinesFloor", "AVX2", 30),
-            ("whole lines, six results", "Lines/six_", "LinesFloor", "baseline", 90),
-            ("scattered points", "Points/", "PointsFloor", "baseline", 100),
-            ("scattered points", "Points/", "PointsFloor", "AVX2", 50),
-            ("on terrain, smooth", "Terrain/smooth_", None, "baseline", 1500),
-            ("on terrain, steep", "Terrain/steep_", None, "baseline", 1500),
-            ("ground to image", "ToImage/", "ToImageFloor", "baseline", 200))] + [
+        Row(f"{name}, {set_}", f"{what}{set_.lower().replace('-', '')}", floor,
+            goal and goal * NS, absolute=True)
+        for name, what, floor, goals in (
+            ("whole lines, three results", "Lines/three_", "LinesFloor", (60, 30, None)),
+            ("whole lines, six results", "Lines/six_", "LinesFloor", (90, None, None)),
+            ("scattered points", "Points/", "PointsFloor", (100, 50, None)),
+            ("on terrain, smooth", "Terrain/smooth_", "OnTerrainFloor/smooth", (1500, None, None)),
+            ("on terrain, steep", "Terrain/steep_", "OnTerrainFloor/steep", (1500, None, None)),
+            ("ground to image", "ToImage/", "ToImageFloor", (200, None, None)))
+        for set_, goal in zip(("baseline", "AVX2", "AVX-512"), goals)] + [
         Row("of scattered points the orbit alone", "OrbitAlone"),
         Row("one thread beside two", "Threads/1/real_time", "Threads/2/real_time", 1.9,
-            at_least=True)],
+            at_least=True),
+        Row("heap memory of a thread, on terrain", "ThreadMemory#bytes_per_thread", is_memory=True),
+        Row("the same for ten times the points, more", "ThreadMemory#bytes_of_more_points",
+            is_memory=True)],
 }
 
 
@@ -89,18 +93,17 @@ def text_of(value: Optional[float], is_memory: bool = False) -> str:
     if value is None:
         return "-"
     if is_memory:
-        return f"{value / MB:.0f} MB"
+        return f"{value / MB:.0f} MB" if value >= MB else f"{value / KB:.1f} kB"
     unit, name = next((u for u in UNITS if value >= u[0]), UNITS[-1])
     return f"{value / unit:.3g} {name}"
 
 
-def print_row(row: Row, time_: Optional[float], floor: Optional[float], is_memory: bool = False,
-              why_not: str = "") -> None:
+def print_row(row: Row, time_: Optional[float], floor: Optional[float], why_not: str = "") -> None:
     ratio = time_ / floor if time_ and floor else None
     judged = time_ if row.absolute else ratio
     goal = "-"
     if row.goal is not None:
-        limit = text_of(row.goal, is_memory) if row.absolute else f"{row.goal:g}"
+        limit = text_of(row.goal, row.is_memory) if row.absolute else f"{row.goal:g}"
         goal = (">= " if row.at_least else "<= ") + limit
     if time_ is None or (row.goal is not None and judged is None):
         verdict = "not measured" + (": " + why_not if why_not else "")
@@ -109,14 +112,15 @@ def print_row(row: Row, time_: Optional[float], floor: Optional[float], is_memor
     else:
         met = judged >= row.goal if row.at_least else judged <= row.goal
         verdict = "met" if met else "MISSED"
-    print(f"| {row.name} | {text_of(time_, is_memory)} | {text_of(floor, is_memory)} | "
+    print(f"| {row.name} | {text_of(time_, row.is_memory)} | {text_of(floor, row.is_memory)} | "
           f"{'-' if ratio is None else f'{ratio:.2f}'} | {goal} | {verdict} |", flush=True)
 
 
 def run_benchmarks(program: str, rows: list[Row], repetitions: int) -> dict[str, float]:
     """Returns the fastest time [s] of each benchmark that the rows name, per point if it counts
     points."""
-    names = sorted({name for row in rows for name in (row.what, row.floor) if name})
+    names = sorted({name.partition("#")[0]
+                    for row in rows for name in (row.what, row.floor) if name})
     # Not standard output, where the log may be.
     with tempfile.NamedTemporaryFile(suffix=".json") as report:
         command = [str(BUILD / f"bench/qm_{program}_bench"), "--benchmark_min_time=0.05",
@@ -134,6 +138,7 @@ def run_benchmarks(program: str, rows: list[Row], repetitions: int) -> dict[str,
         unit = next(u for u, unit_name in UNITS if unit_name == run["time_unit"])
         taken = run["real_time" if name.endswith("real_time") else "cpu_time"] * unit
         fastest[name] = min(run.get("per_point", taken), fastest.get(name, math.inf))
+        fastest |= {f"{name}#{key}": run[key] for key in run if key.startswith("bytes")}
     return fastest
 
 
@@ -235,13 +240,13 @@ def measure_made_pool(write: Callable[[Path, int], None], rows: list[Row],
                 runs[kind].append(run_whole(command, directory))
     for i, row in enumerate(rows):
         program, floor_value = (min(run[i] for run in runs[kind]) for kind in ("program", "floor"))
-        print_row(row, program, floor_value, is_memory=i == 1)
+        print_row(row, program, floor_value)
 
 
 WHOLE = {
     "1,000,000 vectors": (write_dense_orbit, [
         Row("a run with 1,000,000 state vectors", "", goal=2.75, absolute=True),
-        Row("its memory", "", goal=418 * MB, absolute=True)]),
+        Row("its memory", "", goal=418 * MB, absolute=True, is_memory=True)]),
     "1,000,000 lines in front": (write_lines_in_front, [
         Row("a run over 1,000,000 unrelated lines in front", "")]),
 }
