@@ -334,8 +334,8 @@ class TerrainFloor {
  public:
   TerrainFloor(const Hills& hills)
       : hills_(hills),
-        low_(*std::min_element(hills.heights.begin(), hills.heights.end())),
-        high_(*std::max_element(hills.heights.begin(), hills.heights.end())) {}
+        low_(static_cast<double>(*std::ranges::min_element(hills.heights))),
+        high_(static_cast<double>(*std::ranges::max_element(hills.heights))) {}
 
   FloorPoint Locate(const FloorFrame& frame, double tau, double& height) const {
     std::array<double, 4> column, row;
@@ -395,8 +395,9 @@ class TerrainFloor {
     const float* const v = hills_.heights.data() + j * hills_.layout.columns + i;
     const float* const w = v + hills_.layout.columns;
     const double u = column - static_cast<double>(i), s = row - static_cast<double>(j);
-    const double v0 = double{v[0]}, w0 = double{w[0]};
-    const double south = v0 + u * (double{v[1]} - v0), north = w0 + u * (double{w[1]} - w0);
+    const double v0 = static_cast<double>(v[0]), w0 = static_cast<double>(w[0]);
+    const double south = v0 + u * (static_cast<double>(v[1]) - v0);
+    const double north = w0 + u * (static_cast<double>(w[1]) - w0);
     return south + s * (north - south);
   }
 

@@ -153,8 +153,9 @@ class GroundWorker : public BatchWorker<GroundWorker> {
           task_.positions.LineOf(first_ + LastLane(static_cast<int>(lane))) / task_.image.prf_hz;
     }
     status_.fill(PointStatus::kFound);
-    const auto [from, to] = task_.covered;
-    if (AnyLane(times_, [from, to](double t) { return !(from <= t && t <= to); }) && !SortOut()) {
+    const TimeInterval covered = task_.covered;
+    if (AnyLane(times_, [&covered](double time) { return !covered.Contains(time); }) &&
+        !SortOut()) {
       return;
     }
     sensors_.Load(times_);
