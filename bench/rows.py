@@ -49,7 +49,11 @@ PROGRAMS = {
     "orbit": [
         Row(f"{kind} p + v + a, {n:,} vectors, {order}", f"BM_{kind}/{n}/ascending:{i}",
             f"BM_{kind}Floor/{n}/ascending:{i}", 3.0)
-        for kind in KINDS for n in (16, 1000, 100000) for i, order in ORDERS],
+        for kind in KINDS for n in (16, 1000, 100000) for i, order in ORDERS] + [
+        Row(f"{kind}, 100,000 vectors with jitter read", f"BM_Read/{kind}/100000")
+        for kind in ("localhermite", "localpolynom", "everett", "localpolyfit",
+                     "localchebyshev")] + [
+        Row("localpolyfit, evenly spaced ones", "BM_Read/localpolyfit_even/100000")],
     "geolocation": [
         Row("geolocation_fast, state given", "GeolocationFast", "GeolocationFloor"),
         Row("geolocation_fast with a DEM, degree 3", "GeolocationFastDem", "GeolocationDemFloor",
@@ -57,15 +61,23 @@ PROGRAMS = {
     "dem": [
         Row("DEM height, mapped, random points", "BM_Interpolated/fast:1",
             "BM_HandWrittenBilinear", 1.5),
-        Row("the same from a HeightReader", "BM_HeightReader", "BM_HandWrittenBilinear", 1.5)],
+        Row("the same from a HeightReader", "BM_HeightReader", "BM_HandWrittenBilinear", 1.5),
+        Row("DEM height, not mapped: four seeks and reads", "BM_Interpolated/fast:0")],
     "pool": [
         Row("pool look-up, 100 entries", "LookUpLastKey/100", "LookUpLastKeyFloor/100"),
         Row("pool look-up, 100,000 entries", "LookUpLastKey/100000", "LookUpLastKeyFloor/100000"),
         Row("FLT_15_V of 1,000,000 read", "ReadVector", "ReadVectorFloor"),
+        Row("the same updated", "UpdateVector"),
         Row("30,000 sets and their close", "SetEntries/30000", "SetEntriesFloor/30000"),
         # For ten times as many entries, a linear method takes ten times as long and a little more
         # for the caches, a quadratic one a hundred times as long.
         Row("30,000 sets beside 3,000", "SetEntries/30000", "SetEntries/3000", 20.0)],
+    "runtime": [
+        Row("log line below the threshold", "SuppressedLine", "FloorComparison"),
+        Row("log line written", "WrittenLine")],
+    "time": [
+        Row("100,000 UTC texts scanned and subtracted", "ScanAndSubtractEpochs/100000",
+            "FloorOfEpochs/100000")],
     "app": [
         Row("LocatePoint whole", "BM_LocatePoint"),
         Row("a scene read from its pool", "BM_ReadScene")],
