@@ -85,7 +85,7 @@ struct Pool::Content {
   Content(std::string name, std::string content);
 
   [[nodiscard]] const Entry* Find(std::string_view key) const noexcept {
-    return entries.empty() ? nullptr : At(SlotOf(key));
+    return entries.empty() ? nullptr : At(SlotOf(key, HashOf(key)));
   }
   [[nodiscard]] Value Parse(const Entry& entry) const;
   [[nodiscard]] api::Subject SubjectOf(const Entry& entry) const {
@@ -97,14 +97,23 @@ struct Pool::Content {
   std::vector<Entry> entries;
 
  private:
-  // A hash table with open addressing. A slot holds the number of an entry, from 1, or 0 if it is
-  // free.
-  using Slot = std::uint32_t;
+  // A slot of a hash table with open addressing. The tag is a part of the hash: entries of other
+  // keys, which are far away in memory, need not be looked at.
+  struct Slot {
+    std::uint32_t number = 0;  // of an entry, from 1; 0 for none
+    std::uint32_t tag = 0;
+  };
 
+  [[nodiscard]] static std::size_t HashOf(std::string_view key) noexcept {
+    return std::hash<std::string_view>()(key);
+  }
+  [[nodiscard]] static std::uint32_t TagOf(std::size_t hash) noexcept {
+    return static_cast<std::uint32_t>(hash >> 32U);
+  }
   void MakeIndex();
-  [[nodiscard]] std::size_t SlotOf(std::string_view key) const noexcept;
+  [[nodiscard]] std::size_t SlotOf(std::string_view key, std::size_t hash) const noexcept;
   [[nodiscard]] const Entry* At(std::size_t slot) const noexcept {
-    return slots_[slot] != 0 ? &entries[slots_[slot] - 1] : nullptr;
+    return slots_[slot].number != 0 ? &entries[slots_[slot].number - 1] : nullptr;
   }
 
   std::vector<Slot> slots_;
@@ -112,8 +121,8 @@ struct Pool::Content {
 
 Pool::Content::Content(std::string name, std::string content)
     : path(std::move(name)), text(std::move(content)) {
-  constexpr std::size_t kUsualEntry = 80;  // unused memory costs nothing
-  entries.reserve(text.size() / kUsualEntry);
+  constexpr std::size_t kShortEntry = 50;  // unused memory costs nothing
+  entries.reserve(text.size() / kShortEntry);
   pool::EntryScanner scanner(text);
   TypeFinder types;
   for (pool::PoolEntry found; scanner.Next(found);) {
@@ -132,19 +141,33 @@ Pool::Content::Content(std::string name, std::string content)
 void Pool::Content::MakeIndex() {
   std::size_t size = 2;
   while (size < 2 * entries.size()) size *= 2;
-  slots_.assign(size, 0);
-  for (std::size_t i = 0; i < entries.size(); ++i) {
-    Slot& slot = slots_[SlotOf(entries[i].key)];
-    entries[i].is_repeated = slot != 0;
-    if (slot == 0) slot = static_cast<Slot>(i + 1);
+  slots_.assign(size, {});
+  // Slots lie anywhere in memory, so they are fetched for some entries at a time.
+  constexpr std::size_t kAtOnce = 16;
+  std::array<std::size_t, kAtOnce> hashes{};
+  for (std::size_t first = 0; first < entries.size(); first += kAtOnce) {
+    const std::size_t end = std::min(first + kAtOnce, entries.size());
+    for (std::size_t i = first; i < end; ++i) {
+      hashes[i - first] = HashOf(entries[i].key);
+      __builtin_prefetch(&slots_[hashes[i - first] & (size - 1)], 1);
+    }
+    for (std::size_t i = first; i < end; ++i) {
+      const std::size_t hash = hashes[i - first];
+      Slot& slot = slots_[SlotOf(entries[i].key, hash)];
+      entries[i].is_repeated = slot.number != 0;
+      if (slot.number == 0) slot = {static_cast<std::uint32_t>(i + 1), TagOf(hash)};
+    }
   }
 }
 
-std::size_t Pool::Content::SlotOf(std::string_view key) const noexcept {
+std::size_t Pool::Content::SlotOf(std::string_view key, std::size_t hash) const noexcept {
   const std::size_t mask = slots_.size() - 1;
-  std::size_t slot = std::hash<std::string_view>()(key) & mask;
-  while (slots_[slot] != 0 && At(slot)->key != key) slot = (slot + 1) & mask;
-  return slot;
+  const std::uint32_t tag = TagOf(hash);
+  std::size_t at = hash & mask;
+  while (slots_[at].number != 0 && (slots_[at].tag != tag || At(at)->key != key)) {
+    at = (at + 1) & mask;
+  }
+  return at;
 }
 
 Value Pool::Content::Parse(const Entry& entry) const {

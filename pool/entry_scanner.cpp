@@ -67,7 +67,11 @@ bool EntryScanner::Next(PoolEntry& entry) {
   entry.key = KeyOf(line_);
   entry.rest = Between(begin, text_.data() + text_.size());
   TokenCursor cursor(line_);
-  static_cast<void>(cursor.Next());  // skips the whole key; KeyOf() may have cut it short
+  if (entry.key.size() < kKeyLimit) {
+    cursor.Skip(entry.key.size());
+  } else {
+    static_cast<void>(cursor.Next());  // KeyOf() may have cut it short
+  }
   entry.type = cursor.Next();
   entry.value = WithoutTrailingBlanks(cursor.Rest());
 

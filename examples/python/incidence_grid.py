@@ -33,12 +33,23 @@ if len(sys.argv) == 3:
     matplotlib.use("Agg")
     from matplotlib import pyplot
 
-    figure, axes = pyplot.subplots(figsize=(7, 5), layout="constrained")
-    mesh = axes.pcolormesh(ground.longitude, ground.latitude, ground.incidence, shading="gouraud")
-    axes.contour(ground.longitude, ground.latitude, ground.incidence, 8, colors="white",
-                 linewidths=0.6)
-    figure.colorbar(mesh, label="incidence [deg]")
-    axes.set_aspect(1 / np.cos(np.radians(ground.latitude.mean())))
-    axes.set_xlabel("longitude [deg]")
-    axes.set_ylabel("latitude [deg]")
-    figure.savefig(sys.argv[2], dpi=150)
+    # Counted from the first position, so that a scene across the antimeridian stays in one piece.
+    first = ground.longitude[0, 0]
+    longitude = first + (ground.longitude - first + 180) % 360 - 180
+    figure, (on_map, in_image) = pyplot.subplots(1, 2, figsize=(11, 5), layout="constrained")
+    mesh = on_map.pcolormesh(longitude, ground.latitude, ground.incidence, shading="gouraud")
+    curves = on_map.contour(longitude, ground.latitude, ground.incidence, 6, colors="white",
+                            linewidths=0.6)
+    on_map.clabel(curves, fmt="%g\N{DEGREE SIGN}")
+    on_map.set_aspect(1 / np.cos(np.radians(ground.latitude.mean())))
+    on_map.set(title="on the ground", xlabel="longitude [deg]", ylabel="latitude [deg]")
+
+    in_image.pcolormesh(samples, lines[:, 0], ground.incidence, shading="gouraud")
+    for values, color in ((longitude, "white"), (ground.latitude, "black")):
+        curves = in_image.contour(samples, lines[:, 0], values, 6, colors=color, linewidths=0.6)
+        in_image.clabel(curves, fmt="%g\N{DEGREE SIGN}")
+    in_image.invert_yaxis()
+    in_image.set(title="in the image: longitudes white, latitudes black", xlabel="sample",
+                 ylabel="line")
+    figure.colorbar(mesh, ax=[on_map, in_image], label="incidence [deg]")
+    figure.savefig(sys.argv[2], dpi=120)
