@@ -72,9 +72,14 @@ grep -E 'O_WRONLY|O_RDWR|O_CREAT|O_TRUNC|unlink|rename|mkdir|ftruncate|chmod' "$
 [ "$(grep -c 'write(' "$scratch/trace")" -eq "$(grep -c 'write(1, "key,value' "$scratch/trace")" ] ||
   fail 'something was printed beside the results'
 
-echo 'shared, as a folder of another project'
-cmake -S "$sources/tests/install/subproject" -B "$scratch/sub" -DQM_SOURCES="$sources" \
-  -DCMAKE_BUILD_TYPE=Release -DEXPECTED_CMAKE_BUILD_TYPE=Release >"$scratch/sub.log" 2>&1 &&
+echo 'shared, as a part of another project'
+configure_subproject() { # configure_subproject WAY FOLDER
+  cmake -S "$sources/tests/install/subproject" -B "$2" -DQM_WAY="$1" -DQM_SOURCES="$sources" \
+    -DCMAKE_BUILD_TYPE=Release -DEXPECTED_CMAKE_BUILD_TYPE=Release >"$scratch/sub.log" 2>&1
+}
+configure_subproject add_subdirectory "$scratch/folder" ||
+  { cat "$scratch/sub.log"; fail 'no subproject'; }
+configure_subproject FetchContent "$scratch/sub" &&
   cmake --build "$scratch/sub" --parallel 2 --target quellmark_library example_locate_scene \
     example_incidence_grid example_edit_pool >>"$scratch/sub.log" 2>&1 ||
   { cat "$scratch/sub.log"; fail 'no subproject'; }
