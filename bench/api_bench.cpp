@@ -77,4 +77,28 @@ void LocateOne(benchmark::State& state) {
 }
 BENCHMARK(LocateOne);
 
+// The points of bench/python_rows.py, whose time stands beside this one. As there, every call makes
+// room for its results.
+void ManyPoints(benchmark::State& state) {
+  const auto scene = quellmark::Scene::Open(QM_SCENES "/s1a_iw1_slc_quebec.pool");
+  const auto n = static_cast<std::size_t>(state.range(0));
+  std::vector<double> sample(n), line(n);
+  for (std::size_t i = 0; i < n; ++i) {
+    sample[i] = static_cast<double>(i % 20'000);
+    line[i] = static_cast<double>(i) / 1000.0;
+  }
+  for (auto _ : state) {
+    std::vector<double> longitude(n), latitude(n), height(n), incidence(n);
+    std::vector<quellmark::PointStatus> status(n);
+    scene.ImageToGround(sample, line,
+                        {.longitude_deg = longitude,
+                         .latitude_deg = latitude,
+                         .height_m = height,
+                         .incidence_deg = incidence,
+                         .status = status});
+    benchmark::DoNotOptimize(longitude.data());
+  }
+}
+BENCHMARK(ManyPoints)->Arg(10'000'000)->Unit(benchmark::kMillisecond)->Iterations(1);
+
 }  // namespace
