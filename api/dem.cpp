@@ -102,11 +102,8 @@ std::shared_ptr<const imaging::TerrainGrid> Dem::Impl::TerrainIn(const imaging::
     constexpr float kVoid = std::numeric_limits<float>::quiet_NaN();
     return std::make_shared<const imaging::TerrainGrid>(nowhere, std::vector<float>(4, kVoid));
   }
-  if (terrain.document == nullptr) {
-    terrain.document = std::make_unique<SRF_DOCUMENT>(document.Descriptor());
-  }
   terrain.grid = std::make_shared<const imaging::TerrainGrid>(
-      imaging::TerrainGrid::Read(*terrain.document, box));
+      imaging::TerrainGrid::Read(document, heights, box));
   terrain.box = box;
   return terrain.grid;
 }

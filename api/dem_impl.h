@@ -29,7 +29,6 @@ struct Dem::Impl {
  private:
   struct Terrain {
     std::mutex mutex;
-    std::unique_ptr<SRF_DOCUMENT> document;  // reads one tile at a time
     imaging::GeoBox box;
     std::shared_ptr<const imaging::TerrainGrid> grid;
   };

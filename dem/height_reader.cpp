@@ -38,6 +38,15 @@ TerrainHeight HeightReader::At(double longitude_deg, double latitude_deg) const 
   return Find<float>(x, y, missing_);
 }
 
+std::optional<double> HeightReader::ValueAt(int lon_index, int lat_index) const noexcept {
+  double value = 0.0;
+  const bool is_found = value_type_ == kPixelInt2 ? Read<std::int16_t>(lon_index, lat_index, value)
+                        : value_type_ == kPixelInt4
+                            ? Read<std::int32_t>(lon_index, lat_index, value)
+                            : Read<float>(lon_index, lat_index, value);
+  return is_found ? std::optional(value) : std::nullopt;
+}
+
 template <class Value, class Wide>
 TerrainHeight HeightReader::Find(double x, double y, Wide missing) const noexcept {
   for (const MappedTile& tile : tiles_) {

@@ -1,6 +1,7 @@
 // Terrain heights for many threads at once.
 #pragma once
 
+#include <optional>
 #include <vector>
 
 #include "dem/grid.h"
@@ -36,6 +37,10 @@ class HeightReader {
   /// metres above the zero level of the DEM. Takes geodetic degrees; longitudes may be in [-180,
   /// 180] or in [0, 360].
   [[nodiscard]] TerrainHeight At(double longitude_deg, double latitude_deg) const noexcept;
+
+  /// Returns the value with these global indices as the tile stores it; nothing where no tile has
+  /// one. A missing value is the descriptor's special coding.
+  [[nodiscard]] std::optional<double> ValueAt(int lon_index, int lat_index) const noexcept;
 
  private:
   template <class Value, class Wide>

@@ -8,6 +8,7 @@
 
 #include "basic/errors.h"
 #include "dem/dem_document.h"
+#include "dem/height_reader.h"
 #include "runtime/log.h"
 
 namespace quellmark::imaging {
@@ -31,32 +32,6 @@ bool FitsAround(const GeoBox& box) {
          std::abs(box.west_deg) <= 360.0 && std::abs(box.east_deg) <= 360.0 &&
          box.south_deg <= box.north_deg && box.south_deg >= -90.0 && box.north_deg <= 90.0;
 }
-
-// The tiles of a DEM by their global indices, to tell a place without a tile before it is asked
-// for.
-class Tiles {
- public:
-  explicit Tiles(const DEM_DOCUMENT& dem) {
-    const DEM_DESCRIPTOR& d = dem.Descriptor();
-    for (int file = 0; file < d.FileCount() && d.upper_left.Length() != 0; ++file) {
-      const TUPLE<int>& corner = d.upper_left[d.upper_left.First() + file];
-      const TUPLE<int>& other = d.lower_right[d.lower_right.First() + file];
-      extents_.push_back(dem::TileExtent::Between(corner.First(), corner.Second(), other.First(),
-                                                  other.Second(), d.lon_res_deg));
-    }
-    holds_all_ = extents_.empty() && d.FileCount() > 0;
-  }
-
-  [[nodiscard]] bool Hold(int lon_index, int lat_index) const {
-    return holds_all_ || std::any_of(extents_.begin(), extents_.end(), [&](const auto& extent) {
-             return extent.Contains(lon_index, lat_index);
-           });
-  }
-
- private:
-  std::vector<dem::TileExtent> extents_;
-  bool holds_all_ = false;
-};
 
 }  // namespace
 
@@ -117,7 +92,8 @@ void TerrainGrid::MakeBlocks() {
   for (const HeightRange& range : blocks_[kLevels - 1].ranges) Include(range_, range);
 }
 
-TerrainGrid TerrainGrid::Read(DEM_DOCUMENT& dem, const GeoBox& box) {
+TerrainGrid TerrainGrid::Read(const DEM_DOCUMENT& dem, const dem::HeightReader& heights,
+                              const GeoBox& box) {
   if (!FitsAround(box)) {
     Fail<ERROR_ARGUMENT>("imaging: no region of terrain from ", box.west_deg, " to ", box.east_deg,
                          " east, ", box.south_deg, " to ", box.north_deg, " north\n");
@@ -150,30 +126,30 @@ TerrainGrid TerrainGrid::Read(DEM_DOCUMENT& dem, const GeoBox& box) {
           static_cast<std::size_t>(std::max(last_column, first_column + 1) - first_column + 1),
       .rows = static_cast<std::size_t>(last_row - first_row + 1)};
 
-  const Tiles tiles(dem);
   const auto [lon_min, lon_max] = dem.LongitudeBounds();
   const std::int64_t globe = std::int64_t{lon_max} - lon_min + 1;
-  std::vector<float> heights(layout.columns * layout.rows, std::numeric_limits<float>::infinity());
+  std::vector<float> heights_m(layout.columns * layout.rows,
+                               std::numeric_limits<float>::infinity());
   bool touches = false;
   for (std::size_t j = 0; j < layout.rows; ++j) {
     const int lat_index = static_cast<int>(first_row + static_cast<std::int64_t>(j));
     for (std::size_t i = 0; i < layout.columns; ++i) {
       std::int64_t wrapped = first_column + static_cast<std::int64_t>(i) - lon_min;
       wrapped = (wrapped % globe + globe) % globe + lon_min;
-      const int lon_index = static_cast<int>(wrapped);
-      if (!tiles.Hold(lon_index, lat_index)) continue;
+      const auto value = heights.ValueAt(static_cast<int>(wrapped), lat_index);
+      if (!value) continue;
       touches = true;
-      const auto height = static_cast<float>(dem.GetGridValue(lon_index, lat_index));
-      const bool is_missing = d.special_coding && height == static_cast<float>(*d.special_coding);
-      heights[j * layout.columns + i] =
-          is_missing ? std::numeric_limits<float>::quiet_NaN() : height;
+      const auto height_m = static_cast<float>(*value);
+      const bool is_missing = d.special_coding && height_m == static_cast<float>(*d.special_coding);
+      heights_m[j * layout.columns + i] =
+          is_missing ? std::numeric_limits<float>::quiet_NaN() : height_m;
     }
   }
   if (!touches) {
     Fail<ERROR_ARGUMENT>("imaging: the DEM has no tile from ", box.west_deg, " to ", box.east_deg,
                          " east, ", box.south_deg, " to ", box.north_deg, " north\n");
   }
-  return {layout, std::move(heights)};
+  return {layout, std::move(heights_m)};
 }
 
 double TerrainGrid::ColumnOf(double longitude_deg) const {

@@ -7,6 +7,10 @@
 
 class DEM_DOCUMENT;
 
+namespace quellmark::dem {
+class HeightReader;
+}
+
 namespace quellmark::imaging {
 
 /// A region in geodetic degrees, from west to east: across the antimeridian if `west_deg` is above
@@ -64,10 +68,11 @@ class TerrainGrid {
   TerrainGrid(const GridLayout& layout, std::vector<float> heights_m);
 
   /// Reads the part of a DEM that covers the box, with heights wherever the DEM has them. They are
-  /// taken as heights above the ellipsoid. What the DEM throws passes through;
+  /// taken as heights above the ellipsoid. `heights` is the reader of `dem`. Throws
   /// ERROR_ARGUMENT after an ALARM line for a box that is none and for one that the DEM does not
-  /// touch. The DEM is not to be used by another thread meanwhile.
-  [[nodiscard]] static TerrainGrid Read(DEM_DOCUMENT& dem, const GeoBox& box);
+  /// touch.
+  [[nodiscard]] static TerrainGrid Read(const DEM_DOCUMENT& dem, const dem::HeightReader& heights,
+                                        const GeoBox& box);
 
   /// The interpolated height [m]; NaN in voids and outside the grid. Longitudes modulo 360.
   [[nodiscard]] double HeightAt(double longitude_deg, double latitude_deg) const;

@@ -42,6 +42,8 @@ bool ReadText(hid_t type, hid_t space, const Read& read, std::string& text) {
 }  // namespace
 
 Hdf5File::ErrorPrinting::ErrorPrinting() {
+  // At exit the library would complain about what a damaged file has left open.
+  H5dont_atexit();
   H5Eget_auto2(H5E_DEFAULT, &function, &data);
   H5Eset_auto2(H5E_DEFAULT, nullptr, nullptr);
 }

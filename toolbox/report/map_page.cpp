@@ -223,7 +223,9 @@ struct LocalGraticule {
           best == nullptr || (is_parallel ? point.x_km < best->x_km : point.y_km > best->y_km);
       if (is_better) best = &point;
     }
-    if (best == nullptr) return;
+    // Meridians end within the view only at a pole, where their texts would lie on one another.
+    const bool is_pole = !is_parallel && (best == &points.front() || best == &points.back());
+    if (best == nullptr || is_pole) return;
     const MapPoint at = {best->x_km + (is_parallel ? 0.0 : inset / 2.0),
                          best->y_km - (is_parallel ? inset / 2.0 : 0.0)};
     labels += TextAt(at, text, 11.0, view, "class=\"degrees\"");
@@ -362,10 +364,12 @@ std::string SceneGroup(const MapScene& scene, std::size_t index, const MapProjec
   group += "<g class=\"detail\" data-km=\"" + Number(size_km) + "\" visibility=\"" +
            (is_detailed ? "visible" : "hidden") + "\">\n";
   group += text_at(outline.Inside(0.5, 0.07), "first line", 11.0);
+  group += text_at(outline.Inside(0.12, 0.86), "near", 11.0);
   group +=
       text_at(outline.Inside(0.12, 0.36), Number(scene.incidence_near_deg, 1) + "\u00b0", 11.0);
   group += text_at(outline.Inside(0.5, 0.36), "incidence", 11.0);
   group += text_at(outline.Inside(0.88, 0.36), Number(scene.incidence_far_deg, 1) + "\u00b0", 11.0);
+  group += text_at(outline.Inside(0.88, 0.86), "far", 11.0);
   const MapPoint middle = outline.Inside(0.5, 0.5);
   for (std::size_t i = 0; i < 4; ++i) {
     const MapPoint& corner = outline.Corner(i);

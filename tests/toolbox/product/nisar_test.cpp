@@ -4,6 +4,7 @@
 #include <cmath>
 #include <functional>
 #include <numeric>
+#include <random>
 
 #include "tests/toolbox/product/made_products.h"
 #include "tests/toolbox/product/pool_check.h"
@@ -225,6 +226,57 @@ TEST(Nisar, SpoiledDataSetsAreTold) {
     test::WriteFile(directory / "made.h5", bytes.substr(0, size));
     EXPECT_NE(Failure(directory / "made.h5"), "") << size;
   }
+}
+
+// Flips bits, overwrites words, cuts and repeats pieces.
+std::string Mutated(std::string bytes, std::mt19937& random) {
+  const auto below = [&random](std::size_t n) { return random() % n; };
+  for (std::size_t changes = 1 + below(4); changes > 0; --changes) {
+    const std::size_t at = below(bytes.size());
+    switch (below(5)) {
+      case 0:
+        bytes.replace(at, 4, below(2) == 0 ? "\xFF\xFF\xFF\xFF" : std::string(4, '\0'));
+        break;
+      case 1:
+        bytes.replace(below(bytes.size()), 16, bytes.substr(at, 16));
+        break;
+      case 2:
+        if (below(8) == 0) bytes.resize(at + 1);
+        break;
+      default:
+        bytes[at] = static_cast<char>(bytes[at] ^ (1 << below(8)));
+        break;
+    }
+  }
+  return bytes;
+}
+
+TEST(Nisar, MutatedFilesAreReadOrTold) {
+  DataSets sets = MakeNisar();
+  // Few lines and samples, so that most bytes are those of the format.
+  for (const std::string& path : {kProduct + "/swaths/zeroDopplerTime", kSwath + "/slantRange"}) {
+    sets[path].shape = {4};
+    sets[path].numbers.resize(4);
+  }
+  const test::TempDir directory;
+  const std::string path = directory / "made.h5";
+  WriteHdf5(path, sets);
+  const std::string sound = test::ReadFile(path);
+  std::mt19937 random(19);
+  int told = 0;
+  int read = 0;
+  for (int i = 0; i < 1000; ++i) {
+    test::WriteFile(path, Mutated(sound, random));
+    try {
+      static_cast<void>(PoolOf(ImportProduct(path, {}).scene));
+      ++read;
+    } catch (const ImportError& error) {
+      ++told;
+      EXPECT_NE(std::string(error.what()).find("made.h5"), std::string::npos) << error.what();
+    }
+  }
+  EXPECT_GT(told, 100);
+  EXPECT_GT(read, 100);
 }
 
 }  // namespace

@@ -8,11 +8,13 @@
 #include <limits>
 #include <random>
 
+#include "dem/height_reader.h"
 #include "dem/srf_document.h"
 #include "imaging/locate.h"
 #include "imaging/terrain_grid.h"
 #include "tests/imaging/many_points.h"
 #include "tests/support/files.h"
+#include "tests/support/scoped_log.h"
 #include "toolbox/raster/dem_grid.h"
 #include "toolbox/raster/dem_import.h"
 #include <quellmark/dem.h>
@@ -118,6 +120,7 @@ struct TestRaster {
 };
 
 TEST(DemImport, EveryHeightOfARasterIsKept) {
+  const test::ScopedLog quiet(LOG::Level::kSilent);
   const test::TempDir folder;
   const double d = 30.0 * kArcSecond;
   struct Case {
@@ -145,6 +148,9 @@ TEST(DemImport, EveryHeightOfARasterIsKept) {
         ImportDem({{folder / "raster.tif"}, folder / "test.dem", row.tile_size, ""}, {});
     const Dem dem = Dem::Open(folder / "test.dem");
     EXPECT_EQ(result.tiles, dem.Tiles().size());
+    // The step maps one tile of 16-bit heights.
+    SRF_DOCUMENT step_dem(DEM_DESCRIPTOR::ReadFromFile(STRING(folder / "test.dem")), true);
+    EXPECT_EQ(step_dem.IsFast(), result.type == HeightType::kInt16 && result.tiles == 1);
     EXPECT_EQ(result.missing, row.raster.missing_column < 0 ? 0 : TestRaster::kRows);
     // The outermost posts have no cell on their outer side.
     for (int j = 1; j + 1 < TestRaster::kRows; ++j) {
@@ -154,8 +160,10 @@ TEST(DemImport, EveryHeightOfARasterIsKept) {
         const double expected = row.raster.type == GDT_Byte
                                     ? std::max(0.0, TestRaster::HeightAt(i, j))
                                     : TestRaster::HeightAt(i, j);
-        EXPECT_NEAR(dem.HeightAt(row.raster.Longitude(i), row.raster.Latitude(j)), expected, 1e-6)
-            << i << ' ' << j;
+        const double longitude = std::remainder(row.raster.Longitude(i), 360.0);
+        const double latitude = row.raster.Latitude(j);
+        EXPECT_NEAR(dem.HeightAt(longitude, latitude), expected, 1e-6) << i << ' ' << j;
+        EXPECT_NEAR(step_dem.GetElevationInterpolated(longitude, latitude), expected, 1e-6);
       }
     }
   }
@@ -232,8 +240,8 @@ TEST(DemImport, ARealRaster) {
   GDALClose(raster);
 }
 
-// Places on imported heights are located in images and on the terrain again: every answer lies on
-// the heights as the library gives them, and is the place itself unless a higher one hides it.
+// Places on imported heights are located in images and then on the terrain again. Every result must
+// lie on the library's heights, and must be the place itself unless a higher one hides it.
 TEST(DemImport, PointsOnARealTerrain) {
   const char* const products = std::getenv("QM_PRODUCTS");
   if (products == nullptr) GTEST_SKIP() << "QM_PRODUCTS names no products";
@@ -245,7 +253,8 @@ TEST(DemImport, PointsOnARealTerrain) {
   SRF_DOCUMENT document(DEM_DESCRIPTOR::ReadFromFile(STRING(path)));
   const imaging::GeoBox box{
       .west_deg = -118.44, .east_deg = -118.4103, .south_deg = 34.1404, .north_deg = 34.21};
-  const imaging::TerrainGrid grid = imaging::TerrainGrid::Read(document, box);
+  const imaging::TerrainGrid grid =
+      imaging::TerrainGrid::Read(document, dem::HeightReader(document), box);
 
   constexpr std::size_t kPlaces = 2000;
   std::mt19937_64 random(3);
