@@ -33,6 +33,8 @@ using Clock = std::chrono::steady_clock;
 
 constexpr const char* kSoftwareKey = "software_names";
 constexpr auto kPoll = std::chrono::milliseconds(200);
+// How long a run waits for the steps that a killed run has left. They might work on its scenes.
+constexpr auto kPatience = std::chrono::seconds(60);
 // A disturbed scene waits before it is tried again, because a full disk takes time to recover.
 constexpr auto kRetryPause = std::chrono::seconds(1);
 
@@ -200,6 +202,8 @@ class Runner {
         list_(ReadSceneList(options.list, options.part)),
         starter_(options.out, FindStep(options.step), options.parameters),
         summary_(FileOf(options.out, "summary", options.part, ".csv")),
+        steps_lock_(summary_.Path() + ".steps", kPatience,
+                    summary_.Path() + ": steps of an earlier run that was killed still run"),
         most_running_(options.jobs > 0
                           ? static_cast<std::size_t>(options.jobs)
                           : std::max<std::size_t>(1, std::thread::hardware_concurrency())) {
@@ -223,8 +227,8 @@ class Runner {
 
  private:
   struct Running {
-    Running(Task task_, const StepStarter& starter, const sigset_t& signals)
-        : task(std::move(task_)), process(starter, task.scene, signals) {}
+    Running(Task task_, const StepStarter& starter, const sigset_t& signals, int inherited)
+        : task(std::move(task_)), process(starter, task.scene, signals, inherited) {}
     Task task;
     StepProcess process;
   };
@@ -298,7 +302,8 @@ class Runner {
       }
       starter_.MakeFolderFor(task->scene);
       ++task->attempts;
-      running_.emplace_back(std::move(*task), starter_, signals_.Before());
+      running_.emplace_back(std::move(*task), starter_, signals_.Before(),
+                            steps_lock_.Descriptor());
     }
   }
 
@@ -362,6 +367,7 @@ class Runner {
   SceneList list_;
   StepStarter starter_;
   Summary summary_;
+  FileLock steps_lock_;  // held by the steps too, which may outlive a run that is killed
   std::size_t most_running_;
   std::size_t next_ = 0;                                           // of the list
   std::vector<bool> is_settled_;                                   // by place in the list

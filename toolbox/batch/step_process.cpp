@@ -180,7 +180,8 @@ AttemptResult Judge(int wait_status, std::string_view printed) {
   return result;
 }
 
-StepProcess::StepProcess(const StepStarter& starter, const Scene& scene, const sigset_t& signals) {
+StepProcess::StepProcess(const StepStarter& starter, const Scene& scene, const sigset_t& signals,
+                         int inherited) {
   output_fd_ = ::memfd_create("step output", MFD_CLOEXEC);
   if (output_fd_ < 0) throw std::runtime_error(std::string("memfd: ") + std::strerror(errno));
   std::vector<std::string> arguments = starter.ArgumentsFor(scene);
@@ -192,6 +193,7 @@ StepProcess::StepProcess(const StepStarter& starter, const Scene& scene, const s
   ::posix_spawn_file_actions_addopen(&files, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
   ::posix_spawn_file_actions_adddup2(&files, output_fd_, STDOUT_FILENO);
   ::posix_spawn_file_actions_adddup2(&files, output_fd_, STDERR_FILENO);
+  ::posix_spawn_file_actions_adddup2(&files, inherited, inherited);  // no longer closed by exec
   ::posix_spawnattr_init(&attributes);
   ::posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP | POSIX_SPAWN_SETSIGMASK);
   ::posix_spawnattr_setsigmask(&attributes, &signals);

@@ -58,10 +58,11 @@ class StepProcess {
  public:
   using Clock = std::chrono::steady_clock;
 
-  /// Starts the step with /dev/null as standard input and with the signal mask `signals`. The step
-  /// gets its own process group, so an interrupt from the terminal reaches only this program.
-  /// Throws std::runtime_error.
-  StepProcess(const StepStarter& starter, const Scene& scene, const sigset_t& signals);
+  /// Starts the step with /dev/null as standard input, with the signal mask `signals` and with the
+  /// descriptor `inherited`. The step gets its own process group, so an interrupt from the terminal
+  /// reaches only this program. Throws std::runtime_error.
+  StepProcess(const StepStarter& starter, const Scene& scene, const sigset_t& signals,
+              int inherited);
   StepProcess(const StepProcess&) = delete;
   StepProcess& operator=(const StepProcess&) = delete;
   /// Ends the step if it is still running, and waits for it.

@@ -13,6 +13,7 @@
 #include <fstream>
 #include <optional>
 #include <stdexcept>
+#include <thread>
 #include <vector>
 
 namespace quellmark::batch {
@@ -162,44 +163,48 @@ void ForEachRow(const std::string& path, const TakeRow& take) {
   if (file.bad()) throw std::runtime_error(path + ": can not be read");
 }
 
-Summary::Summary(std::string path) : path_(std::move(path)) {
-  // The lock needs its own file, because the summary is replaced by renaming.
-  const std::string lock_path = path_ + ".lock";
+FileLock::FileLock(std::string path, std::chrono::seconds patience, const std::string& held)
+    : path_(std::move(path)) {
   for (;;) {
-    lock_fd_ = ::open(lock_path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
-    if (lock_fd_ < 0) FailWith(lock_path, "can not be opened");
+    fd_ = ::open(path_.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
+    if (fd_ < 0) FailWith(path_, "can not be opened");
     try {
-      Lock();
-      // Another run may have removed the file between the two calls. The lock would then protect
-      // nothing.
-      if (IsSameFile(lock_fd_, lock_path)) {
-        Open();
-        return;
-      }
+      Lock(patience, held);
     } catch (...) {
-      ::close(lock_fd_);
+      ::close(fd_);
       throw;
     }
-    ::close(lock_fd_);
+    // Another run may have removed the file between the two calls. The lock would then protect
+    // nothing.
+    if (IsSameFile(fd_, path_)) return;
+    ::close(fd_);
   }
 }
 
-void Summary::Lock() const {
-  if (::flock(lock_fd_, LOCK_EX | LOCK_NB) == 0) return;
-  if (errno == EWOULDBLOCK) {
-    throw std::runtime_error(path_ + ": another batch run is writing it");
-  }
-  // Some file systems have no locks. There the user must not start two runs of one part.
-  if (errno != ENOLCK && errno != EOPNOTSUPP && errno != EINVAL) {
-    FailWith(path_ + ".lock", "can not be locked");
+void FileLock::Lock(std::chrono::seconds patience, const std::string& held) const {
+  const auto end = std::chrono::steady_clock::now() + patience;
+  while (::flock(fd_, LOCK_EX | LOCK_NB) != 0) {
+    // Some file systems have no locks. There the user must not start two runs of one part.
+    if (errno == ENOLCK || errno == EOPNOTSUPP || errno == EINVAL) return;
+    if (errno != EWOULDBLOCK) FailWith(path_, "can not be locked");
+    if (std::chrono::steady_clock::now() >= end) throw std::runtime_error(held);
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
   }
 }
 
-Summary::~Summary() {
+FileLock::~FileLock() {
+  ::unlink(path_.c_str());
   ::close(fd_);
-  ::unlink((path_ + ".lock").c_str());
-  ::close(lock_fd_);
 }
+
+// The lock needs its own file, because the summary is replaced by renaming.
+Summary::Summary(std::string path)
+    : path_(std::move(path)),
+      lock_(path_ + ".lock", std::chrono::seconds(0), path_ + ": another batch run is writing it") {
+  Open();
+}
+
+Summary::~Summary() { ::close(fd_); }
 
 void Summary::Open() {
   const int fd = ::open(path_.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC, 0666);

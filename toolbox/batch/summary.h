@@ -1,6 +1,7 @@
 // The table of a batch run, with one row for each scene that has ended.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -43,6 +44,26 @@ using TakeRow = std::function<void(const SummaryRow&)>;
 /// leave. Throws std::runtime_error for a file that is no summary.
 void ForEachRow(const std::string& path, const TakeRow& take);
 
+/// A lock on a file, which it creates and removes.
+class FileLock {
+ public:
+  /// Waits for the lock for at most `patience`. Throws std::runtime_error, with the text `held` if
+  /// another process still has the lock then.
+  FileLock(std::string path, std::chrono::seconds patience, const std::string& held);
+  FileLock(const FileLock&) = delete;
+  FileLock& operator=(const FileLock&) = delete;
+  ~FileLock();
+
+  /// A process that inherits this descriptor also has the lock until it ends.
+  [[nodiscard]] int Descriptor() const { return fd_; }
+
+ private:
+  void Lock(std::chrono::seconds patience, const std::string& held) const;
+
+  std::string path_;
+  int fd_ = -1;
+};
+
 /// A summary file that is written row by row. While it is open, no other process can open it.
 class Summary {
  public:
@@ -61,13 +82,12 @@ class Summary {
   void Append(const SummaryRow& row);
 
  private:
-  void Lock() const;
   void Open();
   void WriteAll(std::string_view text) const;
 
   std::string path_;
+  FileLock lock_;
   int fd_ = -1;
-  int lock_fd_ = -1;
 };
 
 }  // namespace quellmark::batch
