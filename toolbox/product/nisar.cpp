@@ -1,6 +1,13 @@
 // NISAR: range-Doppler single look complex products (RSLC), HDF5.
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <array>
+#include <cerrno>
+#include <exception>
 #include <numeric>
 
 #include "toolbox/product/ground_range.h"
@@ -126,9 +133,7 @@ void SetRange(const Hdf5File& file, const std::string& swath, SceneDescription& 
   scene.radar_frequency_hz = {file.Number(frequency_path), frequency_path};
 }
 
-}  // namespace
-
-SceneDescription ReadNisar(const std::filesystem::path& path) {
+SceneDescription ReadFile(const std::filesystem::path& path) {
   const Hdf5File file(path);
   const std::string radar = FirstOf(file, "", kRadars);
   const std::string product = FirstOf(file, radar, kProducts);
@@ -161,6 +166,43 @@ SceneDescription ReadNisar(const std::filesystem::path& path) {
   scene.orbit = ReadOrbit(file, product);
   scene.orbit_interpolation = "localhermite_7_4";
   return scene;
+}
+
+// The HDF5 library reads beyond its buffers in some damaged files, and never ends with others. So a
+// process of its own reads the file first; it tells nothing, but it may crash.
+void Rehearse(const std::filesystem::path& path) {
+  const pid_t child = ::fork();
+  if (child < 0) throw ImportError(path, "", "no process can be started to try the file");
+  if (child == 0) {
+    constexpr rlim_t kMost_s = 20;
+    const rlimit time{kMost_s, kMost_s};
+    const rlimit core{0, 0};
+    ::setrlimit(RLIMIT_CPU, &time);
+    ::setrlimit(RLIMIT_CORE, &core);
+    const int null = ::open("/dev/null", O_WRONLY);
+    if (null >= 0) ::dup2(null, STDERR_FILENO);
+    try {
+      static_cast<void>(ReadFile(path));
+    } catch (const std::exception&) {
+      // It comes again in the process that can tell it.
+    }
+    ::_exit(0);
+  }
+  int status = 0;
+  pid_t ended = 0;
+  do {
+    ended = ::waitpid(child, &status, 0);
+  } while (ended < 0 && errno == EINTR);
+  if (ended == child && status != 0) {
+    throw ImportError(path, "", "is damaged: the HDF5 library does not survive it");
+  }
+}
+
+}  // namespace
+
+SceneDescription ReadNisar(const std::filesystem::path& path) {
+  Rehearse(path);
+  return ReadFile(path);
 }
 
 }  // namespace quellmark::product

@@ -265,7 +265,7 @@ TEST(Nisar, MutatedFilesAreReadOrTold) {
   std::mt19937 random(19);
   int told = 0;
   int read = 0;
-  for (int i = 0; i < 1000; ++i) {
+  for (int i = 0; i < 200; ++i) {
     test::WriteFile(path, Mutated(sound, random));
     try {
       static_cast<void>(PoolOf(ImportProduct(path, {}).scene));
@@ -275,8 +275,8 @@ TEST(Nisar, MutatedFilesAreReadOrTold) {
       EXPECT_NE(std::string(error.what()).find("made.h5"), std::string::npos) << error.what();
     }
   }
-  EXPECT_GT(told, 100);
-  EXPECT_GT(read, 100);
+  EXPECT_GT(told, 20);
+  EXPECT_GT(read, 20);
 }
 
 }  // namespace
