@@ -28,7 +28,7 @@ std::atomic<std::size_t> allocated_bytes = 0;
 
 }  // namespace
 
-// Every allocation of the program is counted, for the memory of a call.
+// Counts every allocation of the program, to measure the memory of a call.
 void* operator new(std::size_t size) {
   allocated_bytes += size;
   if (void* const memory = std::malloc(size)) return memory;
@@ -326,10 +326,10 @@ imaging::ImageGrid TerrainPart() {
   return {.first_sample = 3000.0, .n_samples = 2048, .first_line = 500.0, .n_lines = 4};
 }
 
-// The highest meeting point with the terrain, by hand: longitude and latitude along the curve of
-// heights as cubics through four points, followed downwards in steps of half a cell to the first
-// place below the terrain; from there the secant method with the points themselves, to a tenth of a
-// millimetre. A hill that the curve cuts within half a cell may be missed.
+// Finds the highest meeting point with the terrain, by hand. Longitude and latitude along the curve
+// are cubics of the height through four points. The curve is followed downwards in steps of half a
+// cell to the first place below the terrain. From there the secant method uses exact points, to a
+// tenth of a millimetre. A hill that the curve cuts within half a cell may be missed.
 class TerrainFloor {
  public:
   TerrainFloor(const Hills& hills)
@@ -346,7 +346,7 @@ class TerrainFloor {
       row[i] = Row(at);
     }
     const Cubic x(column), y(row);
-    // In t, from 0 at the top to 3 at the bottom, half a cell is:
+    // Half a cell as a step of t, which runs from 0 at the top to 3 at the bottom.
     const double cells = std::hypot(column[3] - column[0], row[3] - row[0]);
     const double dt = 1.5 / std::max(cells, 0.5);
     double t = 0.0, above = high_ - Height(column[0], row[0]), before = above;
@@ -371,7 +371,7 @@ class TerrainFloor {
   }
 
  private:
-  // Through four values at 0, 1, 2 and 3, by Newton's differences.
+  // The cubic through four values at 0, 1, 2 and 3, by Newton's differences.
   struct Cubic {
     explicit Cubic(const std::array<double, 4>& f)
         : c0(f[0]),
@@ -462,7 +462,8 @@ void Terrain(benchmark::State& state, InstructionSet set, double relief_m, doubl
   state.counters["per_point"] =
       benchmark::Counter(static_cast<double>(points) * static_cast<double>(state.iterations()),
                          benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
-  // The floor takes heights along another normal, which puts its points up to 3 mm beside these.
+  // The floor measures heights along a slightly different normal, so its points differ by up to 3
+  // mm.
   Results by_hand;
   LocateOnTerrainByHand(TerrainFloor(hills), by_hand);
   std::size_t others = 0;
@@ -558,8 +559,8 @@ void Threads(benchmark::State& state) {
 }
 BENCHMARK(Threads)->Arg(1)->Arg(2)->UseRealTime();
 
-// What a call allocates for each thread, on terrain and with all six results, and what more points
-// add to it.
+// Measures what a call allocates for each thread, on terrain and with all six results, and how much
+// more points add.
 void ThreadMemory(benchmark::State& state) {
   const Hills hills(200.0, 400.0);
   const imaging::TerrainGrid grid = hills.Grid();

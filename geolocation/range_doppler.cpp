@@ -10,8 +10,9 @@
 //   psi        heading: angle of t from local north towards east
 //   a', b'     equatorial and polar radius of the ellipsoid raised by the target's height [m]
 //   e2         1 - b'^2 / a'^2, the square of the first eccentricity
-//   r          earth radius at the target [m];  rise = r - b', at most 22 km: carried instead of r,
-//              whose own rounding (1e-9 m) would end up, multiplied, in the ground point
+//   r          earth radius at the target [m]
+//   rise       r - b', at most 22 km; the iteration keeps it instead of r, because the rounding
+//              of r (1e-9 m) would be magnified in the ground point
 //   phi        geocentric latitude;  phi_s of the sensor
 
 #include "geolocation/range_doppler.h"
@@ -60,8 +61,8 @@ double AxisDistance(const Vector& v) {
   return distance > kSquareUnderflows ? distance : std::hypot(v.x, v.y);
 }
 
-// Whether no quadrant is that of the vector. West of the y axis y is not asked for: deliberate, a
-// sensor with such a y fails later, at its ground point.
+// Whether the quadrant of the vector is undefined. For a negative x, y is not examined. This is
+// deliberate: a sensor whose y is NaN then fails later, at its ground point.
 bool LongitudeIsUndefined(const Vector& v) {
   return std::isnan(v.x) || (std::isnan(v.y) && !(v.x < 0.0));
 }
@@ -211,7 +212,7 @@ class Solver {
   std::array<double, 3> residuals_{};
 };
 
-// The point where an iteration has ended.
+// Returns the point at which an iteration has ended.
 GroundPoint PointOf(const Solver& solver, const RangeDopplerQuery& query, int iterations) {
   GroundPoint ground;
   ground.look = solver.Look();
@@ -232,7 +233,7 @@ GroundPoint PointOf(const Solver& solver, const RangeDopplerQuery& query, int it
 LocalFrame MakeLocalFrame(const RangeDopplerQuery& query) {
   LocalFrame frame;
   frame.radius_m = Length(query.sat_pos);
-  // The polar radius does not include the height here: deliberate.
+  // The polar radius deliberately does not include the height here.
   if (query.rpole_m > frame.radius_m) FailInsideEarth(query, frame.radius_m);
   if (LongitudeIsUndefined(query.sat_pos)) {
     Fail<ERROR_UNHANDLED_CASE>(query.routine, ": determination of angle theta failed!\n");
@@ -261,7 +262,7 @@ GroundPoint LocateOnEllipsoid(const RangeDopplerQuery& query, const LocalFrame& 
   int iteration = 0;
   do {
     if (!solver.Step()) FailWithoutIntersection(query, iteration + 1);
-    // This comes before the test of convergence: deliberate, the last step never counts.
+    // This check deliberately comes before the test of convergence, so the last step never counts.
     if (++iteration == kIterationLimit) FailToConverge(query, std::ranges::max(solver.Residuals()));
   } while (!solver.IsSettled());
   return PointOf(solver, query, iteration);
@@ -269,7 +270,8 @@ GroundPoint LocateOnEllipsoid(const RangeDopplerQuery& query, const LocalFrame& 
 
 void LocateAtHeights(const RangeDopplerQuery& query, const LocalFrame& frame,
                      std::span<const double> heights_m, std::span<VECTOR_3D<double>> positions) {
-  // A step mostly waits for its roots and quotients: those of other heights fill the time.
+  // A step mostly waits for its roots and quotients, so the heights are solved side by side to fill
+  // that time.
   std::array<std::optional<Solver>, kHeightsTogether> solvers;
   std::array<RaisedEllipsoid, kHeightsTogether> ellipsoids;
   std::array<int, kHeightsTogether> iterations{};
@@ -293,7 +295,8 @@ void LocateAtHeights(const RangeDopplerQuery& query, const LocalFrame& frame,
   }
   for (std::size_t i = 0; i < count; ++i) {
     at_height.height_m = heights_m[i];
-    // After a failure one by one, for the messages of the first height that fails.
+    // After a failure the heights are solved one by one, for the messages of the first one that
+    // fails.
     const GroundPoint ground = is_good ? PointOf(*solvers[i], at_height, iterations[i])
                                        : LocateOnEllipsoid(at_height, frame, ellipsoids[i]);
     positions[i] = ground.position;

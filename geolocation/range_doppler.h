@@ -76,12 +76,12 @@ struct Location {
 [[nodiscard]] GroundPoint LocateOnEllipsoid(const RangeDopplerQuery& query, const LocalFrame& frame,
                                             const RaisedEllipsoid& ellipsoid);
 
-/// As many heights as LocateAtHeights() takes at once.
+/// The greatest number of heights for LocateAtHeights().
 inline constexpr std::size_t kHeightsTogether = 4;
 
-/// The positions that LocateOnEllipsoid() finds at these heights instead of the query's own, bit
-/// for bit, in less time than one by one. Logs and throws as the calls for one height after the
-/// other.
+/// Computes the positions that LocateOnEllipsoid() finds at these heights, instead of the query's
+/// own height. The bits, log lines and exceptions are those of one call after the other, but it
+/// takes less time.
 void LocateAtHeights(const RangeDopplerQuery& query, const LocalFrame& frame,
                      std::span<const double> heights_m, std::span<VECTOR_3D<double>> positions);
 

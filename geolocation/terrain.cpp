@@ -3,9 +3,8 @@
 //   a, b       semi-axes of the ellipsoid, not raised [m]
 //   p          distance of a point from the axis [m];  h  its height above the ellipsoid [m]
 //   theta      parametric latitude of Bowring's method;  phi  geodetic latitude, lambda longitude
-//   e2, ep2    e^2 = (a^2 - b^2) / a^2 and e'^2 = (a^2 - b^2) / b^2, the squares of the first and
-//   the
-//              second eccentricity
+//   e2         (a^2 - b^2) / a^2, the square of the first eccentricity e
+//   ep2        (a^2 - b^2) / b^2, the square of the second eccentricity e'
 //   error      height above the ellipsoid less the terrain's height below the point [m]
 
 #include "geolocation/terrain.h"
@@ -67,8 +66,8 @@ class AngleNear {
   double angle_;
 };
 
-// The point where the ellipsoid's normal through a point meets the plane of the meridian: the
-// latitude is the angle of (opposite, adjacent).
+// The legs of a right-angled triangle in the plane of the meridian, whose angle is the latitude of
+// a point, and the height of the point.
 struct MeridianPoint {
   double opposite = 0.0;
   double adjacent = 0.0;
@@ -137,7 +136,7 @@ Vector TrialPoint(const TerrainArrays& arrays, int i) {
 
 void SolveAtTrialHeights(const Search& search, const LocalFrame& frame, TerrainArrays& arrays) {
   const bool logs = search.variant.logs_samples && Log().Passes(LogLevel::kTrace);
-  // Each point's lines come before the next point's.
+  // The lines of a point must come before those of the next point.
   const std::size_t together = logs ? 1 : kHeightsTogether;
   const std::span<const double> heights = arrays.ht.Elements();
   std::array<Vector, kHeightsTogether> found;

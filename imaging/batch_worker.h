@@ -1,4 +1,4 @@
-// What both ways through an image do with a batch of points.
+// The common part of image to ground and ground to image: the work on one batch of points.
 #pragma once
 
 #include <algorithm>
@@ -14,13 +14,13 @@
 
 namespace quellmark::imaging {
 
-/// Whether the outputs of a point hold numbers; NaN otherwise.
+/// Whether the outputs of a point are numbers; otherwise they are NaN.
 [[nodiscard]] constexpr bool HasNumbers(PointStatus status) {
   return status <= PointStatus::kNoTerrain;
 }
 
-/// The batch at hand and its way to the outputs. Way::ForOutputs(put) calls put(span, lanes) for
-/// each output, Way::StatusOutput() returns where the states go.
+/// The current batch, and its copying to the outputs. Way::ForOutputs(put) calls put(span, lanes)
+/// for each output. Way::StatusOutput() returns the output for the status.
 template <class Way>
 class BatchWorker {
  public:
@@ -32,7 +32,7 @@ class BatchWorker {
   }
 
  protected:
-  /// Calls compute() for one batch after the other, which sets the lanes' status, and stores it.
+  /// Calls compute() for each batch, which sets the status of the lanes, and stores the batch.
   template <class Compute>
   void ForBatches(std::uint64_t first, std::uint64_t last, Count& count, Compute compute) {
     for (std::uint64_t i = first; i < last; i += static_cast<std::uint64_t>(n_)) {
@@ -43,7 +43,7 @@ class BatchWorker {
     }
   }
 
-  std::uint64_t first_ = 0;  // point of lane 0
+  std::uint64_t first_ = 0;  // the point of lane 0
   int n_ = 0;                // points of the batch
   std::array<PointStatus, kLanes> status_{};
 

@@ -19,18 +19,19 @@ namespace quellmark::imaging {
 namespace {
 
 constexpr double kHalfSpeedOfLight_ms = 0.5 * basic::kSpeedOfLight_ms;
-// Larger longitudes have no digits left below a degree.
+// Larger longitudes are not accepted, because they would have few digits left below a degree.
 constexpr double kLongitudeLimit_deg = 1e9;
-// How far beyond the covered times rounding may put a point of their ends.
+// Rounding may put a point at the end of the covered times this far beyond it.
 constexpr double kTimeSlack_s = 1e-9;
-// Two steps settle the times of an image; a bracket of 1500 s is halved to its last bit by 60.
+// Two steps are enough for the times of an image. 60 halvings reduce a bracket of 1500 s to its
+// last bit.
 constexpr int kSlowSteps = 100;
 
 VECTOR_3D<double> TargetOf(const LaneTargets& t, int lane) {
   return {t.x[lane], t.y[lane], t.z[lane]};
 }
 
-// (G - S) . V: above 0 before the time of zero Doppler, below 0 after it.
+// (G - S) . V, which is positive before the time of zero Doppler and negative after it.
 double DopplerOf(const SensorState& state, const VECTOR_3D<double>& target) {
   return Dot(target - state.position, state.velocity);
 }
@@ -41,7 +42,7 @@ struct Task {
   const GroundPoints& points;
   const ImageOutputs& outputs;
   double side;
-  // The times in which a point is looked for, and the states there; none if last < first.
+  // The times in which points are searched, and the states at their ends. Empty if last < first.
   TimeInterval within;
   MiddleState middle;
   SensorState first_state;
@@ -54,7 +55,7 @@ SensorState StateAt(const StateSource& states, double time_s) {
   return state;
 }
 
-// Whether states cover any time, and what of it a search may use.
+// Sets the times that the states cover and that a search may use.
 void PlaceSearch(Task& task) {
   const StateSource& states = *task.image.states;
   const TimeInterval covered = states.Covered();
@@ -96,7 +97,7 @@ class ImageWorker : public BatchWorker<ImageWorker> {
     return good ? PointStatus::kFound : PointStatus::kBadInput;
   }
 
-  // Bad points and lanes behind the last point become a point that does no harm.
+  // Bad points, and lanes after the last point, become a harmless point.
   void Load() {
     for (int lane = 0; lane < kLanes; ++lane) {
       const std::uint64_t i = first_ + static_cast<std::uint64_t>(lane);
@@ -130,7 +131,8 @@ class ImageWorker : public BatchWorker<ImageWorker> {
     }
   }
 
-  // A time that is not covered, or none, is brought back to the ends before a state is asked for.
+  // A time that is not covered, or NaN, is moved to the nearest covered time, because states exist
+  // only there.
   void StepAll() {
     for (std::size_t lane = 0; lane < kLanes; ++lane) {
       const double time = targets_.time[lane];
@@ -163,7 +165,8 @@ class ImageWorker : public BatchWorker<ImageWorker> {
     }
   }
 
-  // By regula falsi in the Illinois form between the ends, where the Doppler must change its sign.
+  // Uses regula falsi between the ends, where the Doppler must have different signs. Returns false
+  // if it has not.
   bool SettleSlowly(int lane) {
     const VECTOR_3D<double> target = TargetOf(targets_, lane);
     double low = task_.within.first_s;
@@ -173,7 +176,8 @@ class ImageWorker : public BatchWorker<ImageWorker> {
     if (!(at_low >= 0.0) || !(at_high <= 0.0)) return false;
     double time = low;
     for (int i = 0; i < kSlowSteps && high - low > 1e-13 * (1.0 + std::abs(low)); ++i) {
-      // Every third step halves: no bracket shrinks from one side for ever.
+      // Every third step halves the bracket, because the others might always shorten it from the
+      // same side.
       const double part = i % 3 == 2 ? 0.5 : at_low / (at_low - at_high);
       time = low + (high - low) * (part >= 0.0 && part <= 1.0 ? part : 0.5);
       const double at = DopplerOf(StateAt(*task_.image.states, time), target);

@@ -11,7 +11,8 @@ OrbitStates::OrbitStates(const GENERAL_ORBIT<double, VECTOR_3D<double>>& orbit, 
 }
 
 void OrbitStates::StatesAt(std::span<const double> times_s, std::span<SensorState> states) const {
-  // From the orbit's own origin, so that a large time of the first line takes no digits.
+  // Times count from the orbit's own origin, so that a large time of the first line costs no
+  // digits.
   const double origin_s = orbit_.TimeOrigin();
   for (std::size_t i = 0; i < times_s.size(); ++i) {
     SensorState& state = states[i];

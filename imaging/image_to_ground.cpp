@@ -24,12 +24,13 @@ namespace {
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 using basic::kSpeedOfLight_ms;
 
-// Azimuth time between the two ground points of a zero-Doppler velocity.
+// The azimuth time between the two ground points of a zero-Doppler velocity.
 constexpr double kVelocityStep_s = 0.01;
-// From here on a batch of one line is better than a state for each point.
+// From this number of points per line on, a batch of one line is faster than a state for each
+// point.
 constexpr std::size_t kSharedFrom = kLanes / 2;
 
-// What the outputs ask for.
+// The quantities that the outputs request.
 struct Wants {
   explicit Wants(const GroundOutputs& o)
       : angles((o.longitude_deg.empty() ? 0U : kWantLongitude) |
@@ -44,8 +45,8 @@ struct Wants {
   bool doppler_rate;
 };
 
-// A call's points, all inputs behind one face: `n_samples` is the length of a run of points with
-// one line, 0 if each has its own.
+// The points of a call, for all kinds of input. `n_samples` is the number of successive points in
+// one line, or 0 if each point has its own line.
 struct Positions {
   const double* sample = nullptr;
   const double* line = nullptr;
@@ -76,12 +77,12 @@ struct Task {
   }
 };
 
-// States and frames of a batch, of one sensor for all lanes or of one each.
+// The states and frames of a batch: one sensor for all lanes, or one for each lane.
 class Sensors {
  public:
   explicit Sensors(const Task& task) : task_(task), batch_(*task.image.states, task.kernel) {}
 
-  // `times` has one element, or kLanes.
+  // `times` has one element or kLanes elements.
   void Load(std::span<const double> times) {
     batch_.Load(times, states);
     shared = times.size() == 1;
@@ -127,7 +128,7 @@ class GroundWorker : public BatchWorker<GroundWorker> {
     return task_.covered.Contains(time_s) ? PointStatus::kFound : PointStatus::kBeyondOrbit;
   }
 
-  // The sensor of the line of point i; false if it has none.
+  // Loads the sensor for the line of point i. Returns false if the orbit does not cover that line.
   bool LoadLine(std::uint64_t i) {
     const double time = task_.positions.LineOf(i) / task_.image.prf_hz;
     line_status_ = TimeStatus(time);
@@ -167,7 +168,7 @@ class GroundWorker : public BatchWorker<GroundWorker> {
     Locate();
   }
 
-  // Lanes without a time take that of another; false if there is none.
+  // Lanes without a time get that of another lane. Returns false if no lane has a time.
   bool SortOut() {
     std::optional<double> good;
     for (std::size_t lane = 0; lane < kLanes; ++lane) {
@@ -181,7 +182,7 @@ class GroundWorker : public BatchWorker<GroundWorker> {
     return true;
   }
 
-  // Range times and heights; lanes behind the last point repeat it.
+  // Loads range times and heights. Lanes after the last point repeat it.
   void LoadPoints() {
     LoadSamples();
     LoadHeights();
@@ -205,7 +206,7 @@ class GroundWorker : public BatchWorker<GroundWorker> {
   void LoadHeights() {
     const std::span<const double> heights = task_.heights.per_point_m;
     if (heights.empty()) {
-      // The terrain search alone changes them.
+      // Only the terrain search changes them.
       if (search_ || points_.height[0] != task_.heights.constant_m) {
         std::fill_n(points_.height, kLanes, task_.heights.constant_m);
       }
@@ -223,7 +224,8 @@ class GroundWorker : public BatchWorker<GroundWorker> {
         sample_[lane] = positions.sample[first_ + LastLane(lane)];
       }
     } else if (sensors_.shared) {
-      // Beyond the last point of a short batch: samples of the same line, which nobody reads.
+      // After the last point of a short batch, more samples of the same line follow. They are not
+      // used.
       task_.kernel.count_samples(static_cast<double>(first_ % positions.n_samples),
                                  positions.grid.first_sample, positions.grid.sample_step, sample_);
     } else {
@@ -254,7 +256,7 @@ class GroundWorker : public BatchWorker<GroundWorker> {
     if (task_.wants.doppler_rate) FindDopplerRates();
   }
 
-  // Points for which the iteration did not settle, one by one.
+  // Solves the points for which the iteration did not converge, one by one.
   void Settle(bool geodetic) {
     if (!AnyLane(points_.unsettled, [](double unsettled) { return unsettled != 0.0; })) return;
     const auto& [a, b] = task_.image.ellipsoid;

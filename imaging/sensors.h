@@ -1,4 +1,4 @@
-// The sensor's states at the times of a batch.
+// Computes the sensor's states at the times of a batch.
 #pragma once
 
 #include <array>
@@ -10,17 +10,17 @@
 
 namespace quellmark::imaging {
 
-/// Gets the states of batches of times from a source, by its polynomials if it has them.
+/// Gets the states for batches of times from a source, by its polynomials if it has any.
 class SensorBatch {
  public:
   SensorBatch(const StateSource& source, const Kernel& kernel)
       : source_(source), kernel_(kernel), polynomials_(source.Polynomials()) {}
 
-  /// Sets the first states, one for each of the times, all of them finite. There is one, or kLanes.
+  /// Sets the first states, one for each time. There is one time or kLanes times, all finite.
   void Load(std::span<const double> times_s, LaneStates& states);
 
  private:
-  /// Where the polynomials of the times stand; returns whether it is one place.
+  /// Finds the polynomials of the times. Returns whether all have the same one.
   bool FindRows(std::span<const double> times_s);
 
   const StateSource& source_;

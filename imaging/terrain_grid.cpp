@@ -62,7 +62,8 @@ TerrainGrid::TerrainGrid(const GridLayout& layout, std::vector<float> heights_m)
   MakeBlocks();
 }
 
-// Block after block from the level below; level 0 are the cells, whose corners they share.
+// Makes each block from blocks of the level below. Level 0 are the cells, which share their
+// corners.
 void TerrainGrid::MakeBlocks() {
   std::size_t below_columns = CellColumns();
   std::size_t below_rows = CellRows();

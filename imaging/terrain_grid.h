@@ -1,4 +1,4 @@
-// Terrain heights of a region, held in memory for the search of meeting points.
+// The terrain heights of a region, in memory for the search of meeting points.
 #pragma once
 
 #include <cmath>
@@ -13,8 +13,8 @@ class HeightReader;
 
 namespace quellmark::imaging {
 
-/// A region in geodetic degrees, from west to east: across the antimeridian if `west_deg` is above
-/// `east_deg`.
+/// A region in geodetic degrees, from west to east. It crosses the antimeridian if `west_deg` is
+/// greater than `east_deg`.
 struct GeoBox {
   double west_deg = 0.0;
   double east_deg = 0.0;
@@ -22,7 +22,7 @@ struct GeoBox {
   double north_deg = 0.0;
 };
 
-/// Where the values of a terrain grid stand: column i, row j (both from 0) at longitude
+/// The positions of a terrain grid's values: column i, row j (both from 0) is at longitude
 /// west_deg + i * longitude_step_deg, latitude south_deg + j * latitude_step_deg.
 struct GridLayout {
   double west_deg = 0.0;
@@ -33,18 +33,18 @@ struct GridLayout {
   std::size_t rows = 0;
 };
 
-/// Lowest and highest value of some cells; an empty interval (low above high) where all are voids.
+/// The lowest and the highest value of some cells. An empty interval (low > high) if all are voids.
 struct HeightRange {
   float low;
   float high;
 };
 
-/// Values at the corners of a cell; NaN is a void, infinity a place without a tile.
+/// The values at the corners of a cell. NaN is a void, infinity a place without a tile.
 struct CellHeights {
   double south_west, south_east, north_west, north_east;
 };
 
-/// InterpolateInCell() for a cell with voids, or without a tile.
+/// InterpolateInCell() for a cell that has voids or no tile.
 [[nodiscard]] double InterpolateBesideVoids(const CellHeights& cell, double east, double north);
 
 /// The height at a place in a cell, 0 .. 1 from west and south: bilinear. One to three voids leave
@@ -57,36 +57,37 @@ struct CellHeights {
   return std::isfinite(height) ? height : InterpolateBesideVoids(cell, east, north);
 }
 
-/// Geodetic heights on a regular grid, bilinear between its values. Not changed once made: any
-/// number of threads may use it at once. Holds 4 bytes for each value and a tenth of that for the
-/// search.
+/// Geodetic heights on a regular grid with bilinear interpolation. A grid never changes, and any
+/// number of threads may use it at the same time. It takes 4 bytes for each value and a tenth of
+/// that for the search.
 class TerrainGrid {
  public:
-  /// Takes the values, row after row from the south; NaN is a void, infinity a place without a
-  /// tile, whose cells have no heights. Throws ERROR_ARGUMENT after an ALARM line for steps that
-  /// are not above 0, fewer than two rows or columns and a number of values that does not fit.
+  /// Takes the values, row by row from the south; NaN is a void, infinity a place without a tile,
+  /// whose cells have no heights. Throws ERROR_ARGUMENT after an ALARM line for steps that are not
+  /// positive, for fewer than two rows or columns, and for a wrong number of values.
   TerrainGrid(const GridLayout& layout, std::vector<float> heights_m);
 
-  /// Reads the part of a DEM that covers the box, with heights wherever the DEM has them. They are
-  /// taken as heights above the ellipsoid. `heights` is the reader of `dem`. Throws
-  /// ERROR_ARGUMENT after an ALARM line for a box that is none and for one that the DEM does not
-  /// touch.
+  /// Reads the part of a DEM that covers the box, with heights wherever the DEM has them. They
+  /// count as heights above the ellipsoid. `heights` is the reader of `dem`. Throws ERROR_ARGUMENT
+  /// after an ALARM line for an invalid box and for one outside the DEM.
   [[nodiscard]] static TerrainGrid Read(const DEM_DOCUMENT& dem, const dem::HeightReader& heights,
                                         const GeoBox& box);
 
-  /// The interpolated height [m]; NaN in voids and outside the grid. Longitudes modulo 360.
+  /// Returns the interpolated height [m], or NaN in voids and outside the grid. Longitudes may
+  /// differ by multiples of 360.
   [[nodiscard]] double HeightAt(double longitude_deg, double latitude_deg) const;
 
   [[nodiscard]] const GridLayout& Layout() const { return layout_; }
-  /// Of all values.
+  /// The lowest and the highest of all values.
   [[nodiscard]] HeightRange Range() const { return range_; }
 
-  /// Place in the grid, counted in columns and rows from 0; in [0, 360 / step) from west to east.
+  /// The position in the grid in columns and rows from 0. Columns are in [0, 360 / step) from west
+  /// to east.
   [[nodiscard]] double ColumnOf(double longitude_deg) const;
   [[nodiscard]] double RowOf(double latitude_deg) const {
     return (latitude_deg - layout_.south_deg) / layout_.latitude_step_deg;
   }
-  /// The cell whose south-west corner is column i, row j; both below the number of cells.
+  /// The cell whose south-west corner is column i, row j. Both must be below the number of cells.
   [[nodiscard]] CellHeights Cell(std::size_t i, std::size_t j) const {
     const float* const south = heights_m_.data() + j * layout_.columns + i;
     const float* const north = south + layout_.columns;
@@ -96,10 +97,10 @@ class TerrainGrid {
   [[nodiscard]] std::size_t CellColumns() const { return layout_.columns - 1; }
   [[nodiscard]] std::size_t CellRows() const { return layout_.rows - 1; }
 
-  /// Blocks of cells have 1 << BlockShift(level) cells along each side, levels 1 .. kLevels.
+  /// A block of level 1 .. kLevels has 1 << BlockShift(level) cells along each side.
   static constexpr int kLevels = 3;
   [[nodiscard]] static constexpr int BlockShift(int level) { return 2 * level; }
-  /// The heights in the block of a level that holds cell (i, j).
+  /// The heights in the block of this level that contains cell (i, j).
   [[nodiscard]] HeightRange BlockRange(int level, std::size_t i, std::size_t j) const {
     const Blocks& blocks = blocks_[level - 1];
     return blocks.ranges[(j >> BlockShift(level)) * blocks.columns + (i >> BlockShift(level))];

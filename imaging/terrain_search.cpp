@@ -13,8 +13,8 @@ namespace {
 
 constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
-// Nodes of Chebyshev's interpolation of degree 4, from high to low, and the coefficients of the
-// Chebyshev polynomials for values there: row m gives that of T_m.
+// The nodes of Chebyshev interpolation of degree 4, from high to low, and the matrix that turns
+// values there into coefficients: row m belongs to T_m.
 constexpr std::array<double, 5> kNodeAt = {0.9510565162951535, 0.5877852522924731, 0.0,
                                            -0.5877852522924731, -0.9510565162951535};
 constexpr std::array<std::array<double, 5>, 5> kToChebyshev = {{
@@ -25,25 +25,25 @@ constexpr std::array<std::array<double, 5>, 5> kToChebyshev = {{
     {0.12360679774997897, -0.32360679774997897, 0.4, -0.32360679774997897, 0.12360679774997897},
 }};
 
-// A stretch whose last coefficient is larger is halved; what a curve leaves out is far smaller, for
-// the coefficients fall by a factor of 50 and more where this holds. In cells.
+// A stretch whose last coefficient (in cells) is larger is halved. The error of the curve is far
+// smaller than that, because the coefficients then fall by a factor of 50 or more.
 constexpr double kLastCoefficient = 1e-3;
-// Stretches are not halved below this.
+// Shorter stretches are not halved.
 constexpr double kShortestStretch_m = 1.0;
-// The curve is followed from above the highest to below the lowest height by this much.
+// The curve is followed from this much above the highest to this much below the lowest height.
 constexpr double kMargin_m = 1.0;
-// A step that passes a block may leave it by this part of a cell, and the next one begins at most
-// this far from an edge in the cell before.
+// A step that passes a block may end up to kStraightness cells outside the block. The next step may
+// begin up to kEdge cells before an edge and still count as beyond it.
 constexpr double kStraightness = 0.02;
 constexpr double kEdge = 1e-7;
-// A stretch takes no more steps than its cells and ten thousand, whatever its curve is.
+// For any curve a stretch takes at most ten thousand steps more than it has cells.
 constexpr double kLeastStep = 2e-4;
-// Parts into which the way through a cell with voids is divided.
+// The path through a cell with voids is divided into this many parts.
 constexpr int kParts = 16;
-// What a curve leaves out may put a meeting point beside the heights around it.
+// The error of a curve may put a meeting point this far outside the heights that bracket it.
 constexpr double kBracketRoom_m = 0.05;
-constexpr double kTolerance_m = 1e-6;  // of a meeting point's height
-constexpr double kAccepted_m = 5e-4;   // where rounding or a void's edge allow no better
+constexpr double kTolerance_m = 1e-6;  // for the height of a meeting point
+constexpr double kAccepted_m = 5e-4;   // if rounding or the edge of a void prevents the tolerance
 constexpr int kRounds = 60;
 
 double Polynomial(const std::array<double, 5>& c, double t) {
@@ -54,20 +54,20 @@ double Slope(const std::array<double, 5>& c, double t) {
   return c[1] + t * (2.0 * c[2] + t * (3.0 * c[3] + t * 4.0 * c[4]));
 }
 
-// A bound of the second derivative on -1 .. 1.
+// An upper bound of the second derivative on -1 .. 1.
 double Bend(const std::array<double, 5>& c) {
   return 2.0 * std::abs(c[2]) + 6.0 * std::abs(c[3]) + 12.0 * std::abs(c[4]);
 }
 
-// How far it is from `from` to `edge` at this speed; never, if that is the wrong way.
+// The time from `from` to `edge` at this speed; infinite if the speed is 0.
 double TimeTo(double edge, double from, double speed) {
   return speed == 0.0 ? kInfinity : (edge - from) / speed;
 }
 
 constexpr double kNoRoot = 2.0;
 
-// The smallest s > 0 at which a + b s + c s^2, above 0 at s = 0, becomes 0, or kNoRoot. What is
-// below 0 there by rounding gives an s as little below 0.
+// Returns the smallest s > 0 at which a + b s + c s^2 becomes 0, or kNoRoot. The sum is positive at
+// s = 0; if rounding makes it slightly negative there, s is slightly negative.
 double FirstRoot(double a, double b, double c) {
   const double discriminant = b * b - 4.0 * a * c;
   if (!(discriminant >= 0.0)) return kNoRoot;
@@ -100,8 +100,8 @@ bool TerrainWalk::Follow(const TerrainCurve& curve) {
   return true;
 }
 
-// Whether the place lay outside the grid and was moved: to where the curve enters it, or to the
-// end.
+// If the place is outside the grid, moves it to where the curve enters the grid, or to the end, and
+// returns true.
 bool TerrainWalk::EnterGrid(const TerrainCurve& curve, Place& at) {
   const auto columns = static_cast<double>(grid_.CellColumns());
   const auto rows = static_cast<double>(grid_.CellRows());
@@ -125,7 +125,7 @@ bool TerrainWalk::EnterGrid(const TerrainCurve& curve, Place& at) {
   return true;
 }
 
-// The step of t to the edge of the block of cells in front.
+// Returns the step of t to the edge of the current block of cells.
 inline double TerrainWalk::StepOut(const TerrainCurve& curve, const Place& at, std::size_t i,
                                    std::size_t j, int shift) const {
   const std::size_t first_i = i >> shift << shift;
@@ -134,16 +134,16 @@ inline double TerrainWalk::StepOut(const TerrainCurve& curve, const Place& at, s
   const auto edge_x = static_cast<double>(at.dx > 0.0 ? first_i + size : first_i);
   const auto edge_y = static_cast<double>(at.dy > 0.0 ? first_j + size : first_j);
   const double step = std::min(TimeTo(edge_x, at.x, at.dx), TimeTo(edge_y, at.y, at.dy));
-  // Onward by more than the edge's width in any case.
+  // The step is always longer than the width of the edge.
   const double least = 2.0 * kEdge / (std::abs(at.dx) + std::abs(at.dy) + kEdge);
   return std::min(std::max(step, least), curve.longest_step);
 }
 
-// Passes the block of the present level, if the curve can not meet the terrain there.
+// Passes the block of the current level if the curve cannot meet the terrain in it.
 bool TerrainWalk::PassBlock(const TerrainCurve& curve, Place& at, std::size_t i, std::size_t j) {
   const HeightRange range = grid_.BlockRange(level_, i, j);
   const bool is_void = range.low > range.high;
-  // Mostly it can: the curve, which falls, begins within the heights of the block.
+  // It usually can, because the curve falls and begins within the heights of the block.
   if (is_above_ && !is_void && curve.HeightAt(at.t) <= static_cast<double>(range.high)) {
     return false;
   }
@@ -176,20 +176,20 @@ void TerrainWalk::PassCell(const TerrainCurve& curve, Place& at, std::size_t i, 
   if (std::isfinite(twist)) {
     const double high = curve.HeightAt(at.t);
     const double low = curve.HeightAt(end);
-    // high - terrain along the way s = 0 .. 1 is a + b s + c s^2.
+    // The height of the curve above the terrain along the path s = 0 .. 1 is a + b s + c s^2.
     const double a = high - InterpolateInCell(cell, u, v);
     const double last = low - InterpolateInCell(cell, next_u, next_v);
     const double c = -(next_u - u) * (next_v - v) * twist;
     const double b = last - a - c;
     Enter(curve, at.t, a);
     const double sign = is_above_ ? 1.0 : -1.0;
-    // A parabola leaves the straight line between its ends by c / 4 at most.
+    // A parabola differs from the straight line between its ends by at most c / 4.
     const double room = 0.26 * std::abs(c);
     const bool stays = sign * a > room && sign * last > room;
     const double s = stays ? kNoRoot : FirstRoot(sign * a, sign * b, sign * c);
     if (s <= 1.0) {
       const double fall = low - high;
-      // The lowest place of the parabola, if the curve comes up again before the cell's end.
+      // The lowest place of the parabola, if the curve rises again before the end of the cell.
       const double turn = c > 0.0 ? std::clamp(-0.5 * b / c, s, 1.0) : 1.0;
       Cross(high + s * fall, high, high + turn * fall, (b + 2.0 * c * s) / fall);
       const double other = -b / c - s;
@@ -212,7 +212,7 @@ void TerrainWalk::PassCell(const TerrainCurve& curve, Place& at, std::size_t i, 
   level_ = same_block ? 0 : 1;
 }
 
-// A cell with voids, whose heights are no parabola: part by part.
+// Passes a cell with voids part by part, because the heights there are not a parabola.
 void TerrainWalk::PassPartOfCell(const TerrainCurve& curve, const CellHeights& cell, double t,
                                  double end, std::size_t i, std::size_t j) {
   for (int part = 0; part <= kParts; ++part) {
@@ -231,7 +231,7 @@ void TerrainWalk::PassPartOfCell(const TerrainCurve& curve, const CellHeights& c
   }
 }
 
-// At a place with a known height: a meeting may lie between the last such place and this one.
+// Handles a place with a known height: a meeting may lie between the last such place and this one.
 void TerrainWalk::Enter(const TerrainCurve& curve, double t, double difference) {
   const double height = curve.HeightAt(t);
   if ((difference > 0.0) == is_above_ || std::abs(difference) < kTolerance_m) return;
@@ -269,9 +269,9 @@ void TerrainSearch::LoadNode(std::size_t node) {
   }
 }
 
-// False if the stretch is too long for one curve, or has heights without a point.
+// Returns false if the stretch is too long for one curve or has heights without a point.
 bool TerrainSearch::MakeCurve(std::size_t lane, TerrainCurve& curve) const {
-  // Longitudes as steps from the middle node's, so that they may pass the antimeridian.
+  // Columns are taken relative to the middle node, so that a curve may cross the antimeridian.
   const double middle = column_[2][lane];
   const double middle_column = grid_.ColumnOf(middle);
   std::array<double, kNodes> x{};
@@ -368,7 +368,8 @@ void TerrainSearch::Find(const LaneFrames& frames, bool shared, const LaneStates
   }
 }
 
-// By the points themselves instead of the curve: the curve's heights are right to a millimetre.
+// Improves the heights with exact points instead of the curve, whose heights have an error of a
+// millimetre.
 void TerrainSearch::Refine(const LaneFrames& frames, bool shared, const LaneStates& states,
                            std::span<PointStatus, kLanes> status) {
   std::array<bool, kLanes> is_pending{};
@@ -382,7 +383,7 @@ void TerrainSearch::Refine(const LaneFrames& frames, bool shared, const LaneStat
     pending += is_pending[lane] ? 1 : 0;
     best_difference[lane] = kInfinity;
     if (!is_pending[lane]) continue;
-    // What the curve leaves out may put the meeting point beside its two heights.
+    // The error of the curve may put the meeting point outside its two heights.
     high_[lane] += kBracketRoom_m;
     low_[lane] -= kBracketRoom_m;
   }
@@ -397,7 +398,7 @@ void TerrainSearch::Refine(const LaneFrames& frames, bool shared, const LaneStat
         best_difference[lane] = std::abs(difference);
         best[lane] = height;
       }
-      const bool is_done = !(std::abs(difference) > kTolerance_m);  // also beside a void
+      const bool is_done = !(std::abs(difference) > kTolerance_m);  // also for NaN in a void
       if (is_done || high_[lane] - low_[lane] < kTolerance_m * 1e-3) {
         is_pending[lane] = false;
         --pending;
@@ -411,7 +412,8 @@ void TerrainSearch::Refine(const LaneFrames& frames, bool shared, const LaneStat
       last_height[lane] = height;
       last_difference[lane] = difference;
       const double next = height - difference / rise_[lane];
-      // Every third step halves: no bracket shrinks from one side for ever.
+      // Every third step halves the bracket, because the others might always shorten it from the
+      // same side.
       const bool inside = next > low_[lane] && next < high_[lane] && round % 3 != 2;
       height = inside ? next : 0.5 * (high_[lane] + low_[lane]);
     }

@@ -57,7 +57,7 @@ class ORBIT_BASE {
   /// samples stand in the scene pool.
   void SetDataFile(const STRING& path) { data_file_ = path; }
 
-  /// Reads from the scene pool where the samples are to come from.
+  /// Reads the place of the samples from the scene pool.
   virtual void ReadSource(PARAMETER_POOL& pool);
   /// Sets the reference time from its text. Throws "not allowed time conversion" after an ALARM
   /// line if the text is of another time type than the samples.
@@ -110,8 +110,9 @@ class ORBIT_BASE {
     Derive(2, Abscissa(time), result);
   }
 
-  /// The pieces of which GetState() makes its states, if they are Newton polynomials: who evaluates
-  /// them as they say gets the same bits. They last as long as this object is not changed.
+  /// The pieces from which GetState() computes its states, if they are Newton polynomials.
+  /// Evaluation by the rule of NewtonPieces has the same bits. They are valid until this object
+  /// changes.
   [[nodiscard]] virtual std::optional<quellmark::orbit::NewtonPieces> AsNewton() const {
     return std::nullopt;
   }

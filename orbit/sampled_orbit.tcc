@@ -1,4 +1,4 @@
-// Bodies of sampled_orbit.h; included by the sources that list the orbit classes.
+// Bodies of sampled_orbit.h; included by the sources that instantiate the orbit classes.
 #pragma once
 
 #include <array>

@@ -13,8 +13,8 @@ namespace {
 // Large enough to make system calls rare, small enough to stay in the second-level cache.
 constexpr std::size_t kBlock = 65'536;
 
-// The first place from `from` on where `text` stands; null if there is none. Most blocks hold
-// numbers, among which the first letter of a key is rare: looking for it alone is fastest.
+// Returns the first place from `from` on with this `text`, or null. Most blocks contain numbers, in
+// which the first letter of a key is rare, so the search for that letter is fastest.
 const char* FindText(const char* from, const char* end, std::string_view text) {
   constexpr int kTries = 16;
   for (int i = 0; i < kTries; ++i) {

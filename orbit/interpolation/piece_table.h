@@ -76,10 +76,10 @@ class PieceTable {
   T pieces_per_x_{};
 };
 
-/// Pieces that are Newton polynomials in three coordinates, for callers that evaluate many
-/// abscissae at once: c0 + (x - z0) (c1 + (x - z1) (c2 + ...)), by Horner's rule with its
-/// derivatives beside it. A row holds `nodes` numbers z and then the c, term k of coordinate i at
-/// nodes + 3 k + i; each z stands for one term or for two.
+/// The pieces of Newton polynomials in three coordinates, for callers that evaluate many abscissae
+/// at once: c0 + (x - z0) (c1 + (x - z1) (c2 + ...)) and its derivatives, by Horner's rule. A row
+/// has `nodes` numbers z, then the c: term k of coordinate i is number nodes + 3 k + i. Each z
+/// belongs to one term or to two.
 struct NewtonPieces {
   const PieceTable<double>* table = nullptr;
   std::size_t nodes = 0;

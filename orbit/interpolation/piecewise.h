@@ -34,8 +34,7 @@ inline constexpr std::size_t kMaxSteps = std::size_t{1} << 29;
 ///   Publish(piece)                       converts the numbers of one coordinate to the form kForm,
 ///   Coefficients(piece)                  what GetCoeffs() returns, if the kind has it,
 ///   StepsPerPoint(m, request), CheckWholeFit(count, request)  keep the limits above,
-///   kNoMemory                            what is thrown without memory, if the kind has such a
-///   text.
+///   kNoMemory                            the text for a lack of memory, if the kind has one.
 template <class T, class Kind>
 class Piecewise {
  public:
@@ -73,7 +72,8 @@ class Piecewise {
     }
   }
   [[nodiscard]] const PieceTable<T>& Table() const { return table_; }
-  /// Nothing if the pieces are no Newton polynomials, of three coordinates, in double precision.
+  /// Returns nothing unless the pieces are Newton polynomials of three coordinates in double
+  /// precision.
   [[nodiscard]] std::optional<NewtonPieces> AsNewton() const {
     if constexpr (std::is_same_v<T, double> && requires { Kind::kTermsPerNode; }) {
       if (columns_ == 3) return NewtonPieces{&table_, nodes_, terms_, Kind::kTermsPerNode};

@@ -1,4 +1,4 @@
-// Bodies of piecewise.h; included by the sources that list the instances.
+// Bodies of piecewise.h; included by the sources that instantiate it.
 #pragma once
 
 #include <array>

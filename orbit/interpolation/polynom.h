@@ -12,8 +12,8 @@ namespace quellmark::orbit {
 /// c0 + (x - z0) (c1 + (x - z1) (c2 + ...)) through points with ascending abscissae z. With
 /// derivatives each node stands twice, and the polynomial has these derivatives too (Stoer and
 /// Bulirsch, Introduction to Numerical Analysis, 2.1.5). The nodes are used in ascending order, in
-/// which the divided differences are as accurate as the samples allow. Near z0 the last and largest
-/// sum dominates, so little more than its rounding remains.
+/// which the divided differences are as accurate as the samples allow. Near z0 the error is little
+/// more than the rounding of the last and largest sum.
 template <class T, bool kDerivatives>
 class NewtonKind {
  public:

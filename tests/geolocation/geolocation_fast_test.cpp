@@ -77,8 +77,7 @@ TEST(GeolocationFast, RandomResultsFitTheirDefinitions) {
     SCOPED_TRACE(i);
     ASSERT_LE(Solve(g).iterations, 10);
 
-    // The point of these geodetic coordinates on the raised ellipsoid is the ground point. One
-    // degree is 1e-14 rad exact, the point 7e-8 m.
+    // The point on the raised ellipsoid with these geodetic coordinates must be the ground point.
     const double a = g.requator + g.height;
     const double b = g.rpole + g.height;
     const LocalAxes at_ground(located.longitude * kDegree, located.latitude * kDegree);
@@ -181,8 +180,8 @@ TEST(GeolocationFast, FailuresHaveTheirLines) {
 }
 
 // The polar radius without the height is the limit.
-// Heights that are solved together must have the bits and the messages of one after the other, also
-// where the range is too short for some of them.
+// Heights that are solved together must have the same bits and messages as one after the other,
+// even if the range is too short for some of them.
 TEST(GeolocationFast, HeightsTogetherEqualHeightsAlone) {
   RandomGeometries random(4);
   int failed = 0;
@@ -233,7 +232,7 @@ TEST(GeolocationFast, IterationLimit) {
       g = MakeGeometry(0.5, 45.0 * kDegree, 0.0, incidence * kDegree);
       most = std::max(most, Solve(g).iterations);
     }
-  } catch (const ERROR_DATA&) {  // with the range that is tried once more below
+  } catch (const ERROR_DATA&) {  // `g` then has the range that is tried again below
   }
   EXPECT_EQ(most, 20);
   const std::string log = LogOfFailedCall(g, "data error");

@@ -243,7 +243,7 @@ TEST(Scene, ProductTruth) {
   }
 }
 
-// The states of another source, one by one.
+// A source with the states of another one, but without polynomials.
 class PlainStates final : public imaging::StateSource {
  public:
   explicit PlainStates(const imaging::StateSource& source) : source_(source) {}
@@ -257,7 +257,8 @@ class PlainStates final : public imaging::StateSource {
   const imaging::StateSource& source_;
 };
 
-// The states that a batch takes from an orbit's polynomials must have the bits of the orbit's own.
+// The states that a batch computes from an orbit's polynomials must have the bits of the orbit's
+// own states.
 TEST(Scene, PolynomialsGiveTheBitsOfTheOrbit) {
   const ScopedLog quiet(LOG::Level::kSilent);
   for (const char* const interpolation :
@@ -272,7 +273,7 @@ TEST(Scene, PolynomialsGiveTheBitsOfTheOrbit) {
     plain.states = &plain_states;
     const auto [first_s, last_s] = scene.states->Covered();
     std::mt19937_64 random(2);
-    // All spans at random, then in order, where batches have one span alone.
+    // First all spans at random, then in order, so that a batch has only one span.
     std::vector<double> line(4001);
     for (double& l : line) l = std::uniform_real_distribution(first_s, last_s)(random);
     std::sort(line.begin() + 2000, line.end());
@@ -409,7 +410,7 @@ TEST(Scene, ChunksAndThreads) {
   EXPECT_EQ(LocateOnGround(scene.image, beyond, {.per_point_m = {}}, far.Outputs())
                 .Of(PointStatus::kBeyondOrbit),
             3U);
-  // More points than 31 bits count; nothing of them is asked for but their number.
+  // The call has more points than 31 bits can count, but requests no outputs for them.
   const imaging::ImageGrid many{.n_samples = 65'536, .first_line = 5e9, .n_lines = 32'769};
   EXPECT_EQ(
       LocateOnGround(scene.image, many, {.per_point_m = {}}, {}).Of(PointStatus::kBeyondOrbit),
