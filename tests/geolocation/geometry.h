@@ -85,9 +85,13 @@ class RandomGeometries {
  public:
   explicit RandomGeometries(unsigned seed) : random_(seed) {}
   Geometry operator()() {
-    Geometry g = MakeGeometry(Uniform(-180.0, 180.0) * kDegree, std::asin(Uniform(-1.0, 1.0)),
-                              Uniform(-180.0, 180.0) * kDegree, Uniform(5.0, 85.0) * kDegree,
-                              Uniform(300e3, 900e3));
+    // Drawn one by one: compilers differ in the order in which they evaluate a call's arguments.
+    const double longitude = Uniform(-180.0, 180.0) * kDegree;
+    const double latitude = std::asin(Uniform(-1.0, 1.0));
+    const double bearing = Uniform(-180.0, 180.0) * kDegree;
+    const double incidence = Uniform(5.0, 85.0) * kDegree;
+    const double altitude_m = Uniform(300e3, 900e3);
+    Geometry g = MakeGeometry(longitude, latitude, bearing, incidence, altitude_m);
     g.look = Uniform(-1.0, 1.0) < 0.0 ? -1.0 : 1.0;
     g.height = Uniform(-100.0, 100.0);
     if (Uniform(-1.0, 1.0) < 0.0) {
