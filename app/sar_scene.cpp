@@ -58,6 +58,7 @@ SAR_SCENE::~SAR_SCENE() {
 }
 
 void SAR_SCENE::ReadFromParameterPool(PARAMETER_POOL& pool) {
+  const quellmark::pool::DoubleKeyCheck check(pool);
   SceneParameters p;
   p.first_azimuth_time_s = pool.Read<ValueType::kFlt15>("first_az_time");
   p.first_range_time_s = pool.Read<ValueType::kFlt15>("first_rg_time");

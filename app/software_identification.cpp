@@ -17,6 +17,7 @@ void RecordSoftwareIdentification(const VERSION_RECORD& version,
   log_pool.LockForUpdate();
   ARRAY<STRING> names;
   if (log_pool.Has(kKey)) {
+    const pool::DoubleKeyCheck check(log_pool);
     names = log_pool.Read<ValueType::kStrV>(kKey);
   } else {
     static_cast<void>(names.Resize(RANGE<int>(kFirstIndex, 0)));

@@ -104,6 +104,7 @@ DEM_DESCRIPTOR DEM_DESCRIPTOR::ReadFromFile(const STRING& path) {
 DEM_DESCRIPTOR DEM_DESCRIPTOR::ReadFromPool(PARAMETER_POOL& pool) {
   DEM_DESCRIPTOR descriptor;
   try {
+    const quellmark::pool::DoubleKeyCheck check(pool);
     descriptor = ReadKeys(pool);
   } catch (const ERROR_PARAMETER_POOL&) {  // its line is in the log already
     throw ERROR_DESCRIPTOR_VALUE();

@@ -2,8 +2,10 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <cstring>
 #include <new>
+#include <utility>
 
 #include "basic/errors.h"
 #include "pool/value_reader.h"
@@ -82,16 +84,11 @@ bool PARAMETER_POOL::Find(std::string_view key, std::string_view& line) {
   } catch (const std::bad_alloc&) {
     FailFor<ERROR_NO_MEMORY>(key, " << not enough memory\n");
   }
-  if (FindNext(key, line)) return true;
-  if (lines_.Error() != 0) {
-    FailFor<ERROR_CAN_NOT_READ_FILE>(key, " << ", std::strerror(lines_.Error()), "\n");
-  }
-  return false;
-}
-
-bool PARAMETER_POOL::FindNext(std::string_view key, std::string_view& line) {
   while (lines_.SkipTo(key) && lines_.Next(line)) {
     if (IsKeyLine(line) && KeyOf(line).size() == key.size()) return true;
+  }
+  if (lines_.Error() != 0) {
+    FailFor<ERROR_CAN_NOT_READ_FILE>(key, " << ", std::strerror(lines_.Error()), "\n");
   }
   return false;
 }
@@ -117,6 +114,31 @@ void PARAMETER_POOL::ExplainFailure() {
   }
 }
 
+void PARAMETER_POOL::Remember(std::string_view key) {
+  if (keys_read_ == nullptr) return;
+  try {
+    keys_read_->emplace_back(key);
+  } catch (const std::bad_alloc&) {  // only a warning may be lost
+  }
+}
+
+void PARAMETER_POOL::WarnOfDoubleKeys(std::vector<std::string> keys) {
+  if (!IsOpen()) return;
+  std::sort(keys.begin(), keys.end());
+  keys.erase(std::unique(keys.begin(), keys.end()), keys.end());
+  std::vector<int> counts(keys.size());
+  lines_.Rewind(Descriptor());
+  for (std::string_view line; lines_.Next(line);) {
+    if (!IsKeyLine(line)) continue;
+    const auto key = std::lower_bound(keys.begin(), keys.end(), KeyOf(line));
+    if (key == keys.end() || *key != KeyOf(line)) continue;
+    if (++counts[static_cast<std::size_t>(key - keys.begin())] == 2) {
+      LogLine(LogLevel::kWarning, "parameter pool: parameter key >> ", *key,
+              " << stands twice, the first entry counts\n");
+    }
+  }
+}
+
 std::string_view PARAMETER_POOL::FindType(std::string_view key, TokenCursor& cursor) {
   std::string_view line;
   if (!Find(key, line)) {
@@ -124,6 +146,7 @@ std::string_view PARAMETER_POOL::FindType(std::string_view key, TokenCursor& cur
     if (not_found_level_ == LogLevel::kAlarm) ExplainFailure();  // else a missing key is expected
     throw PARAMETER_KEY_NOT_FOUND();
   }
+  Remember(key);
   cursor = TokenCursor(line);
   static_cast<void>(cursor.Next());  // skips the whole key; KeyOf() may have cut it short
   const std::string_view name = cursor.Next();
@@ -148,12 +171,7 @@ PoolValue<kType> PARAMETER_POOL::Read(std::string_view key) {
     FailFor<WRONG_PARAMETER_TYPE>(key, " << type ", TypeName(kType), " expected\n");
   }
   try {
-    auto value = ReadValue<PoolValue<kType>>(key, cursor, lines_);
-    if (std::string_view line; FindNext(key, line)) {
-      LogLine(LogLevel::kWarning, "parameter pool: parameter key >> ", key,
-              " << stands twice, the first entry counts\n");
-    }
-    return value;
+    return ReadValue<PoolValue<kType>>(key, cursor, lines_);
   } catch (const ERROR_PARAMETER_POOL&) {
     ExplainFailure();
     throw;
@@ -164,3 +182,17 @@ PoolValue<kType> PARAMETER_POOL::Read(std::string_view key) {
   template __VA_ARGS__ PARAMETER_POOL::Read<PARAMETER_POOL::ValueType::id>(std::string_view);
 #include "pool/value_types.inc"
 #undef QM_VALUE_TYPE
+
+namespace quellmark::pool {
+
+DoubleKeyCheck::DoubleKeyCheck(PARAMETER_POOL& pool) : pool_(pool) { pool.keys_read_ = &keys_; }
+
+DoubleKeyCheck::~DoubleKeyCheck() {
+  pool_.keys_read_ = nullptr;
+  try {
+    pool_.WarnOfDoubleKeys(std::move(keys_));
+  } catch (...) {  // only a warning is lost
+  }
+}
+
+}  // namespace quellmark::pool

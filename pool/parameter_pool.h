@@ -4,12 +4,17 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "pool/line_reader.h"
 #include "pool/pool_file.h"
 #include "pool/pool_lock.h"
 #include "pool/value_type.h"
 #include "runtime/log.h"
+
+namespace quellmark::pool {
+class DoubleKeyCheck;
+}  // namespace quellmark::pool
 
 /// A pool file that is open for reading. Every access scans the file from its start, so it sees
 /// what others have written meanwhile. If a key occurs twice, the first entry counts. A pool
@@ -78,12 +83,16 @@ class PARAMETER_POOL {
   [[nodiscard]] quellmark::pool::PoolLock Lock(quellmark::pool::PoolLock::Kind kind);
 
  private:
+  friend class quellmark::pool::DoubleKeyCheck;
+
   int OpenAs(const std::string& path,
              quellmark::pool::PoolFile (*open_file)(const std::string& path));
   // Scans the file for the key line, and leaves the reader after it.
   [[nodiscard]] bool Find(std::string_view key, std::string_view& line);
-  // Scans on from the reader's position.
-  [[nodiscard]] bool FindNext(std::string_view key, std::string_view& line);
+  // Keeps a key that was read for the check that is alive.
+  void Remember(std::string_view key);
+  // Logs a warning for each of the keys that occurs more than once.
+  void WarnOfDoubleKeys(std::vector<std::string> keys);
   // Logs a warning if a fault of the file as a whole may be the reason that an entry cannot be
   // read.
   void ExplainFailure();
@@ -98,4 +107,25 @@ class PARAMETER_POOL {
   quellmark::pool::LineReader lines_;
   LogLevel not_found_level_ = LogLevel::kAlarm;
   int caller_setting_ = 1;
+  std::vector<std::string>* keys_read_ = nullptr;  ///< of the check that is alive
 };
+
+namespace quellmark::pool {
+
+/// Remembers the keys that are read from a pool while it exists. At its end it logs a warning for
+/// each of them that occurs twice in the file. One scan checks all keys: if every look-up scanned
+/// the file to its end, pools with very many state vectors would take twice the time.
+class DoubleKeyCheck {
+ public:
+  /// The pool must outlive it. A pool has at most one check at a time.
+  explicit DoubleKeyCheck(PARAMETER_POOL& pool);
+  DoubleKeyCheck(const DoubleKeyCheck&) = delete;
+  DoubleKeyCheck& operator=(const DoubleKeyCheck&) = delete;
+  ~DoubleKeyCheck();
+
+ private:
+  PARAMETER_POOL& pool_;
+  std::vector<std::string> keys_;
+};
+
+}  // namespace quellmark::pool

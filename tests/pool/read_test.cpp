@@ -213,7 +213,13 @@ TEST(PoolRead, WarnsOfWhatIsWrongWithTheFile) {
   }
   TextPool twice("k INT_32_V 1 1\n{\n1\n}\nkk BOL TRUE\nk BOL FALSE\n");
   const ScopedLog log;
-  EXPECT_EQ(twice.Read<ValueType::kInt32V>("k")[1], 1);
+  {
+    const quellmark::pool::DoubleKeyCheck check(twice);
+    EXPECT_EQ(twice.Read<ValueType::kInt32V>("k")[1], 1);
+    EXPECT_EQ(twice.Read<ValueType::kInt32V>("k")[1], 1);
+    EXPECT_TRUE(twice.Read<ValueType::kBol>("kk"));
+    EXPECT_EQ(log.Text(), "");
+  }
   EXPECT_EQ(log.Text(),
             "WARN  : parameter pool: parameter key >> k << stands twice, the first entry "
             "counts\n");
