@@ -1,7 +1,11 @@
-# qm_add_header_check(<name> FOLDERS <folder>...)
+# qm_add_header_check(<name> FOLDERS <folder>... DEPENDS <target>...)
 #   Compiles every header of the folders alone, so that none depends on earlier includes.
+#   There is no such target with QM_CHECK_HEADERS off: of several builds one is enough.
 function(qm_add_header_check name)
-  cmake_parse_arguments(ARG "" "" "FOLDERS" ${ARGN})
+  cmake_parse_arguments(ARG "" "" "FOLDERS;DEPENDS" ${ARGN})
+  if(NOT QM_CHECK_HEADERS)
+    return()
+  endif()
   set(sources)
   foreach(folder IN LISTS ARG_FOLDERS)
     file(GLOB_RECURSE headers CONFIGURE_DEPENDS
@@ -13,5 +17,5 @@ function(qm_add_header_check name)
     endforeach()
   endforeach()
   add_library(${name} OBJECT ${sources})
-  target_link_libraries(${name} PRIVATE qm_flags)
+  target_link_libraries(${name} PRIVATE ${ARG_DEPENDS} qm_flags)
 endfunction()

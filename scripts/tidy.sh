@@ -4,5 +4,5 @@
 set -eu
 cd "$(dirname "$0")/.."
 
-git ls-files -z '*.cpp' ':!tests' ':!bench' ':!examples' ':!python' ':!toolbox' |
+git ls-files -z '*.cpp' ':!tests' ':!bench' |
   xargs -0 -n 4 -P "$(nproc)" clang-tidy --quiet -p build/clang
