@@ -4,46 +4,22 @@
 
 #include <algorithm>
 #include <array>
-#include <atomic>
 #include <cmath>
 #include <cstddef>
 #include <cstdlib>
-#include <new>
 #include <optional>
 #include <random>
 #include <span>
 #include <string>
 #include <vector>
 
+#include "bench/allocated_bytes.h"
 #include "imaging/locate.h"
 #include "imaging/terrain_grid.h"
 #include "orbit/general_orbit.h"
 #include "pool/parameter_pool.h"
 #include "pool/value_type.h"
 #include "runtime/log.h"
-
-namespace {
-
-std::atomic<std::size_t> allocated_bytes = 0;
-
-}  // namespace
-
-// Counts every allocation of the program, to measure the memory of a call.
-void* operator new(std::size_t size) {
-  allocated_bytes += size;
-  if (void* const memory = std::malloc(size)) return memory;
-  throw std::bad_alloc();
-}
-void* operator new(std::size_t size, std::align_val_t alignment) {
-  allocated_bytes += size;
-  const auto step = static_cast<std::size_t>(alignment);
-  if (void* const memory = std::aligned_alloc(step, (size + step - 1) / step * step)) return memory;
-  throw std::bad_alloc();
-}
-void operator delete(void* memory) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t) noexcept { std::free(memory); }
-void operator delete(void* memory, std::align_val_t) noexcept { std::free(memory); }
-void operator delete(void* memory, std::size_t, std::align_val_t) noexcept { std::free(memory); }
 
 namespace {
 
@@ -568,7 +544,7 @@ void ThreadMemory(benchmark::State& state) {
   const auto allocated_by = [&](unsigned threads, std::size_t lines) {
     const imaging::ImageGrid part{
         .first_sample = 3000.0, .n_samples = 2048, .first_line = 500.0, .n_lines = lines};
-    const std::size_t before = allocated_bytes;
+    const std::size_t before = quellmark::bench::AllocatedBytes();
     imaging::GroundOutputs outputs;
     const auto first = [&](std::size_t i) {
       return std::span(results.values[i]).first(part.n_samples * lines);
@@ -578,7 +554,7 @@ void ThreadMemory(benchmark::State& state) {
     outputs.b_parameter = first(4);
     LocateOnGround(TheScene().image, part, {.per_point_m = {}, .terrain = &grid}, outputs,
                    {.threads = threads, .progress = {}});
-    return static_cast<double>(allocated_bytes - before);
+    return static_cast<double>(quellmark::bench::AllocatedBytes() - before);
   };
   double one = 0.0, three = 0.0, more_points = 0.0;
   for (auto _ : state) {
