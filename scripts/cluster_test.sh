@@ -4,6 +4,7 @@
 # once. Every scene must be located exactly once. Needs root for the daemons. Ends and removes
 # everything when it is done.
 # usage: scripts/cluster_test.sh [--rate] [BUILD_DIRECTORY] (default build/release, already built)
+#   Exits with 77 where Slurm cannot run: without root, its packages or its daemons.
 #   With --rate, the array must also reach 0.8 of the rate of a plain loop. Only an otherwise idle
 #   machine can show that.
 set -euo pipefail
@@ -11,8 +12,13 @@ cd "$(dirname "$0")/.."
 checks_rate=0
 [ "${1:-}" = --rate ] && { checks_rate=1; shift; }
 build=$(realpath "${1:-build/release}")
-[ "$(id -u)" -eq 0 ] || { echo "cluster_test: has to run as root" >&2; exit 1; }
-scripts/install_packages.sh slurmctld slurmd slurm-client munge procps >&2
+say() { printf 'cluster_test: %s\n' "$*"; }
+skip() {
+  say "skipped: $*"
+  exit 77
+}
+[ "$(id -u)" -eq 0 ] || skip "has to run as root"
+scripts/install_packages.sh slurmctld slurmd slurm-client munge procps >&2 || skip "no packages of Slurm"
 
 scenes=2000
 spoiled=7
@@ -20,7 +26,6 @@ tasks=8
 work=$(mktemp -d /tmp/qm_cluster.XXXXXX)
 chmod 755 "$work"
 root=$PWD
-say() { printf 'cluster_test: %s\n' "$*"; }
 fail() {
   say "FAILED: $*"
   tail -n 8 "$work"/*.log "$work"/slurm-*.out 2>/dev/null || true
@@ -44,7 +49,7 @@ chmod 700 "$work/munge"
 dd if=/dev/urandom of="$work/munge/key" bs=1024 count=1 status=none
 chmod 400 "$work/munge/key"
 munged --force --key-file="$work/munge/key" --socket="$work/munge/socket" \
-  --pid-file="$work/munged.pid" --log-file="$work/munged.log" --seed-file="$work/munge/seed"
+  --pid-file="$work/munged.pid" --log-file="$work/munged.log" --seed-file="$work/munge/seed" || skip "munged does not start"
 cat >"$work/slurm.conf" <<END
 ClusterName=test
 SlurmctldHost=$host(127.0.0.1)
@@ -75,13 +80,13 @@ NodeName=$host NodeAddr=127.0.0.1 CPUs=$(nproc) RealMemory=1024 State=UNKNOWN
 PartitionName=all Nodes=$host Default=YES MaxTime=INFINITE State=UP
 END
 export SLURM_CONF=$work/slurm.conf
-slurmctld -c >/dev/null 2>&1
-slurmd >/dev/null 2>&1
+slurmctld -c >/dev/null 2>&1 || skip "slurmctld does not start"
+slurmd >/dev/null 2>&1 || skip "slurmd does not start"
 for _ in $(seq 60); do
   sinfo -h -o %T 2>/dev/null | grep -q idle && break
   sleep 0.5
 done
-sinfo -h -o %T | grep -q idle || fail "the node does not come up"
+sinfo -h -o %T | grep -q idle || skip "the node does not come up"
 say "one node with $(nproc) processors is up"
 
 # --- the scenes ---
@@ -166,8 +171,12 @@ squeue -h -j "$job,$merge" -o '%i %T %r' | grep . && fail "jobs are left in the 
 [ -s out/summary.csv ] || fail "no merged summary"
 located=$(grep -c ',located,' out/summary.csv || true)
 [ "$located" -eq $((scenes - spoiled)) ] || fail "$located scenes are located, not $((scenes - spoiled))"
-[ "$(sed 1d out/summary.csv | cut -d, -f1 | sort -u | wc -l)" -eq "$(sed 1d out/summary.csv | wc -l)" ] ||
-  fail "a scene stands twice in the summary"
+# A row spans two lines if a step that a kill had orphaned located the scene too.
+twice=$(python3 -c '
+import collections, csv
+rows = collections.Counter(row[0] for row in csv.reader(open("out/summary.csv", newline="")))
+print(*(scene for scene, count in rows.items() if count > 1))')
+[ -z "$twice" ] || fail "scenes stand twice in the summary: $twice"
 grep ',failed,' out/summary.csv | cut -d, -f1 | sort | cmp -s - expected_failures ||
   fail "other scenes failed than the spoiled ones"
 while read -r pool; do
