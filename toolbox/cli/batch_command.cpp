@@ -43,7 +43,7 @@ int Run(Arguments& arguments) {
   }
   if (arguments.options.list.empty()) throw UsageError{"LIST or --merge is required"};
   if (!arguments.part.empty()) arguments.options.part = batch::ParsePart(arguments.part);
-  ProgressBar bar("scenes");
+  ProgressBar bar("scenes", ProgressBar::Elsewhere::kLines);
   const batch::BatchOutcome outcome =
       batch::RunBatch(arguments.options, [&bar](const batch::BatchProgress& progress) {
         const std::string note =

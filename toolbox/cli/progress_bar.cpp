@@ -31,11 +31,12 @@ std::string Number(double value) {
 
 }  // namespace
 
-ProgressBar::ProgressBar(std::string unit)
-    : unit_(std::move(unit)), is_terminal_(::isatty(STDERR_FILENO) == 1) {}
+ProgressBar::ProgressBar(std::string unit, Elsewhere elsewhere)
+    : unit_(std::move(unit)), elsewhere_(elsewhere), is_terminal_(::isatty(STDERR_FILENO) == 1) {}
 
 void ProgressBar::Show(std::size_t done, std::size_t total, std::size_t skipped, double seconds,
                        const std::string& note) {
+  if (!is_terminal_ && elsewhere_ == Elsewhere::kNothing) return;
   const double share = total == 0 ? 1.0 : static_cast<double>(done) / static_cast<double>(total);
   const double rate =
       seconds > 0.0 ? static_cast<double>(done - std::min(skipped, done)) / seconds : 0.0;
