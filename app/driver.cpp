@@ -85,7 +85,7 @@ void LogFailure(CONTROLLER_IFC* controller) noexcept {
   }
 }
 
-// These two write their group of lines in one go.
+// These two collect all their lines and write them at once.
 void PrintScene(const SAR_SCENE& scene) {
   const runtime::LogBatch batch;
   scene.Print();

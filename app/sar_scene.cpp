@@ -53,7 +53,7 @@ SAR_SCENE::~SAR_SCENE() {
   if (use_dem_ || dem_ == nullptr) return;
   try {
     KeepForProcessLifetime(std::move(dem_));
-  } catch (...) {  // No memory to keep it: released after all.
+  } catch (...) {  // No memory to keep it, so it is released.
   }
 }
 
@@ -68,7 +68,7 @@ void SAR_SCENE::ReadFromParameterPool(PARAMETER_POOL& pool) {
   p.n_lines = ReadImageSize(pool, "n_lines");
   p.orbit.ReadFromParameterPool(pool);
   p.look_direction = pool.Read<ValueType::kStr>("antenna_look_direction");
-  static_cast<void>(LookSignOf(p.look_direction));  // must fail before the reading below
+  static_cast<void>(LookSignOf(p.look_direction));  // fails before the next keys are read
   if (pool.Has("local_height")) p.local_height_m = pool.Read<ValueType::kFlt15>("local_height");
   p.radar_frequency_hz = pool.Read<ValueType::kFlt15>("radar_frequency");
   SetParameters(std::move(p));

@@ -12,8 +12,8 @@ void RecordSoftwareIdentification(const VERSION_RECORD& version,
   constexpr const char* kKey = "software_names";
   constexpr int kFirstIndex = 1;  // of a key that is created here
 
-  // The lock comes before the reading. Without it, a run that ends in between would lose its
-  // element.
+  // The lock comes before the reading. Otherwise the element of a run that ends between reading and
+  // writing would be lost.
   log_pool.LockForUpdate();
   ARRAY<STRING> names;
   if (log_pool.Has(kKey)) {

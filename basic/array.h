@@ -41,7 +41,7 @@ class ARRAY {
   /// Forgets storage, range and created flag without freeing anything. This is deliberate, for
   /// arrays whose storage has been handed over. Free() releases the storage.
   virtual void Reset();
-  /// Takes the range with value-initialised elements and releases the previous ones.
+  /// Takes the range, makes value-initialised elements for it and releases the previous elements.
   [[nodiscard]] virtual int Allocate(const RANGE<int>& range);
   /// As Allocate(), and sets the created flag. Nothing else sets the flag; Free() and every
   /// resizing with new storage clear it.
@@ -87,8 +87,8 @@ namespace quellmark::basic {
 template <class T>
 [[nodiscard]] std::unique_ptr<T[]> TryAllocate(std::size_t count);
 
-/// Shifts the address `storage` so that index `base` addresses its first element. Only here an
-/// address outside the storage is formed; the arrays must be able to return such addresses.
+/// Shifts the address `storage` so that index `base` addresses its first element. The result may
+/// lie outside the storage; no other function forms such an address.
 template <class T>
 [[nodiscard]] T* ShiftedTo(std::ptrdiff_t base, T* storage);
 

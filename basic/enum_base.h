@@ -14,7 +14,7 @@ namespace BASIC::TYPES {
 /// One value of an enumeration.
 struct EnumValue {
   std::string_view text;
-  int id = 0;                         ///< 0 stands for the place in the table, counted from 1
+  int id = 0;                         ///< if 0, the place in the table, counted from 1
   std::string_view second_text = {};  ///< accepted on input, never printed
 };
 
@@ -85,8 +85,8 @@ class ENUM_BASE {
   virtual ~ENUM_BASE() = default;
   [[nodiscard]] virtual const EnumTable& Table() const = 0;
 
-  /// Takes the value with this text. Own texts are tried first, in the order of the ids, then all
-  /// further names. Upper and lower case are equal unless `strict`. Throws
+  /// Takes the value with this text. The texts of the values are tried first, in the order of the
+  /// ids, then second texts and aliases. Upper and lower case are equal unless `strict`. Throws
   /// ERROR_ENUM_BASE_INVALID_VALUE and keeps its value if there is no match; an alarm lists the
   /// valid texts first.
   void Set(std::string_view text, bool strict = false);

@@ -16,7 +16,7 @@ namespace BASIC::TYPES {
 #include "basic/enum_error_table.inc"
 
 const char* ERROR_ENUM_BASE_INVALID_VALUE::Message() const {
-  // The room beyond the texts is part of what callers may count on.
+  // Callers may count on this much room in the buffer after the text.
   constexpr std::size_t kSpareRoom = 30;
   const std::string text =
       "enumeration data type - invalid value of class " + class_name_ + ": " + value_;

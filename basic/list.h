@@ -14,7 +14,7 @@ class LIST {
 
   [[nodiscard]] std::size_t Length() const { return items_.size(); }
   [[nodiscard]] bool IsEmpty() const { return items_.empty(); }
-  /// Adds `item` at the end and returns it as it stands in the list.
+  /// Adds `item` at the end and returns a reference to the element in the list.
   T& Append(T item) { return items_.emplace_back(std::move(item)); }
   /// Returns the item after the removed one.
   iterator Remove(const_iterator position) { return items_.erase(position); }

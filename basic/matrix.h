@@ -15,8 +15,8 @@ template <class T>
 class MATRIX {
  public:
   /// Points to one row: `row[column]` with the matrix's own column indices. In a matrix without
-  /// columns a single link, which is null, serves all rows, because a pool may name two thousand
-  /// million of them.
+  /// columns all rows share a single null link, because a pool may declare two thousand million
+  /// such rows.
   struct POINTER_VECTOR_LINK_T {
     T* row = nullptr;
   };
@@ -33,8 +33,8 @@ class MATRIX {
   /// Releases everything and sets both ranges and the created flag to zero.
   virtual void Reset();
 
-  /// Takes the ranges with value-initialised elements and releases the previous ones. Returns an
-  /// ArrayStatus.
+  /// Takes the ranges, makes value-initialised elements for them and releases the previous
+  /// elements. Returns an ArrayStatus.
   [[nodiscard]] int Create(const RANGE<int>& rows, const RANGE<int>& columns);
   [[nodiscard]] RANGE<int> Rows() const { return rows_; }
   [[nodiscard]] RANGE<int> Columns() const { return columns_; }

@@ -56,7 +56,7 @@ int MATRIX<T>::Create(const RANGE<int>& rows, const RANGE<int>& columns) {
   created.rows_ = rows;
   created.columns_ = columns;
   created.created_ = true;
-  // The elements first: a request beyond all bounds then fails before the links take memory.
+  // Allocates the elements first, so that an impossible size fails before the links take memory.
   created.elements_ = quellmark::basic::TryAllocate<T>(created.Size());
   if (created.elements_ == nullptr && created.Size() != 0) return kArrayNoMemory;
   const bool has_columns = columns.Length() != 0;

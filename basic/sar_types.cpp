@@ -22,7 +22,7 @@ PolarizationType Polarization(int pair_id, int id) {
   return polarization;
 }
 
-// The ids run round the image, so that two steps lead to the other side.
+// The ids run round the image, so the opposite edge is two ids away.
 bool AreOrthogonal(const Edge& a, const Edge& b) {
   return a.IsSet() && b.IsSet() && (a.Id() + b.Id()) % 2 != 0;
 }

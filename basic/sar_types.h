@@ -50,7 +50,8 @@ inline constexpr EnumTable kAntennaLookDirection = {.class_name = "SAR::AntennaL
                                                                 {"elevationUndefined", "U"},
                                                                 {"UNDEFINED", "U"}}};
 
-// The list is clockwise from the top, but the ids are not: kept exactly, do not correct.
+// List and ids both run clockwise, but the list starts at the top and the ids at the bottom: kept
+// exactly, do not correct.
 inline constexpr EnumTable kEdge = {
     .class_name = "SAR::Edge",
     .parameter_name = "edge",

@@ -7,8 +7,9 @@
 #include <string_view>
 #include <utility>
 
-/// The text type of all interfaces. It may hold any bytes and is NUL-terminated when handed out. If
-/// there is no memory for a text, reports an alarm, throws ERROR_NO_MEMORY and changes nothing.
+/// The text type of all interfaces. It may hold any bytes and is NUL-terminated when handed out. An
+/// operation that has no memory for a text reports an alarm, throws ERROR_NO_MEMORY and changes
+/// nothing.
 class STRING {
  public:
   STRING() = default;

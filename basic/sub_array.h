@@ -9,7 +9,7 @@
 
 /// Shows the elements first..last of an array under the array's own indices, without owning them.
 /// The array must outlive the view and keep its storage. A copy of a view shows the same elements;
-/// Show() directs a view elsewhere. Assignment is refused.
+/// Show() directs a view elsewhere. Assignment always fails.
 template <class T>
 class SUB_ARRAY {
  public:
@@ -20,9 +20,9 @@ class SUB_ARRAY {
   SUB_ARRAY(const SUB_ARRAY& other) = default;
   ~SUB_ARRAY() = default;
 
-  /// Always refused: copies the elements as far as both views reach, reports an alarm and throws
-  /// ERROR_NOT_IMPLEMENTED. This is deliberate: code that assigns views has forgotten that they do
-  /// not own their elements.
+  /// Always fails: copies as many elements as the shorter view has, then reports an alarm and
+  /// throws ERROR_NOT_IMPLEMENTED. This is deliberate: code that assigns views has forgotten that
+  /// they do not own their elements.
   SUB_ARRAY& operator=(const SUB_ARRAY& other);  // NOLINT(bugprone-unhandled-self-assignment)
 
   /// Directs the view to another part or another array. Throws as the constructor does.

@@ -9,7 +9,7 @@
 #include "basic/errors.h"
 
 template <class T>
-// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): refused all the same
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): it throws, too
 SUB_ARRAY<T>& SUB_ARRAY<T>::operator=(const SUB_ARRAY& other) {
   const std::size_t common = std::min(Elements().size(), other.Elements().size());
   if (std::less<>()(elements_, other.elements_)) {  // the two may overlap

@@ -20,7 +20,7 @@ class UniqueFd {
   [[nodiscard]] bool IsOpen() const noexcept { return fd_ >= 0; }
   /// Hands the descriptor over to the caller.
   [[nodiscard]] int Release() noexcept { return std::exchange(fd_, -1); }
-  /// Closes the held descriptor and takes `fd`. An error of close() is lost, see Close().
+  /// Closes the held descriptor and takes `fd`. An error of close() is ignored; Close() returns it.
   void Reset(int fd = -1) noexcept;
   /// Closes and returns the result of close(): 0, or -1 with errno set (a late write error).
   [[nodiscard]] int Close() noexcept;

@@ -66,8 +66,8 @@ template <class T>
 void VECTOR<T>::CrossProduct(const VECTOR& a, const VECTOR& b) requires std::is_arithmetic_v<T> {
   RequireThreeComponents(a, b);
   if (this->Resize(a.Range()) != kArrayOk) throw "CrossProduct: can not allocate vector memory";
-  // The operands are read only now, because an operand that is this vector has new storage, in the
-  // same order.
+  // The operands are read after the resizing, which has moved the elements of an operand that is
+  // this vector.
   const std::span<const T> p = a.Elements();
   const std::span<const T> q = b.Elements();
   const T c0 = p[1] * q[2] - p[2] * q[1];

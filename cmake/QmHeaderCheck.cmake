@@ -1,6 +1,6 @@
 # qm_add_header_check(<name> FOLDERS <folder>... DEPENDS <target>...)
 #   Compiles every header of the folders alone, so that none depends on earlier includes.
-#   There is no such target with QM_CHECK_HEADERS off: of several builds one is enough.
+#   If QM_CHECK_HEADERS is off, the target does not exist; of several builds, only one needs it.
 function(qm_add_header_check name)
   cmake_parse_arguments(ARG "" "" "FOLDERS;DEPENDS" ${ARGN})
   if(NOT QM_CHECK_HEADERS)

@@ -17,7 +17,8 @@ namespace {
 using quellmark::pool::ValueType;
 using quellmark::runtime::Fail;
 
-// A path without "/" is in the working directory. "./" stands for it if its name cannot be found.
+// A path without "/" is in the working directory. If the name of the working directory cannot be
+// found, "./" is returned.
 STRING DirectoryOf(std::string_view path) {
   const std::size_t slash = path.rfind('/');
   if (slash != std::string_view::npos) return STRING(path.substr(0, slash + 1));

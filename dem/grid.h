@@ -20,7 +20,7 @@ struct IndexBounds {
   return {-(count / 2), count / 2 - 1};
 }
 
-/// Whether the grid has at least two indices and no more than 32 bits can count.
+/// Whether the grid has at least two indices and no more than a 32-bit integer can count.
 [[nodiscard]] inline bool ResolutionIsUsable(double full_deg, double resolution_deg) {
   constexpr double kMinCount = 2.0;
   constexpr double kMaxCount = 2147483646.0;

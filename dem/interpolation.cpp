@@ -8,7 +8,7 @@ namespace quellmark::dem {
 
 namespace {
 
-// Sets a fraction to 0 or 1 if it differs from that by no more than the rounding of its coordinate.
+// Sets a fraction to 0 or 1 if the difference is no more than the rounding error of the coordinate.
 // The coordinate, the resolution, the subtraction of the offset and the division each round by half
 // an epsilon; the bound is twice their sum.
 double WithoutNoise(double fraction, int index) {

@@ -20,8 +20,8 @@ template <class Value>
   return value;
 }
 
-/// These two write a DEBUG line and throw ERROR_CANNOT_READ_SUBDOC: the offset is beyond the end of
-/// the file, or no file can have it.
+/// These two write a DEBUG line and throw ERROR_CANNOT_READ_SUBDOC: the first for an offset beyond
+/// the end of the file, the second for an offset that no file can have.
 [[noreturn]] void FailTooLarge(std::int64_t offset, std::int64_t file_size);
 [[noreturn]] void FailSeek(std::int64_t offset);
 

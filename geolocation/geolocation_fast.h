@@ -42,7 +42,7 @@ class GEOLOCATION_DEM_WORKSPACE {
   explicit GEOLOCATION_DEM_WORKSPACE(std::uint32_t thread = 0) : thread_(thread) {}
 
   /// Sizes the arrays for curves of this degree, with start index 1 and length degree + 1, and logs
-  /// it at level kTrace. If there is no memory for all of them, reports an alarm, throws
+  /// that length at level kTrace. If there is no memory for all of them, reports an alarm, throws
   /// ERROR_NO_MEMORY and does not change the work area.
   void Prepare(std::uint8_t degree);
   /// Whether the last call of Prepare() was for this degree.

@@ -66,8 +66,8 @@ class AngleNear {
   double angle_;
 };
 
-// The legs of a right-angled triangle in the plane of the meridian, whose angle is the latitude of
-// a point, and the height of the point.
+// The height of a point, and the legs of a right-angled triangle in the plane of its meridian. The
+// angle between the adjacent leg and the hypotenuse is the latitude of the point.
 struct MeridianPoint {
   double opposite = 0.0;
   double adjacent = 0.0;
@@ -136,7 +136,7 @@ Vector TrialPoint(const TerrainArrays& arrays, int i) {
 
 void SolveAtTrialHeights(const Search& search, const LocalFrame& frame, TerrainArrays& arrays) {
   const bool logs = search.variant.logs_samples && Log().Passes(LogLevel::kTrace);
-  // The lines of a point must come before those of the next point.
+  // The log lines of a point must come before those of the next point.
   const std::size_t together = logs ? 1 : kHeightsTogether;
   const std::span<const double> heights = arrays.ht.Elements();
   std::array<Vector, kHeightsTogether> found;

@@ -32,7 +32,8 @@ class BatchWorker {
   }
 
  protected:
-  /// Calls compute() for each batch, which sets the status of the lanes, and stores the batch.
+  /// For each batch, calls compute(), which sets the status of the lanes, and then stores the
+  /// batch.
   template <class Compute>
   void ForBatches(std::uint64_t first, std::uint64_t last, Count& count, Compute compute) {
     for (std::uint64_t i = first; i < last; i += static_cast<std::uint64_t>(n_)) {

@@ -13,7 +13,8 @@ constexpr int kThirdings = 90;
 // of an ellipsoid lies within 4 mrad of the direction to the earth's centre; the limit also allows
 // for a velocity that is not level.
 constexpr double kNadirLimit = 0.05;
-// The raise of the touching ellipsoid converges to 1e-12 m in three rounds.
+// The raise of the touching ellipsoid converges to 1e-12 m in three rounds; the fourth is a
+// reserve.
 constexpr int kRaiseRounds = 4;
 
 // Computes p and w from the tangent of half the angle from d, which loses no digits near the nadir.
@@ -40,8 +41,9 @@ PlanePoint FindOnRaised(const PlaneFrame& f, double range, double raise, double 
   };
   double low = 0.0;
   if (!(outside(0.0) <= 0.0)) {
-    // The direction to the earth's centre is still outside. So the nearest point of the ellipsoid
-    // is searched on the look side; if it is outside too, the range does not reach the ground.
+    // The point in the direction of the earth's centre is outside the ellipsoid. So the smallest
+    // value of outside() on the look side is searched; if it is positive too, the range does not
+    // reach the ground.
     double left = 0.0;
     double right = kNadirLimit;
     for (int i = 0; i < kThirdings; ++i) {
@@ -52,7 +54,7 @@ PlanePoint FindOnRaised(const PlaneFrame& f, double range, double raise, double 
     low = 0.5 * (left + right);
     if (!(outside(low) <= 0.0)) return {};
   }
-  double high = 1.0;  // the level direction must be outside
+  double high = 1.0;  // the level direction; its point must be outside
   if (!(outside(high) > 0.0)) return {};
   for (int i = 0; i < kHalvings; ++i) {
     const double middle = 0.5 * (low + high);

@@ -166,7 +166,7 @@ class ImageWorker : public BatchWorker<ImageWorker> {
   }
 
   // Uses regula falsi between the ends, where the Doppler must have different signs. Returns false
-  // if it has not.
+  // if the signs are equal.
   bool SettleSlowly(int lane) {
     const VECTOR_3D<double> target = TargetOf(targets_, lane);
     double low = task_.within.first_s;

@@ -206,7 +206,7 @@ class GroundWorker : public BatchWorker<GroundWorker> {
   void LoadHeights() {
     const std::span<const double> heights = task_.heights.per_point_m;
     if (heights.empty()) {
-      // Only the terrain search changes them.
+      // Only the terrain search changes the heights of a batch.
       if (search_ || points_.height[0] != task_.heights.constant_m) {
         std::fill_n(points_.height, kLanes, task_.heights.constant_m);
       }

@@ -47,9 +47,9 @@ struct CellHeights {
 /// InterpolateInCell() for a cell that has voids or no tile.
 [[nodiscard]] double InterpolateBesideVoids(const CellHeights& cell, double east, double north);
 
-/// The height at a place in a cell, 0 .. 1 from west and south: bilinear. One to three voids leave
-/// it to the others, in proportion to their weights; NaN for four, where the others weigh 0, and
-/// where a corner has no tile.
+/// The bilinear height at a place in a cell, 0 .. 1 from west and south. If one to three corners
+/// are voids, the weights of the others are scaled so that their sum is 1. Returns NaN if all
+/// corners are voids, if the weights of the others are all 0, and if a corner has no tile.
 [[nodiscard]] inline double InterpolateInCell(const CellHeights& cell, double east, double north) {
   const double south_side = cell.south_west + east * (cell.south_east - cell.south_west);
   const double north_side = cell.north_west + east * (cell.north_east - cell.north_west);

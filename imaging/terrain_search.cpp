@@ -36,7 +36,7 @@ constexpr double kMargin_m = 1.0;
 // begin up to kEdge cells before an edge and still count as beyond it.
 constexpr double kStraightness = 0.02;
 constexpr double kEdge = 1e-7;
-// For any curve a stretch takes at most ten thousand steps more than it has cells.
+// The least step of t. With it, a stretch takes at most ten thousand steps more than it has cells.
 constexpr double kLeastStep = 2e-4;
 // The path through a cell with voids is divided into this many parts.
 constexpr int kParts = 16;
@@ -143,7 +143,7 @@ inline double TerrainWalk::StepOut(const TerrainCurve& curve, const Place& at, s
 bool TerrainWalk::PassBlock(const TerrainCurve& curve, Place& at, std::size_t i, std::size_t j) {
   const HeightRange range = grid_.BlockRange(level_, i, j);
   const bool is_void = range.low > range.high;
-  // It usually can, because the curve falls and begins within the heights of the block.
+  // The curve may meet the terrain if it is no higher than the highest value of the block.
   if (is_above_ && !is_void && curve.HeightAt(at.t) <= static_cast<double>(range.high)) {
     return false;
   }

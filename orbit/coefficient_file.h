@@ -38,7 +38,7 @@ class CoefficientFile {
   void WriteNumber(double number);
 
   std::string name_;
-  std::unique_ptr<std::FILE, Closer> file_;  // C++ streams would add a megabyte
+  std::unique_ptr<std::FILE, Closer> file_;  // C++ streams would add a megabyte to the program
 };
 
 }  // namespace quellmark::orbit

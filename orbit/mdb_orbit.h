@@ -13,13 +13,13 @@ namespace quellmark::orbit {
 
 }  // namespace quellmark::orbit
 
-/// Reads how its source is described and then fails, see ReadMdbSource().
+/// An orbit that cannot be read: ReadSource() always fails, see ReadMdbSource().
 template <class T, class S, class I, class P>
 class MDB_ORBIT final : public ORBIT<T, S, I, P> {
  public:
   MDB_ORBIT() = default;
   MDB_ORBIT(const MDB_ORBIT&) = delete;
-  MDB_ORBIT& operator=(const MDB_ORBIT&) = delete;  // assigned as ORBIT_BASE
+  MDB_ORBIT& operator=(const MDB_ORBIT&) = delete;  // use the operator of ORBIT_BASE
   ORBIT_BASE& operator=(const ORBIT_BASE& orbit) override;
 
   void ReadSource(PARAMETER_POOL& pool) override { quellmark::orbit::ReadMdbSource(pool); }

@@ -12,7 +12,7 @@ class ORBIT : public quellmark::orbit::SampledOrbit<T, I> {
  public:
   ORBIT() = default;
   ORBIT(const ORBIT&) = delete;
-  ORBIT& operator=(const ORBIT&) = delete;  // assigned as ORBIT_BASE
+  ORBIT& operator=(const ORBIT&) = delete;  // use the operator of ORBIT_BASE
   ORBIT_BASE& operator=(const ORBIT_BASE& orbit) override;
 
   void SetReferenceTime(const STRING& text) override;

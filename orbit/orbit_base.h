@@ -111,8 +111,8 @@ class ORBIT_BASE {
   }
 
   /// The pieces from which GetState() computes its states, if they are Newton polynomials.
-  /// Evaluation by the rule of NewtonPieces has the same bits. They are valid until this object
-  /// changes.
+  /// Evaluated by the rule of NewtonPieces, they yield the same bits as GetState(). They are valid
+  /// until this object changes.
   [[nodiscard]] virtual std::optional<quellmark::orbit::NewtonPieces> AsNewton() const {
     return std::nullopt;
   }

@@ -39,8 +39,8 @@ OrbitClasses PoolOrbitClasses() {
           Create<POOL_ORBIT<T, S, EVERETT<T>, POINT<T>>>};
 }
 
-// The Chebyshev and Hermite rows make the pool orbit of the same time type. This is deliberate:
-// existing descriptions that name them rely on it.
+// With Chebyshev or Hermite interpolation, a record-database kind makes the pool orbit of the same
+// time type. This is deliberate: existing descriptions that name them rely on it.
 template <class S>
 OrbitClasses MdbOrbitClasses() {
   using T = double;

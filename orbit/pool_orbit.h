@@ -8,7 +8,7 @@ class POOL_ORBIT final : public ORBIT<T, S, I, P> {
  public:
   POOL_ORBIT() = default;
   POOL_ORBIT(const POOL_ORBIT&) = delete;
-  POOL_ORBIT& operator=(const POOL_ORBIT&) = delete;  // assigned as ORBIT_BASE
+  POOL_ORBIT& operator=(const POOL_ORBIT&) = delete;  // use the operator of ORBIT_BASE
   ORBIT_BASE& operator=(const ORBIT_BASE& orbit) override;
 
   /// Sets the data file to "orbit_data_file" if the pool has that key.

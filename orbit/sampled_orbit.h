@@ -17,7 +17,7 @@ class SampledOrbit : public ORBIT_BASE {
  public:
   SampledOrbit() = default;
   SampledOrbit(const SampledOrbit&) = delete;
-  SampledOrbit& operator=(const SampledOrbit&) = delete;  // assigned as ORBIT_BASE
+  SampledOrbit& operator=(const SampledOrbit&) = delete;  // use the operator of ORBIT_BASE
   using ORBIT_BASE::operator=;
 
   void SetStateVectors(StateVectors vectors, bool with_lines) override;

@@ -70,7 +70,7 @@ bool EntryScanner::Next(PoolEntry& entry) {
   if (entry.key.size() < kKeyLimit) {
     cursor.Skip(entry.key.size());
   } else {
-    static_cast<void>(cursor.Next());  // KeyOf() may have cut it short
+    static_cast<void>(cursor.Next());  // skips the whole key; KeyOf() may have cut it short
   }
   entry.type = cursor.Next();
   entry.value = WithoutTrailingBlanks(cursor.Rest());

@@ -89,7 +89,7 @@ class PARAMETER_POOL {
              quellmark::pool::PoolFile (*open_file)(const std::string& path));
   // Scans the file for the key line, and leaves the reader after it.
   [[nodiscard]] bool Find(std::string_view key, std::string_view& line);
-  // Keeps a key that was read for the check that is alive.
+  // Records that a key was read, for the present DoubleKeyCheck.
   void Remember(std::string_view key);
   // Logs a warning for each of the keys that occurs more than once.
   void WarnOfDoubleKeys(std::vector<std::string> keys);
@@ -107,7 +107,7 @@ class PARAMETER_POOL {
   quellmark::pool::LineReader lines_;
   LogLevel not_found_level_ = LogLevel::kAlarm;
   int caller_setting_ = 1;
-  std::vector<std::string>* keys_read_ = nullptr;  ///< of the check that is alive
+  std::vector<std::string>* keys_read_ = nullptr;  ///< of the present DoubleKeyCheck, if any
 };
 
 namespace quellmark::pool {

@@ -1,4 +1,4 @@
-// Opens files without harm to any file of the user.
+// Opens pool files and creates temporary ones; neither harms an existing file.
 #pragma once
 
 #include <string>

@@ -12,8 +12,9 @@
 namespace quellmark::pool {
 namespace {
 
-// Locks of an opened file do not tell who holds them. So the first byte of the file carries the
-// lock, and the second one a lock of the process, which only serves to find out its number.
+// The lock on the first byte belongs to the opened file, so it does not tell which process holds
+// it. Therefore the process also locks the second byte in its own name. That lock only serves to
+// find out the number of the process.
 constexpr off_t kLockByte = 0;
 constexpr off_t kNameByte = 1;
 

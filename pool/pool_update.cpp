@@ -61,7 +61,7 @@ class Merger {
  private:
   bool Place(PARAMETER_POOL_ITEM* item) {
     if (item == nullptr || item->is_placed) return false;
-    // The line before may have no line end. Then the entry must not become a part of that line.
+    // If the line before has no line end, gives it one, so that the entry starts a new line.
     if (!copy_.IsAtLineStart()) copy_.Write("\n");
     copy_.Write(item->text);
     item->is_placed = true;

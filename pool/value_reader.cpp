@@ -280,7 +280,7 @@ class Reader {
       if (kIsText<T> && cursor_.Rest().starts_with('"')) RefuseEntryCount(type);
     }
     ReadClosingBrace<T>(names);
-    // Without room this place is reached only if the file has grown meanwhile.
+    // An impossible count leads here only if the file has grown meanwhile.
     if (!has_room) Refuse<ERROR_NO_MEMORY>(" << not enough memory\n");
   }
 
@@ -298,8 +298,8 @@ class Reader {
     }
   }
 
-  // Deliberately lenient: any token closes a body, unless the elements are pairs. A further text is
-  // an element too many.
+  // Deliberately lenient: any token closes a body, unless the elements are pairs. Another text
+  // instead of a brace is reported as an element too many.
   template <class T>
   void ReadClosingBrace(const BraceNames& names) {
     if (!NextLine()) Refuse<ERROR_PARAMETER_POOL>(" << no } due to end of file\n");

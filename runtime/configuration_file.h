@@ -11,8 +11,8 @@ namespace quellmark::runtime {
 /// An open configuration file. A look-up starts where the one before it stopped.
 class ConfigurationFile {
  public:
-  /// Opens a regular file for reading and returns whether that succeeded. Anything else counts as
-  /// missing, because a search must be able to start again at the top.
+  /// Opens a regular file for reading and returns whether that succeeded. Any other kind of file
+  /// counts as missing, because a search must be able to return to its start.
   bool Open(const char* path);
   [[nodiscard]] bool IsOpen() const { return file_ != nullptr; }
   void Close() { file_.reset(); }

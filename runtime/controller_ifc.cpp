@@ -224,7 +224,7 @@ void CONTROLLER_IFC::InstallSignalHandler() {
 
 // Calls only what is safe in a signal handler; its texts stand in fixed buffers.
 void CONTROLLER_IFC::HandleSignal(int number, siginfo_t* info, void* /*context*/) {
-  // A write to a log at its size limit has raised this signal, and that write is to fail quietly.
+  // Ignores the SIGXFSZ of a write that is to fail quietly, for example to a log at its size limit.
   const bool own = info->si_code == SI_USER && info->si_pid == ::getpid();
   if (number == SIGXFSZ && own && IsWritingQuietly()) return;
   static std::atomic_flag entered;
@@ -317,8 +317,8 @@ void CONTROLLER_IFC::OpenConfigurationFile() {
 }
 
 void CONTROLLER_IFC::MoveLog() {
-  // "pid" is looked up again: in the configuration file it comes too late to name the process, but
-  // it still makes the log a named one.
+  // "pid" is looked up again, because it may stand in the configuration file. From there it cannot
+  // name the process any more, but the log still gets a name instead of staying temporary.
   std::string path;
   PathBuffer log_file;
   if (GetOptionalParameter("lfn", path)) {

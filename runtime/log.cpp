@@ -42,7 +42,7 @@ constexpr std::array<LevelRow, 9> kLevels = {{
     {"ALARM", "ALARM"},
 }};
 
-// What is sent to the terminal before a text of this level.
+// Returns the bytes that switch the terminal's highlighting on before a text of this level.
 std::string_view HighlightOn(LOG::Level level) {
   switch (level) {
     case LOG::Level::kWarning:
@@ -139,8 +139,8 @@ void LOG::Begin(Level level, unsigned allowed_targets) {
   targets &= allowed_targets;
   active_ = targets != 0;
   if (!active_) return;
-  // A line of usual length is not cut in two. Waiting bytes are written first if they have other
-  // targets.
+  // Waiting bytes are written first if they have other targets, or if they leave too little room
+  // for a line of usual length, which would otherwise be written in two parts.
   constexpr std::size_t kUsualLine = 1024;
   if (targets != targets_ || size_ > bytes_.size() - kUsualLine) Flush();
   targets_ = targets;

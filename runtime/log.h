@@ -87,8 +87,8 @@ class LOG {
   ~LOG() = default;
 
   /// Calls are counted. The first one names the log "global", sets both thresholds to 2 and opens a
-  /// temporary file in the first of `directories` (each ends in "/") where it can; if it can in
-  /// none, the log has no file. It also opens standard streams that are closed, and ignores SIGPIPE
+  /// temporary file in the first of `directories` (each ends in "/") that accepts one; if none
+  /// does, the log has no file. It also opens standard streams that are closed, and ignores SIGPIPE
   /// and SIGXFSZ, so that writing to a pipe without reader or to a file at its size limit fails
   /// instead of ending the process. Does not throw, whatever is missing.
   void Initialise(std::span<const std::string_view> directories =
@@ -190,7 +190,7 @@ class LOG {
   void WriteToScreen(std::string_view bytes) noexcept;
   void CarryOver(const std::string& temporary_path);
 
-  std::string_view name_;  // the log's own
+  std::string_view name_;  // the name of the log, such as "global"
   Level screen_threshold_ = Level::kSilent;
   Level file_threshold_ = Level::kSilent;
   quellmark::basic::UniqueFd file_fd_;

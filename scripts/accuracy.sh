@@ -11,7 +11,8 @@ cmake --build "$build" --target imaging_test >&2
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
-# accuracy,SCENE,INTERPOLATION,POINTS,GEODETIC,RAISED,STEP,ALLOWED; distances in metres
+# The test prints lines of this form, with distances in metres:
+# accuracy,SCENE,INTERPOLATION,POINTS,GEODETIC,RAISED,STEP,ALLOWED
 "$build/tests/imaging/imaging_test" --gtest_filter='Scene.*Truth' >"$work/output"
 grep '^accuracy,' "$work/output" >"$work/rows"
 

@@ -10,7 +10,7 @@ cmake --build "$build" --target orbit_test >&2
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 
-# accuracy,SCENE,NUMBER TYPE,INTERPOLATION,MIDDLE [m],WORST [m]
+# The test prints lines of this form: accuracy,SCENE,NUMBER TYPE,INTERPOLATION,MIDDLE [m],WORST [m]
 "$build/tests/orbit/orbit_test" --gtest_filter='Accuracy.LeftOutVectors' >"$work/output"
 grep '^accuracy,' "$work/output" >"$work/rows"
 

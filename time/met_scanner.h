@@ -14,7 +14,8 @@ class MET_SCANNER : public TIME_SCANNER {
 
   /// Every failure writes "MET_SCANNER: " and its message at level EXCEPTION. Throws the character
   /// strings of TIME_SCANNER and "can not represent MET value", and ERROR_DATA for text after a
-  /// complete time. Fields beyond their range carry into the larger ones, as in the time itself.
+  /// complete time. Fields beyond their range carry into the larger ones, as MISSION_ELAPSED_TIME
+  /// does.
   [[nodiscard]] MISSION_ELAPSED_TIME Scan();
 
  private:

@@ -81,7 +81,7 @@ DURATION operator-(const MISSION_ELAPSED_TIME& a, const MISSION_ELAPSED_TIME& b)
 }
 
 MISSION_ELAPSED_TIME operator+(const MISSION_ELAPSED_TIME& time, const DURATION& duration) {
-  // Refuses a duration that leaves the range from every start, before the sum can overflow.
+  // Refuses a duration that leads out of the range from any time, before the sum can overflow.
   const long long duration_days = std::llabs(duration.Days());
   if (duration_days > 3 * kLastDay) CheckDays(duration_days);
   return MISSION_ELAPSED_TIME(time.Total_us() + duration.Days() * kMicrosecondsPerDay +

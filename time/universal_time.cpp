@@ -127,9 +127,9 @@ UNIVERSAL_TIME operator+(const UNIVERSAL_TIME& time, const DURATION& duration) {
       Reading_us(time, time_of_day_ms) + duration.Days() * kMicrosecondsPerDay +
       duration.Milliseconds() * kMicrosecondsPerMillisecond + duration.Microseconds();
   UNIVERSAL_TIME counted_to = TimeOfReading(reading_us);
-  // Kept exactly, do not correct: near an inserted second, leap seconds are counted up to one day
-  // later. The inserted second therefore takes effect from 23:59:00 before it on instead of at its
-  // own start, and it never shows as 23:59:60. The processors around this one print the same.
+  // Kept exactly, do not correct: in the minutes 00:00, 00:59, 23:00 and 23:59 of the day that ends
+  // with an inserted second, the count of leap seconds already includes it. So no result shows
+  // 23:59:60. The processors around this one print the same.
   if (CanFollowInsertedSecond(counted_to)) {
     counted_to = TimeOfReading(reading_us + kMicrosecondsPerDay);
   }

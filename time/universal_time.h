@@ -24,8 +24,8 @@ struct UNIVERSAL_TIME {
 
   /// "dd-MON-yyyy/hh:mm:ss.mmmuuu". A month outside 1..12 throws "invalid month name".
   [[nodiscard]] STRING LongText() const;
-  /// "yyyy-mm-ddThh:mm:ss.mmmuuu", cut after 19 characters, or after 20 + `fraction_digits` (1..6)
-  /// whatever the length of the year, then "Z" if `zulu`.
+  /// "yyyy-mm-ddThh:mm:ss.mmmuuu", cut after 20 + `fraction_digits` (1..6) characters, or after 19
+  /// if that is 0, whatever the length of the year. "Z" follows if `zulu`.
   [[nodiscard]] STRING IsoText(int fraction_digits = 6, bool zulu = false) const;
 
   /// A calendar time is not a number: throws "can not cast from UTC to double".
@@ -39,8 +39,8 @@ struct UNIVERSAL_TIME {
   /// The time elapsed from b to a, inserted seconds included; the clock runs evenly through an
   /// inserted second. Throws "duration range error" before year 0 and after year 136,000.
   friend DURATION operator-(const UNIVERSAL_TIME& a, const UNIVERSAL_TIME& b);
-  /// The calendar time after `duration`: the reading that much later, less the leap seconds in
-  /// between (whose number is logged). Near a leap second a special rule applies, see the
+  /// The calendar time after `duration`: the clock reading plus `duration`, less the leap seconds
+  /// in between (whose number is logged). Near a leap second a special rule applies, see the
   /// definition. A duration of zero returns `time` unchanged and logs nothing. Throws like the
   /// difference.
   friend UNIVERSAL_TIME operator+(const UNIVERSAL_TIME& time, const DURATION& duration);

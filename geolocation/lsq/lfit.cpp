@@ -33,9 +33,9 @@ int CountFitted(const int* ia, int ma) {
   return fitted;
 }
 
-// Sums up the right-hand side. `add_normal(row, j, weighted)` is called for each sample and fitted
-// parameter j, the row-th one, with the weighted value of its basis function; afunc holds the
-// others.
+// Sums up the right-hand side. For each sample and each fitted parameter j, calls `add_normal(row,
+// j, weighted)`: parameter j is the row-th of the fitted ones, and `weighted` is the weighted value
+// of its basis function. During the call, afunc holds the values of all basis functions.
 template <class T, class Rows, class AddNormal>
 void Accumulate(const Samples<T>& samples, const Parameters<T>& p, int mfit, Rows beta, T* afunc,
                 AddNormal add_normal) {
@@ -117,7 +117,7 @@ void TakeSolution(const Parameters<T>& p, Rows beta) {
   }
 }
 
-// Returns chi-square; `solve` is the Gauss-Jordan elimination of the flavour.
+// Returns chi-square; `solve` is the Gauss-Jordan elimination, plain or fast.
 template <class T, class Rows, class Solve>
 T Fit(const Samples<T>& samples, const Parameters<T>& p, int mfit, Rows covar, Rows beta, T* afunc,
       Solve solve) {

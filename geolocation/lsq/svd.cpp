@@ -198,8 +198,9 @@ class Decomposition {
     return false;
   }
 
-  // The start of the block that ends in k and has no zero on its superdiagonal. If there is a zero
-  // on the diagonal above it, that row's superdiagonal element is cleared with it.
+  // Returns the start of the block that ends in k and has no zero on its superdiagonal. The block
+  // starts where e[first] is negligible, or where w[first - 1] is; in the latter case, rotations
+  // turn e[first] into zero.
   int FindBlock(int k) {
     for (int first = k; first > 1; --first) {
       if (IsNegligible(e_[first])) return first;

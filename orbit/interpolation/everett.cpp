@@ -145,8 +145,8 @@ void EverettModel<T>::At(T x, std::size_t column, Jet<T>* jets) const {
   T y0[kCount];
   for (std::size_t i = 0; i < kCount; ++i) {
     y0[i] = left[i];
-    // The large values of row 0 enter as one value and a difference, so the sum rounds only once at
-    // their size.
+    // The large values of row 0 enter as one value and a difference, so the sum is rounded only
+    // once at their magnitude.
     const T step = right[i] - left[i];
     jets[i] = {xi.p * step, step, T{0}};
   }

@@ -119,7 +119,7 @@ void FitKind<T, Form>::Fit(std::size_t first, T* z, T* c, T* worth) {
     }
     published_.c.assign(coefficients_.Elements().begin(), coefficients_.Elements().end());
     published_.z.assign(z, z + 2);
-    Form::Publish(published_);  // throws now if they cannot be published later
+    Form::Publish(published_);  // throws now if the coefficients cannot be published
   }
 }
 

@@ -21,7 +21,7 @@ struct PowerForm {
 
   static void SetNodes(T first, T last, T* z);
   [[nodiscard]] static T Map(const T* z, T x) { return (x - z[0]) / z[1]; }
-  /// values[1..count]
+  /// Sets values[1..count] to the basis functions at u.
   static void Basis(T u, T values[], int count);
   static void Report(int order, T chi_square);
 
