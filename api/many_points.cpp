@@ -104,7 +104,8 @@ imaging::GeoBox BoxAround(const imaging::ImageGeometry& image, const imaging::Im
     }
   }
   if (std::isnan(first)) return {};
-  // The edge may bulge between the points of the net, and near a pole in any direction.
+  // Between the points of the net, the ground may reach beyond the box, so the box is enlarged.
+  // Near a pole, a short distance on the ground is a large difference of longitudes.
   const double bulge = kMargin_deg + 0.03 * (north - south);
   const double highest = std::min(90.0, std::max(std::fabs(south), std::fabs(north)) + bulge);
   const double widening = 1.0 / std::max(1e-6, std::cos(highest / basic::kDegreesPerRadian));

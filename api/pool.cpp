@@ -97,8 +97,8 @@ struct Pool::Content {
   std::vector<Entry> entries;
 
  private:
-  // A slot of a hash table with open addressing. The tag is a part of the hash: entries of other
-  // keys, which are far away in memory, need not be looked at.
+  // A slot of a hash table with open addressing. The tag is a part of the hash. Entries with
+  // different tags have different keys, so a search need not read them in memory far away.
   struct Slot {
     std::uint32_t number = 0;  // of an entry, from 1; 0 for none
     std::uint32_t tag = 0;
@@ -121,7 +121,7 @@ struct Pool::Content {
 
 Pool::Content::Content(std::string name, std::string content)
     : path(std::move(name)), text(std::move(content)) {
-  constexpr std::size_t kShortEntry = 50;  // unused memory costs nothing
+  constexpr std::size_t kShortEntry = 50;  // unused reserved memory is no loss
   entries.reserve(text.size() / kShortEntry);
   pool::EntryScanner scanner(text);
   TypeFinder types;
@@ -142,7 +142,8 @@ void Pool::Content::MakeIndex() {
   std::size_t size = 2;
   while (size < 2 * entries.size()) size *= 2;
   slots_.assign(size, {});
-  // Slots lie anywhere in memory, so they are fetched for some entries at a time.
+  // The slots of successive entries are far apart in memory, so those of several entries are
+  // prefetched together.
   constexpr std::size_t kAtOnce = 16;
   std::array<std::size_t, kAtOnce> hashes{};
   for (std::size_t first = 0; first < entries.size(); first += kAtOnce) {

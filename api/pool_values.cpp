@@ -11,7 +11,7 @@
 namespace quellmark::api {
 namespace {
 
-// From the core. All overloads are declared first, because they call each other.
+// Conversions from the core. All overloads are declared first, because they call each other.
 
 template <class T>
 requires std::is_arithmetic_v<T>
@@ -64,7 +64,7 @@ auto Convert(const MATRIX<T>& matrix) {
       matrix.Columns().Length(), std::move(values)};
 }
 
-// To the core. Each function returns a `To`.
+// Conversions to the core. Each function returns a `To`.
 
 struct ToCoreValue {
   std::string_view key;

@@ -6,7 +6,7 @@
 
 namespace quellmark::api {
 
-/// The value with the same index.
+/// Returns the value with the same index.
 [[nodiscard]] Value FromCore(const pool::AnyValue& value);
 /// Returns the value with the same index. Throws INVALID_PARAMETER_VALUE after an ALARM line that
 /// names `key` if sizes do not fit, and ERROR_NO_MEMORY.

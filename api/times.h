@@ -7,7 +7,7 @@
 
 namespace quellmark::api {
 
-/// Whole microseconds since 1970 without leap seconds, and 0..999 nanoseconds.
+/// A time as whole microseconds since 1970, without leap seconds, and 0..999 more nanoseconds.
 struct UnixTime {
   std::int64_t microseconds = 0;
   std::int64_t nanoseconds = 0;

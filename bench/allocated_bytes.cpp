@@ -10,7 +10,8 @@ std::atomic<std::size_t> allocated_bytes = 0;
 
 }  // namespace
 
-// In a source of its own: inlined into their callers, these look mismatched to g++.
+// These operators have a source file of their own, because g++ warns about a mismatch if it inlines
+// them into their callers.
 void* operator new(std::size_t size) {
   allocated_bytes += size;
   if (void* const memory = std::malloc(size)) return memory;

@@ -77,8 +77,8 @@ void LocateOne(benchmark::State& state) {
 }
 BENCHMARK(LocateOne);
 
-// The points of bench/python_rows.py, whose time stands beside this one. As there, every call makes
-// room for its results.
+// Locates the same points as bench/python_rows.py, which prints both times. As there, every call
+// allocates the memory for its results.
 void ManyPoints(benchmark::State& state) {
   const auto scene = quellmark::Scene::Open(QM_SCENES "/s1a_iw1_slc_quebec.pool");
   const auto n = static_cast<std::size_t>(state.range(0));

@@ -19,7 +19,7 @@ void ReadScene(SAR_SCENE& scene) {
   scene.ReadFromParameterPool(pool);
 }
 
-// Two orbit states, two geolocations and what is derived from them.
+// Measures two orbit states, two geolocations and the results that are derived from them.
 void BM_LocatePoint(benchmark::State& state) {
   SilenceLog();
   SAR_SCENE scene;

@@ -77,7 +77,7 @@ void BM_Interpolated(benchmark::State& state) {
 }
 BENCHMARK(BM_Interpolated)->ArgName("fast")->Arg(1)->Arg(0);
 
-// The reader that neither logs nor throws, which the threads of a whole image use.
+// Measures the reader that the threads of a whole image use. It neither logs nor throws.
 void BM_HeightReader(benchmark::State& state) {
   const HillTile tile;
   const quellmark::dem::HeightReader reader(SRF_DOCUMENT(tile.Descriptor(), false));

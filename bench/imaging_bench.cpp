@@ -1,5 +1,6 @@
 // Measures whole images beside floors: the same points one by one, by arithmetic written out by
-// hand and with the C library's angles. All times are per point. Quote the ratio within one run.
+// hand and with the C library's angle functions. All times are per point. Quote the ratio within
+// one run.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>

@@ -137,8 +137,8 @@ void RunOrbit(benchmark::State& state, const char* interpolation) {
   });
 }
 
-// The nodes of one span and the Newton coefficients of its three coordinates, side by side. A node
-// belongs to one term, with derivatives to two.
+// The nodes of one span and the Newton coefficients of its three coordinates, side by side. Each
+// node has one term, or two if the derivatives at the nodes are given.
 template <std::size_t kTerms, std::size_t kNodes>
 struct FloorSpan {
   double node[kNodes];

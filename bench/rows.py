@@ -30,8 +30,8 @@ UNITS = ((S, "s"), (MS, "ms"), (US, "us"), (NS, "ns"))
 
 
 class Row(NamedTuple):
-    """One row of a benchmark program. The goal is one for the ratio or, if `absolute`, for the
-    time. Floor and goal are optional."""
+    """One row of a benchmark program. The goal applies to the ratio or, if `absolute`, to the time.
+    Floor and goal are optional."""
 
     name: str
     what: str  # the benchmark, or BENCHMARK#COUNTER
@@ -133,7 +133,7 @@ def run_benchmarks(program: str, rows: list[Row], repetitions: int) -> dict[str,
     points."""
     names = sorted({name.partition("#")[0]
                     for row in rows for name in (row.what, row.floor) if name})
-    # Not standard output, where the log may be.
+    # The report is a file, because standard output may contain log lines.
     with tempfile.NamedTemporaryFile(suffix=".json") as report:
         command = [str(BUILD / f"bench/qm_{program}_bench"), "--benchmark_min_time=0.05",
                    f"--benchmark_out={report.name}", f"--benchmark_repetitions={repetitions}",
@@ -165,7 +165,7 @@ def measure_program(program: str, rows: list[Row], repetitions: int) -> None:
 
 
 def measure_whole_process(repetitions: int) -> None:
-    """The whole process, with its start and end, beside process_floor.cpp."""
+    """Measures the whole process, with its start and end, beside process_floor.cpp."""
     row = Row("whole process, pools in memory", "", goal=1.75)
     command = [str(ROOT / "bench/whole_run.sh"), str(40 * repetitions), MEMORY]
     out = subprocess.run(command, check=True, stdout=subprocess.PIPE, text=True).stdout
@@ -234,8 +234,8 @@ def write_lines_in_front(path: Path, count: int) -> None:
 
 def measure_made_pool(write: Callable[[Path, int], None], rows: list[Row],
                       repetitions: int) -> None:
-    """Runs the program and the floor on a pool of 1,000,000; the rows are time and, perhaps,
-    memory."""
+    """Runs the program and the floor on a pool to which `write` gives 1,000,000 state vectors or
+    lines. Prints the time in the first of `rows` and the memory in the second, if there is one."""
     options = "-log_pp log.pool -SCENE_POOL scene.pool -USE_DEM false -lfn log".split()
     with tempfile.TemporaryDirectory(dir=MEMORY) as name:
         directory = Path(name)

@@ -68,8 +68,8 @@ Flat<double> TimesOf(const Orbit& orbit, const Flat<std::int64_t>& nanoseconds) 
   return times;
 }
 
-// The first result ignores leap seconds after the reference time. The second step corrects it by
-// the difference that remains.
+// Converts times to nanoseconds since 1970 in two steps. The first one ignores leap seconds after
+// the reference time. The second one corrects the result by the difference that remains.
 Flat<std::int64_t> NanosecondsOf(const Orbit& orbit, const Flat<double>& times_s) {
   constexpr double kNanoseconds = 1e9;
   constexpr double kFarthest_s = 9.2e9;  // from 1970; 64 bits hold 9.22e9 s

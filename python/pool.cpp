@@ -30,7 +30,7 @@ py::object ColumnOf(const std::vector<T>& values) {
   }
 }
 
-// Converts them from Python.
+// Converts numbers and texts from Python.
 template <class T>
 std::vector<T> ValuesOf(const py::object& column) {
   std::vector<T> values;

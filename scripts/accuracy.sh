@@ -35,16 +35,16 @@ $(awk -F, '{ printf "| `%s` | `%s` | %s | %s | %s | %s | %s |\n", $2, $3, $4, $5
 
 - *Held to* is the bound of the test for the better one of the two columns in double precision.
   \`s1b_iw_grd_alps\` and \`s1a_s3_slc_comoros\` have quick-look orbits, whose velocities have errors of
-  about 1 cm/s. The metadata of \`rcm2_16m5_grd\` do not explain 0.6 m along track. The seven
-  downlinked state vectors of \`rcm3_fsl27_grd\` are noisy, so the accuracy depends on how they were
-  smoothed.
+  about 1 cm/s. The metadata of \`rcm2_16m5_grd\` do not explain a shift of 0.6 m along track. The
+  seven downlinked state vectors of \`rcm3_fsl27_grd\` are noisy, so the accuracy depends on how they
+  were smoothed.
 - The distances of the batch step come from single precision, in which longitudes near 300 degrees
   have steps of 3e-5 degrees, or 2 to 3 m at the equator.
 - The two columns in double precision differ in the meaning of heights, by up to 2.2 cm at 9 km. The
   processor of \`tdx1_sm_20210805\` uses the raised ellipsoid, that of \`ree_rslc_right\` (points up to
-  9 km) geodetic heights. The data of the others do not show which.
-- The products of satellites other than the first three belong to third parties and are not part of
-  the sources. Without them the table has only the first six rows.
+  9 km) uses geodetic heights. The data of the others do not show which.
+- The products after the first three belong to third parties and are not part of the sources. Without
+  them the table has only the first six rows.
 END
 
 awk -F, '{ print NR, $5, $6, $7, $2 " " $3 }' "$work/rows" >"$work/points"

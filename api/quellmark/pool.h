@@ -107,9 +107,9 @@ struct Vector {
 template <class T>
 struct Matrix {
   std::int32_t first_row = 1;     ///< index of the first row
-  std::int32_t rows = 0;          ///< how many there are
+  std::int32_t rows = 0;          ///< number of rows
   std::int32_t first_column = 1;  ///< index of the first column
-  std::int32_t columns = 0;       ///< how many there are
+  std::int32_t columns = 0;       ///< number of columns
   std::vector<T> values{};        ///< rows x columns elements, row by row
   /// Whether indices and values are equal.
   friend bool operator==(const Matrix&, const Matrix&) = default;
@@ -239,7 +239,8 @@ class QM_API PoolEditor {
   /// @throws PoolError if the entry could not be read back: its key is empty, begins with "#",
   ///   contains a blank or a line end, or is longer than 100 characters; a text contains a line end
   ///   or a NUL; a line is longer than 1024 characters; a number is not finite; indices of a vector
-  ///   or matrix exceed 32 bits, or a matrix has not rows x columns values; there is no value
+  ///   or matrix exceed 32 bits; a matrix does not have rows x columns values; the value is that
+  ///   of an unknown type
   PoolEditor& Set(std::string_view key, Value value, std::vector<std::string> comments = {});
   /// As above. T determines the type of the entry.
   template <PoolValue T>

@@ -43,7 +43,7 @@ struct SceneParameters {
 /// The 23 results of the batch step, named as their pool keys. Angles are in degrees, longitudes in
 /// (-180, 180]; "first" and "last" are lines, "near" and "far" the first and the last sample.
 struct SceneResults {
-  double center_longitude = 0.0;            ///< of (samples / 2, lines / 2), rounded down [deg]
+  double center_longitude = 0.0;            ///< at samples / 2, lines / 2, both rounded down [deg]
   double center_latitude = 0.0;             ///< geodetic [deg]
   double first_near_lon = 0.0;              ///< [deg]
   double first_near_lat = 0.0;              ///< [deg]
@@ -106,7 +106,7 @@ inline constexpr std::array<ResultField, 23> kResultFields = {{
 enum class PointStatus : std::uint8_t {
   kFound = 0,           ///< found
   kLayover = 1,         ///< found; the highest of several places on the terrain
-  kNoTerrain = 2,       ///< found, but at the scene's height, as the DEM has none there
+  kNoTerrain = 2,       ///< found, but at the scene's height, because the DEM has none there
   kNoIntersection = 3,  ///< no visible ground on the look side has this range; NaN
   kBeyondOrbit = 4,     ///< the orbit does not cover the time; NaN
   kWrongSide = 5,       ///< ground to image: not on the side of the antenna; NaN
@@ -202,13 +202,13 @@ struct GroundOptions {
   /// measured along its normal. The difference on the ground is up to 2.2 cm at a height of 9 km.
   /// Not allowed with a DEM.
   bool raised_ellipsoid = false;
-  int threads = 1;      ///< to use; 0 is one for each processor. The results do not depend on it
+  int threads = 1;      ///< 0 means one for each processor; the results do not depend on it
   Progress progress{};  ///< may be empty
 };
 
 /// Options of GroundToImage().
 struct ImageOptions {
-  int threads = 1;      ///< to use; 0 is one for each processor. The results do not depend on it
+  int threads = 1;      ///< 0 means one for each processor; the results do not depend on it
   Progress progress{};  ///< may be empty
 };
 
@@ -237,9 +237,9 @@ class QM_API Scene {
   /// Returns the slant range of a sample [m].
   [[nodiscard]] double SlantRangeOf(double sample) const noexcept;
 
-  /// Computes the results of the batch step for this scene, in double precision. The step rounds
-  /// some of them to single precision. Its longitudes are rounded first and reduced to (-180, 180]
-  /// afterwards. Writes no file. Like the step it extrapolates the orbit if necessary.
+  /// Computes the results of the batch step for this scene, in double precision, and writes no
+  /// file. The step rounds some results to single precision; it rounds longitudes before it reduces
+  /// them to (-180, 180]. Like the step, this function extrapolates the orbit if necessary.
   /// @throws SceneError, OrbitError
   [[nodiscard]] SceneResults Results() const;
   /// Locates one image position at the scene's local height, as the batch step does. Fractions and

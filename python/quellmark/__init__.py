@@ -39,11 +39,11 @@ Progress = Callable[[int, int], Any]
 
 
 class PointStatus(enum.IntEnum):
-    """The status of one point. With the first three its values are numbers, with the others NaN."""
+    """The status of one point. The first three mean that it has an answer; the others mean NaN."""
 
     FOUND = 0
     LAYOVER = 1  # the highest of several places on the terrain
-    NO_TERRAIN = 2  # at the scene's height, as the DEM has none there
+    NO_TERRAIN = 2  # at the scene's height, because the DEM has none there
     NO_INTERSECTION = 3  # no visible ground on the look side has this range
     BEYOND_ORBIT = 4  # the orbit does not cover the time
     WRONG_SIDE = 5  # not on the side of the antenna

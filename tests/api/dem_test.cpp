@@ -49,8 +49,8 @@ TEST(Dem, GivesTheHeightsOfItsTerrain) {
     ASSERT_EQ(status[i], HeightStatus::kFound) << longitudes[i];
     const double expected = test::TerrainHeight(terrain, longitudes[i], latitudes[i]);
     EXPECT_NEAR(heights[i], expected, 1e-9);
-    // Single points have the same bits, and so has the same place with longitudes turned by 360
-    // degrees.
+    // A single look-up returns the same bits. Whole turns of the longitude change only
+    // the rounding.
     EXPECT_EQ(dem.HeightAt(longitudes[i], latitudes[i]), heights[i]);
     EXPECT_NEAR(dem.HeightAt(longitudes[i] + 360.0, latitudes[i]), expected, 1e-7);
     EXPECT_NEAR(dem.HeightAt(longitudes[i] - 720.0, latitudes[i]), expected, 1e-7);

@@ -86,7 +86,7 @@ TEST(ImageToGround, GridsPointsAndSinglePointsAgree) {
       EXPECT_NEAR(of_grid.rate[k] / single.fm_rate, 1.0, 1e-12);
       EXPECT_LE(of_grid.longitude[k], 180.0);
     }
-    // And back.
+    // From the ground back to the image.
     scene.ImageToGround(grid, of_grid.Points(), {.height_m = 300.0});
     std::vector<double> azimuth(grid.Size());
     scene.GroundToImage(of_grid.longitude, of_grid.latitude, of_grid.height,
@@ -129,7 +129,7 @@ TEST(ImageToGround, OnADemThePointsLieOnItsTerrain) {
     }
     EXPECT_NEAR(dem.HeightAt(ground.longitude[k], ground.latitude[k]), ground.height[k], 2e-3);
   }
-  // The same points are the same in pieces and one by one.
+  // A point has the same result alone as in the grid.
   for (const std::size_t k : {0UL, 700UL, grid.Size() - 1}) {
     const double sample = static_cast<double>(k % 41) * grid.sample_step;
     const double line = static_cast<double>(k / 41) * grid.line_step;
@@ -138,7 +138,7 @@ TEST(ImageToGround, OnADemThePointsLieOnItsTerrain) {
                         {.dem = &dem});
     EXPECT_NEAR(longitude, ground.longitude[k], 1e-7);
   }
-  // Far away from the DEM.
+  // This scene is far away from the DEM.
   EXPECT_EQ(Scene::Open(kPools[1])
                 .ImageToGround({.samples = 3, .lines = 3}, {}, {.dem = &dem})
                 .Of(PointStatus::kNoTerrain),

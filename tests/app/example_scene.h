@@ -33,7 +33,7 @@ using TableRow = std::map<std::string, std::string>;
                                 const std::string& value);
 /// `text` as the value of a "STR".
 [[nodiscard]] std::string Quoted(const std::string& text);
-/// `pool` without `key`: its entry has another name.
+/// `pool` without the entry `key`, which gets another name.
 [[nodiscard]] std::string Without(std::string pool, const std::string& key);
 
 /// The value of a scalar entry as text; "" when the key is missing.

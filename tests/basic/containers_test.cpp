@@ -18,8 +18,8 @@
 
 namespace {
 
-// Counts its live objects and fails on demand: the copy after `copies_left` throws, and while
-// `no_memory` is set there is no storage for arrays of it.
+// Counts its live objects and fails on demand: after `copies_left` copies the next one throws, and
+// while `no_memory` is set, arrays of it get no memory.
 struct Tracked {
   int value;
 
@@ -58,7 +58,7 @@ class Containers : public testing::Test {
 
 using RangeInt = RANGE<int>;
 
-// Range and elements.
+// Whether the ranges and the elements of two arrays are equal.
 template <class T>
 bool Same(const ARRAY<T>& a, const ARRAY<T>& b) {
   return a.Range() == b.Range() && std::ranges::equal(a.Elements(), b.Elements());
@@ -275,7 +275,7 @@ TEST_F(Containers, SubArrayRefusesAssignment) {
   View right(points, 1, 3);
   EXPECT_FAILS(right = left, ERROR_NOT_IMPLEMENTED,
                "never call: SUB_ARRAY<T>::operator=( const SUB_ARRAY< T >& )\n");
-  EXPECT_EQ(right[1].Y(), 0.0);  // they are copied before the throw, even if views overlap
+  EXPECT_EQ(right[1].Y(), 0.0);  // copied before the throw, though the views overlap
   EXPECT_EQ(right[3].Y(), 20.0);
   // If the lengths differ, the shorter one counts.
   View shorter(points, 2, 2);

@@ -53,7 +53,7 @@ TYPED_TEST(AnyEnumeration, HasTheValuesAndNamesOfItsRow) {
   EXPECT_EQ(value.Id(), last);
 }
 
-// The text of the value that a text is read as; "" if it is refused.
+// Returns the text of the value as which `text` is read, or "" if it is refused.
 template <class Enumeration>
 std::string Taken(const char* text, bool strict) {
   try {

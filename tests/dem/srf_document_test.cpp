@@ -146,7 +146,7 @@ TEST_F(SrfDocument, TileAcrossTheAntimeridian) {
 }
 
 TEST_F(SrfDocument, WholeGlobeWithoutCorners) {
-  // One file of 36 x 18 values: no corners in its descriptor.
+  // One file of 36 x 18 values, whose descriptor has no corners.
   const TestDem dem{.tiles = {{-18, 8, 17, -9}}, .resolution_arcsec = 36000};
   WriteDem(directory_, dem);
   const std::string path = directory_ / "dem.pool";
@@ -271,7 +271,8 @@ TEST_F(SrfDocument, MissingCornersLeaveTheHeightToTheOthers) {
       EXPECT_NEAR(height, sum / weights, kHeightTolerance_m);
       EXPECT_EQ(HeightReader(document).At(lon, lat).height_m, height);
     }
-    // On a missing grid point the other points have weight 0, and the nearest one is the height.
+    // At the place of a missing grid point, all other points have weight 0. The height is then that
+    // of the nearest one.
     SRF_DOCUMENT three = Open(dem, true, {{104, 54}, {105, 54}});
     EXPECT_EQ(three.GetElevationInterpolated(52.0, 27.0), TerrainAt(104, 55));
 
@@ -378,7 +379,7 @@ TEST_F(SrfDocument, DescriptorsThatAreRefused) {
 }
 
 TEST_F(SrfDocument, TheCornersAloneSayHowLargeTheGridIs) {
-  // Width and height of the header are not examined. Several pages must be mapped.
+  // The width and height in the header are not examined. The tile is larger than a page of memory.
   const TestDem large{.tiles = {{0, 99, 99, 0}}};
   const std::string path = WriteDem(directory_, large);
   WriteFile(TilePath(), SrfHeaderBytes(0, 0, 1) + ReadFile(TilePath()).substr(32));

@@ -111,7 +111,7 @@ SRF_DOCUMENT OpenHills(const TempDir& directory, bool fast) {
   return SRF_DOCUMENT(DEM_DESCRIPTOR::ReadFromFile(WriteDem(directory, hills)), fast);
 }
 
-// With the ellipsoid of every geometry here.
+// Uses the ellipsoid that all geometries in this file have.
 geo::GeodeticPoint ToGeodetic(const Vector& point) {
   const double a = Geometry().requator, b = Geometry().rpole;
   return geo::ToGeodetic({a, b, a * a, b * b}, point);
@@ -181,7 +181,7 @@ TEST(GeolocationDem, FlatTerrainAndItsTrace) {
   }
 }
 
-// Terrain that the bracket does not reach, and a missing value, which counts as a depth.
+// Terrain that the bracket does not reach, and a missing value, which counts as a height far below.
 TEST(GeolocationDem, NoSignChange) {
   const Geometry g{.sat_pos = {5089512, 399243, 4892496},
                    .sat_vel = {-4452, -3500.5, 4917},
@@ -238,7 +238,8 @@ TEST(GeolocationDem, BracketTakesTheHeightsOfThePoints) {
   }
 }
 
-// The bisections of [-500, 9000] until the middle is within 1 m of the terrain.
+// The number of steps must be that of bisections of [-500, 9000] until the middle is within 1 m of
+// the terrain.
 TEST(GeolocationDem, StopsAtTheToleranceOfOneMetre) {
   for (double terrain = 100.0; terrain < 1100.0; terrain += 37.3) {
     SCOPED_TRACE(terrain);
@@ -285,7 +286,8 @@ TEST(GeolocationDem, HeightsAreAsGoodAsTheDegree) {
   }
 }
 
-// No step meets this cliff: all 21 steps are made, and the last one counts.
+// No trial height is within the tolerance at this cliff, so all 21 steps are made and the last one
+// is the result.
 TEST(GeolocationDem, CliffTakesAllIterations) {
   const Geometry g = OverTheHills();
   const double edge = LocateAtHeight(g, 1000.0).longitude;

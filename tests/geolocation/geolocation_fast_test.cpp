@@ -40,7 +40,7 @@ geo::GroundPoint Solve(const Geometry& g) {
 // Difference of two angles in degrees, across the full circle.
 double Apart(double a, double b) { return std::abs(std::remainder(a - b, 360.0)); }
 
-// The inputs in the order of the input dump, with the names that the tables use.
+// The inputs in the order in which a failure logs them, with the names that the tables use.
 double& Input(Geometry& g, std::size_t i) {
   const std::array<double*, 12> inputs = {&g.look,      &g.height,    &g.rpole,     &g.requator,
                                           &g.fast_time, &g.sat_pos.x, &g.sat_pos.y, &g.sat_pos.z,
@@ -50,8 +50,8 @@ double& Input(Geometry& g, std::size_t i) {
 constexpr std::array<std::string_view, 12> kInputNames = {
     "look", "height", "rpole", "requator", "fast_time", "px", "py", "pz", "vx", "vy", "vz", "d"};
 
-// 35 degrees off the nadir of a sensor 622 km above the equator, except for inputs with a name and
-// value here.
+// A point 35 degrees off the nadir of a sensor 622 km above the equator. `inputs` has the names and
+// values of the inputs that differ from this.
 Geometry Plain(const std::string& inputs = "") {
   Geometry g{.sat_pos = {7e6, 0.1, -3.0}, .sat_vel = {0.5, -1.0, 7500.0}, .fast_time = 0.0052};
   std::istringstream words(inputs);
@@ -118,7 +118,7 @@ TEST(GeolocationFast, HeadingsOverThePolesAndAtTheSeams) {
   }
 }
 
-// Zeros and tiny components decide between 0 and 360, 90 and 270.
+// The sign of zero or a tiny component must not turn 0 degrees into 360, or 90 into 270.
 TEST(GeolocationFast, AnglesAtTheSeams) {
   const Geometry g = MakeGeometry(0.0, 0.0, 0.0, 30.0 * kDegree);
   const geo::RangeDopplerQuery query = QueryOf(g);
@@ -179,9 +179,8 @@ TEST(GeolocationFast, FailuresHaveTheirLines) {
   }
 }
 
-// The polar radius without the height is the limit.
-// Heights that are solved together must have the same bits and messages as one after the other,
-// even if the range is too short for some of them.
+// Heights that are solved together must have the same bits and messages as heights that are
+// solved one after the other, even if the range is too short for some of them.
 TEST(GeolocationFast, HeightsTogetherEqualHeightsAlone) {
   RandomGeometries random(4);
   int failed = 0;
@@ -216,6 +215,7 @@ TEST(GeolocationFast, HeightsTogetherEqualHeightsAlone) {
   EXPECT_GE(failed, 20);
 }
 
+// A sensor at the polar radius is accepted, because the height does not raise this limit.
 TEST(GeolocationFast, SensorBelowTheRaisedEllipsoid) {
   EXPECT_NO_THROW(
       Locate(Plain("px 0 py 0 pz 6356752.315 vx 7500 vy 0 vz 0 height 1000 fast_time 1.3e-5")));

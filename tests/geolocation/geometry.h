@@ -32,7 +32,7 @@ struct Located {
   friend bool operator==(const Located&, const Located&) = default;
 };
 
-/// The reference that geolocation_fast() returns.
+/// Locates into `l`, and returns the reference that geolocation_fast() returns.
 inline const double& LocateInto(Located& l, const Geometry& g) {
   GEOLOCATION_WORKSPACE workspace;
   const double& place = geolocation_fast(workspace, g.sat_pos, g.sat_vel, l.ground, l.heading,
@@ -48,7 +48,7 @@ inline Located Locate(const Geometry& g) {
   return located;
 }
 
-/// Unit vectors of a longitude and latitude.
+/// The unit vectors up, north and east at a longitude and latitude [rad].
 struct LocalAxes {
   VECTOR_3D<double> up, north, east;
   LocalAxes(double longitude, double latitude)

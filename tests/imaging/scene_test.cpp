@@ -110,7 +110,7 @@ struct Truth {
   const char* interpolation;
   HeightModel model;     // the meaning of heights in the product
   double position_m;     // accuracy of the data: see the notes of scenes and products
-  double incidence_deg;  // the incidence in the scenes comes from the same orbits
+  double incidence_deg;  // small, because the tables' angles come from the same orbits
 };
 
 constexpr HeightModel kGeodetic = HeightModel::kGeodetic;
@@ -122,8 +122,8 @@ constexpr Truth kShipped[] = {{"s1b_iw_grd_alps", "localhermite_7_4", kGeodetic,
                               {"s1a_s3_slc_comoros", "localpolynom_7_8", kGeodetic, 0.91, 3e-6},
                               {"s1a_iw1_slc_quebec", "localhermite_7_4", kGeodetic, 0.015, 8e-8},
                               {"s1a_iw1_slc_quebec", "localpolynom_7_8", kGeodetic, 0.015, 8e-8}};
-// The last but one is limited by noise in the downlinked state vectors, the one before by an
-// unexplained shift.
+// Noise in the downlinked state vectors limits the accuracy of rcm3_fsl27_grd, and an unexplained
+// shift that of rcm2_16m5_grd.
 constexpr Truth kProducts[] = {{"tdx1_sm_20210805", "localpolynom_7_8", kRaised, 1e-5, 1e-7},
                                {"tdx1_sm_20210805", "localhermite_7_4", kRaised, 0.03, 1e-6},
                                {"iceye_x7_sm_right", "localhermite_7_4", kGeodetic, 0.01, 3e-7},
@@ -198,7 +198,8 @@ double WorstDistanceOfStep(Scene& scene, const TruthTable& t) {
 }
 
 // Prints a row for scripts/accuracy.sh: scene, interpolation, points, worst distances [m] at
-// geodetic heights, on the raised ellipsoid and of the batch step's floats, what the data allow.
+// geodetic heights, on the raised ellipsoid and of the batch step's floats, and the bound that the
+// data allow.
 void CheckTruth(const std::string& pool, const std::string& table, const Truth& truth) {
   SCOPED_TRACE(truth.scene);
   Scene scene(pool, truth.interpolation);

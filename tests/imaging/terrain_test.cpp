@@ -69,7 +69,8 @@ struct Meeting {
   bool clear = false;  // false if the ray nearly touches the terrain: steps might miss that
 };
 
-// Tries all heights from top to bottom in small steps, by the routine for a height per point.
+// Tries all heights from top to bottom in small steps, by the routine that takes a height for each
+// point.
 Meeting SearchDensely(const View& view, const TerrainGrid& grid, double sample, double line) {
   constexpr double kStep_m = 0.5;
   const auto [low, high] = grid.Range();
@@ -181,7 +182,7 @@ TEST(Terrain, PlacesOnTheTerrainComeBack) {
   EXPECT_GE(came_back, 2000);
 }
 
-// Flat ground with a void, a step and an edge. Points in the void or beyond the edge must be
+// Flat ground with a void and an edge. Points in the void or beyond the edge must be
 // reported and located at the local height.
 TEST(Terrain, VoidsAndEdges) {
   View view(10.0, 46.0, 77.0, 38.0);
@@ -231,7 +232,7 @@ TEST(Terrain, ReadsTilesOfADem) {
                   1e-6);
     }
   }
-  // Beyond the tiles there is nothing, nor in a cell of which they hold two corners alone.
+  // There is no height beyond the tiles, nor in a cell of which the tiles have only two corners.
   for (const double column : {120.0, 100.25, 149.75}) {
     EXPECT_TRUE(std::isnan(grid.HeightAt(column / 1200.0, 0.0))) << column;
   }

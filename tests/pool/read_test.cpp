@@ -153,8 +153,9 @@ TEST(PoolRead, PhysicalLines) {
   EXPECT_FALSE(pool.Has(key + "kk"));
 }
 
-// The look-up skips most lines without a look at them. Here it is compared with the rule, character
-// by character, in texts whose lines have all kinds of ends and lengths around the limits.
+// The look-up skips most lines without examining them. Here it is compared with a search that
+// applies the rules for lines to each character. The lines have all kinds of ends and lengths
+// around the limits.
 TEST(PoolRead, LookUpKeepsToTheLines) {
   std::mt19937 random(1);
   const auto pick = [&](std::size_t count) { return random() % count; };

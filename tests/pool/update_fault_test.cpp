@@ -137,7 +137,7 @@ bool CanFail(const Call& call) {
   return TakesDescriptor(call.number) || call.number == SYS_openat || call.number == SYS_unlink;
 }
 
-// Runs a child to its end. The fault strikes at call number `at` of those that it may strike at.
+// Runs a child to its end. Of the calls at which the fault may strike, it strikes at number `at`.
 class Tracer {
  public:
   Tracer(
@@ -353,7 +353,7 @@ class Disk {
   Disk(std::string old_text, std::string new_text)
       : old_(std::move(old_text)), new_(std::move(new_text)) {}
 
-  // The number of ways to lose both contents.
+  // Returns in how many ways a crash loses both the old and the new content.
   [[nodiscard]] int CountLosses(const Changes& changes) const {
     int losses = 0;
     for (std::size_t end = 0; end <= changes.size(); ++end) {

@@ -199,7 +199,7 @@ TEST(FatalSignal, WaitsUntilTheLogHasMoved) {
   std::this_thread::sleep_for(kMoment);
   ASSERT_EQ(::kill(child.Pid(), SIGTERM), 0);
   std::this_thread::sleep_for(kMoment);
-  // The child writes as soon as there is room: its lines may follow in either read.
+  // The child writes as soon as there is room, so either read may return its lines.
   std::string log = ReadWaiting(fifo);
   EXPECT_EQ(child.Wait().exit_status, 1);
   log += ReadWaiting(fifo);

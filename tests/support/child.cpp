@@ -47,7 +47,7 @@ Child::Child(const std::filesystem::path& directory, const std::function<int()>&
              Streams streams) {
   auto [ours, theirs] = OpenEnds(streams);
   end_ = std::move(ours);
-  EXPECT_EQ(std::fflush(nullptr), 0);  // or the child's exit writes it once more
+  EXPECT_EQ(std::fflush(nullptr), 0);  // else the child's exit would write it again
   pid_ = ::fork();
   EXPECT_GE(pid_, 0);
   if (pid_ != 0) return;

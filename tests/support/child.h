@@ -21,7 +21,7 @@ struct ProgramRun {
 };
 
 /// A forked process that runs `body` in `directory` and exits with what it returns. Its standard
-/// streams are one end of a socket, or of a terminal as for a person.
+/// streams are one end of a socket, or of a terminal as if a person had started it.
 class Child {
  public:
   enum class Streams { kSocket, kTerminal };

@@ -33,7 +33,8 @@ using Clock = std::chrono::steady_clock;
 
 constexpr const char* kSoftwareKey = "software_names";
 constexpr auto kPoll = std::chrono::milliseconds(200);
-// How long a run waits for the steps that a killed run has left. They might work on its scenes.
+// How long a run waits for the steps that a killed run has left behind, because they may still be
+// working on the same scenes.
 constexpr auto kPatience = std::chrono::seconds(60);
 // A disturbed scene waits before it is tried again, because a full disk takes time to recover.
 constexpr auto kRetryPause = std::chrono::seconds(1);
@@ -75,7 +76,7 @@ std::string FindStep(const std::string& wanted) {
   throw std::runtime_error(name + ": is not found; name the step with --step");
 }
 
-// Returns what the step has recorded of itself, one name per line.
+// Returns the names of software that the step has recorded in its log pool, one per line.
 std::string SoftwareIn(const std::string& log_pool) {
   std::string software;
   if (!fs::exists(log_pool)) return software;
@@ -118,7 +119,8 @@ class LogPoolWriter {
  private:
   LogPoolWriter(const std::string& path, std::size_t count)
       : path_(path), beside_(path + ".new"), file_(beside_, std::ios::binary | std::ios::trunc) {
-    // The beginning of the entry is that of one name, with the final count.
+    // The text of an entry with one name supplies the lines around the names; only its count is
+    // replaced by the final one.
     const std::string text = TextOf({1, {""}});
     const std::size_t line_end = text.find('\n');
     const std::size_t body = BodyBegin(text);
@@ -172,7 +174,8 @@ class SignalTaker {
     ::pthread_sigmask(SIG_BLOCK, &taken_, &before_);
   }
 
-  /// Waits for any signal, at most for the time of one poll. Returns whether it was one to stop.
+  /// Waits for a signal, but not longer than one poll. Returns whether a signal has come that asks
+  /// the run to stop.
   [[nodiscard]] bool IsStopComing() const {
     const timespec most{0, std::chrono::nanoseconds(kPoll).count()};
     const int signal = ::sigtimedwait(&taken_, nullptr, &most);
@@ -295,7 +298,7 @@ class Runner {
     while (running_.size() < most_running_) {
       std::optional<Task> task = NextTask();
       if (!task) return;
-      // The step would create a missing pool.
+      // The step would create a missing pool, so it is not started.
       if (StateOf(task->scene.path).bytes < 0) {
         Settle(*task, {SceneStatus::kFailed, "there is no such pool file", false}, 0.0);
         continue;
@@ -369,7 +372,7 @@ class Runner {
   Summary summary_;
   FileLock steps_lock_;  // held by the steps too, which may outlive a run that is killed
   std::size_t most_running_;
-  std::size_t next_ = 0;                                           // of the list
+  std::size_t next_ = 0;                                           // place in the list
   std::vector<bool> is_settled_;                                   // by place in the list
   std::unordered_map<std::size_t, std::string> earlier_software_;  // of rows that were dropped
   std::deque<Task> disturbed_;

@@ -14,7 +14,7 @@ namespace quellmark::batch {
 struct BatchOptions {
   std::string list;                     ///< a file of pool paths, "-" for standard input, a folder
   std::string out = "quellmark-batch";  ///< folder for the results; created if missing
-  std::string step;  ///< the program; if empty, the one beside this, else by PATH
+  std::string step;  ///< the program; if empty, the one beside qmtool, or else in PATH
   std::vector<std::string> parameters;  ///< passed to the step last, so they override others
   int jobs = 0;                         ///< scenes at a time; 0 for one per processor
   Part part;                            ///< which part of the list

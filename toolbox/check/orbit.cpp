@@ -20,7 +20,7 @@ using Coordinates = std::vector<Vector<double>>;
 // The state vectors of a pool.
 struct Samples {
   const Entry* epoch_entry = nullptr;
-  std::vector<double> epochs_s;  // from any zero
+  std::vector<double> epochs_s;  // after an arbitrary time
   const Entry* position_entry = nullptr;
   Coordinates positions;
   const Entry* velocity_entry = nullptr;

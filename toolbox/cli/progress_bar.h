@@ -18,7 +18,8 @@ class ProgressBar {
   /// `unit` is the plural of the counted things, such as "scenes".
   explicit ProgressBar(std::string unit, Elsewhere elsewhere = Elsewhere::kNothing);
 
-  /// `skipped` of `done` took no time. `note` is shown after the numbers.
+  /// `skipped` of the `done` things took no time, so they do not count for the rate. `note` is
+  /// shown after the numbers.
   void Show(std::size_t done, std::size_t total, std::size_t skipped, double seconds,
             const std::string& note = "");
   /// Ends the line of the bar.

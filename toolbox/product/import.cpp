@@ -101,8 +101,8 @@ void Keep(std::string Sentinel1Image::*member, const std::string& wanted, const 
   }
 }
 
-// The images of one swath in several polarisations have the same geometry, different swaths have
-// not.
+// Returns one of the images. Images of one swath in several polarisations have the same geometry,
+// so any of them will do; images of different swaths do not.
 Metadata Chosen(std::vector<Metadata> images, const ImportOptions& options, const std::string& path,
                 std::vector<std::string>& notes) {
   const bool is_choice = !images.front().image.swath.empty();
@@ -142,7 +142,7 @@ void CheckWithin(const std::string& file, const std::string& source, double valu
                         Significant(least, 6) + " and " + Significant(most, 6));
 }
 
-// Refuses numbers that no radar satellite has, because the product must be faulty.
+// Refuses numbers that no radar satellite has, because a product with such numbers is faulty.
 void CheckNumbers(const SceneDescription& scene, const std::string& file) {
   const auto check = [&](const Sourced<double>& number, double least, double most,
                          const char* unit) {
@@ -178,8 +178,9 @@ void CheckOrbit(const SceneDescription& scene, const std::string& file) {
   }
 }
 
-// Returns how far the step's interpolations turn the line of sight with this orbit. The noise of
-// neighbouring positions, divided by their distance in time, acts like noise of the velocity.
+// Returns how far, in metres, the step's points are off because of the orbit's noise. After an
+// interpolation, an error of the velocity turns the line of sight. The noise of neighbouring
+// positions, divided by the time between them, acts like noise of the velocity.
 double LocationError(const SceneDescription& scene, const OrbitFit& fit) {
   const std::vector<StateVector>& orbit = scene.orbit.value;
   const double spacing_s =
@@ -192,8 +193,8 @@ double LocationError(const SceneDescription& scene, const OrbitFit& fit) {
          std::hypot(fit.velocity_misfit_m_s, 2.0 * fit.position_misfit_m / spacing_s);
 }
 
-// Returns the state vectors that matter for the scene. For smoothing these are those of some
-// minutes, which average the noise; for the judgement, those that an interpolation uses.
+// Returns the state vectors that matter for the scene. Smoothing needs the vectors of some minutes,
+// so that the noise averages out. The judgement needs only those that an interpolation uses.
 std::vector<StateVector> Near(const SceneDescription& scene, bool is_to_smooth) {
   constexpr double kMargin_s = 300.0;
   constexpr std::ptrdiff_t kBeyond = 4;

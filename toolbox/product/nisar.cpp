@@ -169,7 +169,8 @@ SceneDescription ReadFile(const std::filesystem::path& path) {
 }
 
 // The HDF5 library reads beyond its buffers in some damaged files, and never ends with others. So a
-// process of its own reads the file first; it tells nothing, but it may crash.
+// child process reads the file first. It reports no failure of the file, but it may crash or be
+// ended without harm.
 void Rehearse(const std::filesystem::path& path) {
   const pid_t child = ::fork();
   if (child < 0) throw ImportError(path, "", "no process can be started to try the file");
@@ -184,7 +185,7 @@ void Rehearse(const std::filesystem::path& path) {
     try {
       static_cast<void>(ReadFile(path));
     } catch (const std::exception&) {
-      // It comes again in the process that can tell it.
+      // The parent process gets the same exception when it reads the file, and reports it.
     }
     ::_exit(0);
   }

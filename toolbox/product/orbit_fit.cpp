@@ -28,7 +28,7 @@ constexpr int kWeightRounds = 8;
 // constant error, as in quick-look orbits, cannot outweigh the positions.
 constexpr double kLeastPosition_m = 0.01;
 constexpr double kLeastVelocity_m_s = 0.003;
-// A scatter so large that only the other kind of data counts.
+// With a scatter as large as this, positions (or velocities) have no weight beside the other kind.
 constexpr double kMostPosition_m = 10.0;
 constexpr double kMostVelocity_m_s = 1.0;
 
@@ -146,8 +146,8 @@ class Fitter {
     }
   }
 
-  // Moves the arc until the straight line through the remaining differences vanishes. Returns false
-  // if this does not converge.
+  // Moves the arc until the straight line that is fitted to the remaining differences is zero.
+  // Returns false if this does not converge.
   bool FindArc() {
     const auto nearest = static_cast<std::size_t>(
         std::ranges::min_element(times_s_, {}, [](double t) { return std::abs(t); }) -
@@ -185,7 +185,7 @@ class Fitter {
     return std::isfinite(position_m_) && std::isfinite(velocity_m_s_);
   }
 
-  // Schwarz's criterion. The smallest value belongs to the best degree.
+  // Returns Schwarz's criterion, which is smallest for the best degree.
   [[nodiscard]] double Criterion() const {
     const double n = 3.0 * static_cast<double>(times_s_.size());
     return 2.0 * n * (std::log(position_m_) + std::log(velocity_m_s_)) +

@@ -85,7 +85,7 @@ class Writer {
 std::string Quoted(const std::string& text) { return '"' + text + '"'; }
 
 // Rounds an epoch to the microsecond, because the step reads no more digits, and moves the position
-// along by up to 8 mm. The curvature of the path is 1e-12 m in that time.
+// along the velocity by up to 8 mm. Over this distance the path bends by only 1e-12 m.
 StateVector OnMicrosecond(StateVector vector) {
   const UtcTime rounded = RoundedToMicrosecond(vector.time);
   const double shift_s = SecondsBetween(vector.time, rounded);

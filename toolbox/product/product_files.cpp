@@ -16,7 +16,8 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// A product has some hundred files. The limit is for a wrong folder, which might be the whole disk.
+// A product has some hundred files. The limit ends the search in a folder that is no product, such
+// as the root of a disk.
 constexpr std::size_t kMostFiles = 100'000;
 constexpr int kDeepestFolder = 6;
 

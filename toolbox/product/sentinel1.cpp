@@ -107,9 +107,9 @@ void RemarkBursts(const XmlElement& root, SceneDescription& scene) {
                           Fixed(largest_s, 2) + " s.");
 }
 
-// Sets the range times of a ground range product from its grid, which has the true times. The first
-// time of a line hardly changes along the image, but the last one does. The one of the last line is
-// used, which is also the last point that is located.
+// Sets the range times of a ground range product from its grid, which has the true times. The range
+// time at the beginning of a line is nearly the same in all lines, but the one at the end is not.
+// That of the last line is used; it belongs to a corner of the image.
 void SetGridRange(const std::vector<GridPoint>& grid, const XmlElement& root,
                   SceneDescription& scene) {
   const GridPoint& last = grid.back();

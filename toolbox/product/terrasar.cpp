@@ -55,7 +55,7 @@ double Delay(const XmlElement& georeference, const char* path) {
   return sum_s;
 }
 
-// Subtracts the delays, because the times in the annotation are those of echoes through the
+// Subtracts the delays, because the times in the annotation include the delays of the echoes in the
 // atmosphere.
 void TakeDelaysOff(const ProductFiles& files, const std::string& name, SceneDescription& scene) {
   const std::string beside =

@@ -24,7 +24,7 @@ constexpr year_month_day Day(int year, unsigned month, unsigned day) {
   return std::chrono::year{year} / static_cast<int>(month) / static_cast<int>(day);
 }
 
-// Only midnights since 2006 matter, when the first of these satellites was launched.
+// Earlier midnights do not matter, because the first of these satellites was launched in 2006.
 constexpr std::array kMidnightsOfInsertedSeconds = {
     SecondsOfMidnight(Day(2006, 1, 1)), SecondsOfMidnight(Day(2009, 1, 1)),
     SecondsOfMidnight(Day(2012, 7, 1)), SecondsOfMidnight(Day(2012, 7, 2)),

@@ -31,7 +31,7 @@ struct UtcTime {
 [[nodiscard]] double SecondsBetween(const UtcTime& start, const UtcTime& end);
 
 [[nodiscard]] UtcTime RoundedToMicrosecond(const UtcTime& time);
-/// The beginning of the minute.
+/// Returns the beginning of the minute of a time.
 [[nodiscard]] UtcTime WholeMinute(const UtcTime& time);
 
 /// Returns the first midnight between the two times at which UTC had a leap second or at which the

@@ -30,7 +30,7 @@ class XmlElement {
   /// Returns the first element on `path`.
   [[nodiscard]] XmlElement Child(std::string_view path) const;
   [[nodiscard]] bool Has(std::string_view path) const;
-  /// Returns all elements on `path` within the first parent of each name, at least one.
+  /// Returns Child(path) and its later siblings of the same name.
   [[nodiscard]] std::vector<XmlElement> Children(std::string_view path) const;
   [[nodiscard]] std::size_t CountOf(std::string_view path) const;
 

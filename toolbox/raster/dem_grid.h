@@ -19,7 +19,8 @@ struct PixelPlaces {
   std::int64_t rows = 0;
 };
 
-/// The position of index i of a DEM's grid: at i steps, or at i + 1/2 steps.
+/// The position of index i of a DEM's grid: at i steps (kPixelCentre) or i + 1/2 steps
+/// (kPixelEdge).
 enum class Annotation { kPixelCentre, kPixelEdge };
 
 /// A raster in the grid of a DEM: pixel (column, row) has the indices (west_index + column,

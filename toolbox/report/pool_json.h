@@ -17,14 +17,14 @@ namespace quellmark::report {
 ///  - matrices as {"first_row": R, "rows": N, "first_column": C, "columns": M, "values": [...]},
 ///    row by row
 [[nodiscard]] nlohmann::ordered_json JsonOf(const Value& value);
-/// The inverse. Throws std::runtime_error for JSON that is not a value of this type.
+/// The inverse of JsonOf(). Throws std::runtime_error for JSON that is not a value of this type.
 [[nodiscard]] Value ValueFromJson(const nlohmann::ordered_json& json, ValueType type);
 
-/// {"entries": [{"key": K, "type": T, "value": V, "comments": [...]}, ...]} in the order of the
-/// file, without repeated entries of a key. Throws PoolError for an entry that cannot be read.
+/// Returns {"entries": [{"key": K, "type": T, "value": V, "comments": [...]}, ...]} in the order of
+/// the file, without repeated entries of a key. Throws PoolError for an entry that cannot be read.
 [[nodiscard]] nlohmann::ordered_json JsonOf(const Pool& pool);
-/// The inverse. Throws std::runtime_error for other JSON, and PoolError for a value that no pool
-/// can hold.
+/// The inverse of JsonOf(). Throws std::runtime_error for other JSON, and PoolError for a value
+/// that no pool can hold.
 [[nodiscard]] PoolEditor EditorFromJson(const nlohmann::ordered_json& json);
 
 /// Returns a text of any bytes as a JSON text or {"latin1": TEXT}.

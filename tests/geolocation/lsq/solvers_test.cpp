@@ -134,7 +134,7 @@ struct FitCase {
 // parameters from which it started.
 template <class T>
 void ExpectFitted(const FitCase<T>& fit, const ARRAY<T>& before) {
-  QuadMatrix design, residuals;  // in units of the deviations; kept parameters have no design
+  QuadMatrix design, residuals;  // divided by the deviations; kept parameters have zeros
   Quad chisq = 0;
   for (int i = 1; i <= fit.x.Length(); ++i) {
     Quad residual = ToQuad(fit.y[i]) / ToQuad(fit.sig[i]);
@@ -153,7 +153,7 @@ void ExpectFitted(const FitCase<T>& fit, const ARRAY<T>& before) {
     if (fit.ia.Elements()[j] != 0) continue;
     EXPECT_EQ(fit.a.Elements()[j], before.Elements()[j]);
     normal[j][j] += 1;
-    covariance[j][j] += 1;  // zero before, if the product below is the identity
+    covariance[j][j] += 1;  // was zero if the product below is the identity
   }
   // The normal equations square the condition of the basis. The sums over the samples add their
   // share to the error of the elimination.
@@ -178,7 +178,7 @@ TYPED_TEST(Solvers, FitIsAsGoodAsTheNormalEquations) {
     y[i] = T(3) - x[i] + T(2) * x[i] * x[i] + noise(i, 1);
   }
   const ARRAY<T> start(1, {T(2.5), T(-1), T(1.5), T(0.25)});
-  for (int kept = 0; kept < 15; ++kept) {  // every choice of parameters but none
+  for (int kept = 0; kept < 15; ++kept) {  // one bit each; not all four are kept
     SCOPED_TRACE(kept);
     ARRAY<int> ia(RANGE<int>(1, 4));
     for (int j = 0; j < 4; ++j) ia[j + 1] = (kept >> j & 1) == 0 ? j - 4 : 0;

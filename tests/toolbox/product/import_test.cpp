@@ -72,7 +72,8 @@ TEST(Import, PoolsTellWhatIsApproximate) {
         std::string(row.remark) == "Copyright" ? "Made for a test" : row.remark;
     EXPECT_NE(pool.find(wanted), std::string::npos) << row.kind;
   }
-  // A bend of a tenth moves the middle of the swath by 0.1/4 of its depth.
+  // The made product bends ground range by a tenth, so the middle of the swath is off by 0.1 / 4 of
+  // the swath's depth.
   const ProductFolder folder(MakeProduct("rcm grd"));
   const SceneDescription scene = ImportProduct(folder.Path(), {}).scene;
   const double depth_m =

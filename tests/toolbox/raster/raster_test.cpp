@@ -152,7 +152,7 @@ TEST(DemImport, EveryHeightOfARasterIsKept) {
     SRF_DOCUMENT step_dem(DEM_DESCRIPTOR::ReadFromFile(STRING(folder / "test.dem")), true);
     EXPECT_EQ(step_dem.IsFast(), result.type == HeightType::kInt16 && result.tiles == 1);
     EXPECT_EQ(result.missing, row.raster.missing_column < 0 ? 0 : TestRaster::kRows);
-    // The outermost posts have no cell on their outer side.
+    // The outermost grid points are left out, because they have no cell on their outer side.
     for (int j = 1; j + 1 < TestRaster::kRows; ++j) {
       for (int i = 1; i + 1 < TestRaster::kColumns; ++i) {
         if (std::abs(i - row.raster.missing_column) <= 1 && row.raster.missing_column >= 0)
@@ -198,7 +198,7 @@ TEST(DemImport, OthersAreResampledOrRefused) {
     }
     EXPECT_FALSE(std::filesystem::exists(folder / "no.dem"));
   }
-  // With a geoid of 100 m + 7 m per column ... above the ellipsoid, the heights are the sums.
+  // A second raster of the same heights is used as the geoid, so every height is the sum of both.
   TestRaster{9.0, 46.0, d, GDT_Float32}.Write(folder / "undulation.tif");
   static_cast<void>(
       ImportDem({{folder / "geoid.tif"}, folder / "sum.dem", 0, folder / "undulation.tif"}, {}));

@@ -33,8 +33,9 @@ Vector3 DirectionOf(const LonLat& place) {
   return {std::cos(lat) * std::cos(lon), std::cos(lat) * std::sin(lon), std::sin(lat)};
 }
 
-// Where a place is to be painted, in kilometres from the centre: its chord from there, in the
-// direction of its azimuth there.
+// Returns where a place must be painted, in kilometres from the centre: as far away as the chord
+// from the centre to the place is long, in the direction of the azimuth from the centre to the
+// place.
 std::array<double, 2> OnMap(const LonLat& place, const LonLat& centre) {
   const Vector3 up = DirectionOf(centre);
   const Vector3 north = DirectionOf({centre.longitude_deg, centre.latitude_deg + 90.0});
@@ -117,7 +118,7 @@ bool IsNear(const Colour& a, const Colour& b) {
                    std::abs(a.blue - b.blue)}) <= kMost;
 }
 
-// Whether a pixel is land or sea under one of a scene's strips.
+// Whether a pixel has the colour of land or sea, tinted by one of the strips of a scene.
 bool IsTinted(const Colour& pixel, const Colour& scene) {
   for (const Colour& ground : {Colour{0xE6, 0xF0, 0xF7}, Colour{0xF3, 0xEF, 0xE4}}) {
     for (double part = 0.18; part <= 0.5; part += 0.01) {
@@ -133,10 +134,10 @@ bool IsTinted(const Colour& pixel, const Colour& scene) {
   return false;
 }
 
-// What the browser made of a page.
+// A page as the browser has painted it.
 class PaintedPage {
  public:
-  // `log` is what the page's script has told: the map's rectangle on the screen and its view box.
+  // `log` is what the page's script has logged: the map's rectangle on the screen and its view box.
   PaintedPage(const std::string& picture, const std::string& log)
       : picture_(GDALDataset::Open(picture.c_str())) {
     EXPECT_EQ(std::sscanf(log.c_str(), "%lf %lf %lf %lf %lf %lf %lf %lf", &left_, &top_, &width_,
@@ -171,7 +172,8 @@ class PaintedPage {
   std::array<double, 4> box_{};
 };
 
-// The share of positions of an image, as parts of its width and height, whose pixels are tinted.
+// Returns the share of the positions whose pixels are tinted. Positions are fractions of the
+// image's width and height.
 double TintedPart(const PaintedPage& page, const Scene& scene, const LonLat& centre,
                   const Colour& colour, const std::vector<std::array<double, 2>>& positions) {
   int tinted = 0;

@@ -7,9 +7,10 @@ the npm package world-atlas 2.0.2:
     npm pack world-atlas@2.0.2 && tar xzf world-atlas-2.0.2.tgz
     make_coastline.py package/land-50m.json coastline.txt
 
-One ring a line: hundredths of a degree, the first point as "longitude latitude", each further one as
-the difference from the one before it. Land lies to the right of a ring. Points that lie closer than
-0.03 degrees to the line between their neighbours are left out, and so are islands below 0.1 degrees.
+Each line is one ring, in hundredths of a degree: the first point as "longitude latitude", each
+further point as the difference from the one before it. Land lies to the right of a ring. Points
+that lie closer than 0.03 degrees to the line between their neighbours are left out, and so are
+islands below 0.1 degrees.
 """
 
 import json
