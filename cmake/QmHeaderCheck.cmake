@@ -1,6 +1,7 @@
 # qm_add_header_check(<name> FOLDERS <folder>... DEPENDS <target>...)
 #   Compiles every header of the folders alone, so that none depends on earlier includes.
-#   If QM_CHECK_HEADERS is off, the target does not exist; of several builds, only one needs it.
+#   If QM_CHECK_HEADERS is off, the target does not exist. Of several builds, one with the target is
+#   enough.
 function(qm_add_header_check name)
   cmake_parse_arguments(ARG "" "" "FOLDERS;DEPENDS" ${ARGN})
   if(NOT QM_CHECK_HEADERS)

@@ -69,10 +69,10 @@ struct Location {
 
 /// Solves the equations for `query` with its frame and ellipsoid. Returns the solution on the look
 /// side that is not beyond the horizon. The error of the point is about the rounding of the
-/// sensor's radius, multiplied by the cotangent of the look angle (docs/geometry.md). Throws
-/// ERROR_DATA if range, Doppler plane and ellipsoid do not meet or the iteration does not converge
-/// in time, and ERROR_ALGORITHM if the point is undefined (a NaN or an overflow on the way).
-/// Allocates nothing unless it fails or the log is at level kTrace.
+/// sensor's radius, multiplied by the cotangent of the look angle. Throws ERROR_DATA if range,
+/// Doppler plane and ellipsoid do not meet or the iteration does not converge in time, and
+/// ERROR_ALGORITHM if the point is undefined (a NaN or an overflow on the way). Allocates nothing
+/// unless it fails or the log is at level kTrace.
 [[nodiscard]] GroundPoint LocateOnEllipsoid(const RangeDopplerQuery& query, const LocalFrame& frame,
                                             const RaisedEllipsoid& ellipsoid);
 

@@ -23,8 +23,8 @@ constexpr double kHalfSpeedOfLight_ms = 0.5 * basic::kSpeedOfLight_ms;
 constexpr double kLongitudeLimit_deg = 1e9;
 // Rounding may put a point at the end of the covered times this far beyond it.
 constexpr double kTimeSlack_s = 1e-9;
-// Two steps are enough for the times of an image. 60 halvings reduce a bracket of 1500 s to its
-// last bit.
+// The limit of the slow search, which is for points whose two Newton steps were not enough. One
+// third of its steps are halvings, which alone reduce a bracket of 1500 s to 2e-7 s.
 constexpr int kSlowSteps = 100;
 
 VECTOR_3D<double> TargetOf(const LaneTargets& t, int lane) {

@@ -26,8 +26,8 @@ using basic::kSpeedOfLight_ms;
 
 // The azimuth time between the two ground points of a zero-Doppler velocity.
 constexpr double kVelocityStep_s = 0.01;
-// From this number of points per line on, a batch of one line is faster than a state for each
-// point.
+// From this number of points per line on, batches whose points lie in one line and share its state
+// are faster than batches with a state for each point.
 constexpr std::size_t kSharedFrom = kLanes / 2;
 
 // The quantities that the outputs request.

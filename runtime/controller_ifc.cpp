@@ -317,8 +317,8 @@ void CONTROLLER_IFC::OpenConfigurationFile() {
 }
 
 void CONTROLLER_IFC::MoveLog() {
-  // "pid" is looked up again, because it may stand in the configuration file. From there it cannot
-  // name the process any more, but the log still gets a name instead of staying temporary.
+  // "pid" is looked up again, because it may stand in the configuration file. That file is opened
+  // too late to name the process, but a "pid" in it still makes the log a permanent file.
   std::string path;
   PathBuffer log_file;
   if (GetOptionalParameter("lfn", path)) {

@@ -44,9 +44,10 @@ class CONTROLLER_IFC {
   /// Starts up: installs the handler of the fatal signals, finds process name, configuration file,
   /// log file and thresholds, ends the process with status 2 if there is a STOP file, and leaves
   /// the ERROR status file. Must be called before anything else; `argv` must outlive the
-  /// controller. Allocates nothing before the paths of the status files are known, so that a lack
-  /// of memory is reported there. With a `message_mode` other than 0, a fatal signal writes its
-  /// message line. Throws ERROR_PARAMETER if a path does not fit its buffer.
+  /// controller. Allocates nothing before the paths of the status files are known, so that even a
+  /// lack of memory can be reported by the ERROR status file. With a `message_mode` other than 0, a
+  /// fatal signal writes its message line. Throws ERROR_PARAMETER if a path does not fit its
+  /// buffer.
   void init(int argc, char** argv, int message_mode);
 
   /// The process name: "pid" or the program's file name. Before init(), it logs two warnings and
